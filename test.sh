@@ -1,0 +1,13 @@
+#!/usr/bin/env bash
+# Builds velkor and runs every test. Installs what is missing; asks nothing.
+# Usage: ./test.sh [preset]   (release, debug or asan; default release)
+set -eu
+cd "$(dirname "$0")"
+preset=${1:-release}
+
+tools/install_dependencies.sh
+werror=OFF
+[ "${CI:-}" = true ] && werror=ON
+cmake --preset "$preset" -DVELKOR_WERROR=$werror
+cmake --build --preset "$preset"
+ctest --preset "$preset" -j "$(nproc)"
