@@ -11,7 +11,7 @@
 /// `firstBit` is 0; ascending) and then for the word, if it is monitored and they differ. The
 /// record is found first, and created when missing, even if nothing changed. Stores nothing.
 void _wordDataChange(const int* oldValue, const int* newValue, int station, QString regName,
-                     int wordAddr, int firstBit);
+                     int wordAddr, int firstBit, int guess = -1);
 
 /// The byte-sized sibling, exported and called by nothing inside the driver: one call for each
 /// monitored bit 0 to 7 that differs, with the name as given and `address` + bit. The record is

@@ -8,6 +8,7 @@
 /// Records are only appended, and the list is emptied only by intf_initProperty, so an index stays
 /// valid across callbacks; a pointer or reference into the list does not.
 
+#include "driver/bit_address.h"
 #include "driver/records.h"
 
 #include <QtCore/QHash>
@@ -17,8 +18,10 @@
 #include <QtCore/QVector>
 
 /// Index of the first record with this key, appended (all zero but its key) when there is none.
-/// Never negative. `regName` is taken as it is: pass the base name of a bit register.
-int getIndexOfDataArea(int station, const QString& regName, int wordAddr, QList<_DATA_>& list);
+/// Never negative. `regName` is taken as it is: pass the base name of a bit register. `guess` is an
+/// index where the caller has reason to expect the record (there is at most one); it is checked.
+int getIndexOfDataArea(int station, const QString& regName, int wordAddr, QList<_DATA_>& list,
+                       int guess = -1);
 
 /// Switches monitoring on for `count` addresses from `addr`: of words, or, for a "_bit" name, of
 /// bits. A `count` below 1 changes nothing. Always returns 0. Nothing here switches it off.
@@ -31,33 +34,40 @@ void clearMonitorFlags();
 /// a bit number of 32 or more in them changes nothing.
 int _setBitValue(int value, int bit, int on);
 
-/// The value the host is to see: what it wrote while that is pending, else what was read.
+/// The value the host is to see: what it wrote while that is pending, else what was read. Two
+/// bytes, low byte first, inside the record.
 const unsigned char* visibleValue(const _DATA_& record);
 
-/// Finds the records of a run of words in one pass over the cache, for a run that is about to be
-/// worked through word by word. Lives inside one call. What it remembers is checked at every use,
-/// so callbacks may add records meanwhile.
+/// One bit of a word of two bytes, low byte first: 0 or 1; 0 for a bit that does not exist.
+int bitOfWord(const unsigned char* word, const FoldedBit& bit);
+
+/// Sets (`on` nonzero) or clears one bit of such a word; nothing for a bit that does not exist.
+void setBitOfWord(unsigned char* word, const FoldedBit& bit, int on);
+
+/// Finds the records of a run of words in one pass over the driver's cache, for a run that is about
+/// to be worked through word by word. Lives inside one call; callbacks may add records meanwhile.
 class DataAreaRun {
 public:
-    DataAreaRun(int station, const QString& regName, int firstWord, int wordCount);
-    /// The run of words that holds `bitCount` bits of a bit register.
-    static DataAreaRun ofBits(int station, const QString& bitRegName, int bitAddr, int bitCount);
+    /// `addr` and `count` in the register's own unit: the words of a word register, or the words
+    /// that hold the bits of a "_bit" register, which are looked up under its base name.
+    DataAreaRun(int station, const QString& regName, int addr, int count);
 
-    /// The same as getIndexOfDataArea on the driver's cache, for any word; fast for those in the
-    /// run.
+    /// The same as getIndexOfDataArea on the driver's cache; fast for the words of the run.
     int indexOf(int wordAddr);
-    const QString& regName() const { return regName_; }
 
 private:
+    void searchOn();
+
     int station_;
-    QString regName_;
+    QString keyName_;
     int firstWord_;
     int searchedUpTo_;   ///< records before this index have been looked at
-    QVector<int> found_; ///< for each word of the run, its index or -1
+    int missing_;        ///< words of the run not found so far
+    QVector<int> found_; ///< for each word of the run, the index of its record or -1
 };
 
-/// A hash of the whole cache, for a call that looks up very many scattered words. Lives inside one
-/// call; valid as long as nothing else adds records.
+/// A hash of the driver's whole cache, for a call that looks up very many scattered words. Lives
+/// inside one call; valid as long as nothing else adds records.
 class DataAreaIndex {
 public:
     DataAreaIndex();

@@ -1,0 +1,169 @@
+#include "data/data_area.h"
+
+#include "driver/byte_order.h"
+#include "driver/int_math.h"
+#include "driver/velkor.h"
+
+namespace {
+
+const int notFound = -1;
+const int highestShift = 31;
+
+bool hasKey(const _DATA_& record, int station, const QString& regName, int wordAddr) {
+    return record.station == station && record.wordAddr == wordAddr && record.regName == regName;
+}
+
+int appendRecord(int station, const QString& regName, int wordAddr, QList<_DATA_>& list) {
+    _DATA_ record = _DATA_();
+    record.station = station;
+    record.regName = regName;
+    record.wordAddr = wordAddr;
+    list.append(record);
+    return list.size() - 1;
+}
+
+/// How many words hold `count` bits from `bitAddr`; only the first where the run passes the last
+/// address, since a run is no more than a way to find its words fast.
+int wordsUnderBits(int bitAddr, int count) {
+    const int lastBit = wrapAdd(bitAddr, count - 1);
+    return lastBit < bitAddr ? 1 : foldBit(lastBit).word - foldBit(bitAddr).word + 1;
+}
+
+/// Marks `count` (at least 1) words or bits from `addr` on; `indexOf` finds a word's record.
+template <typename IndexOf>
+void markRange(const QString& regName, int addr, int count, IndexOf indexOf) {
+    const bool bits = isBitRegister(regName);
+    for (int i = 0; i < count; ++i) {
+        const int address = wrapAdd(addr, i);
+        if (bits) {
+            const FoldedBit folded = foldBit(address);
+            int& mask = driver.dataAreaList[indexOf(folded.word)].bitMonitor;
+            mask = _setBitValue(mask, folded.bit, 1);
+        } else {
+            int& flag = driver.dataAreaList[indexOf(address)].wordMonitor;
+            flag = _setBitValue(flag, 0, 1);
+        }
+    }
+}
+
+QString recordName(const QString& regName) {
+    return isBitRegister(regName) ? baseRegisterName(regName) : regName;
+}
+
+} // namespace
+
+int getIndexOfDataArea(int station, const QString& regName, int wordAddr, QList<_DATA_>& list,
+                       int guess) {
+    if (guess >= 0 && guess < list.size() && hasKey(list.at(guess), station, regName, wordAddr)) {
+        return guess;
+    }
+    for (int i = 0; i < list.size(); ++i) {
+        if (hasKey(list.at(i), station, regName, wordAddr)) {
+            return i;
+        }
+    }
+    return appendRecord(station, regName, wordAddr, list);
+}
+
+int _setDataAreaMonitorFlag(int station, const QString& regName, int addr, int count) {
+    if (count >= 1) {
+        DataAreaRun run(station, regName, addr, count);
+        markRange(regName, addr, count, [&run](int word) { return run.indexOf(word); });
+    }
+    return 0;
+}
+
+void clearMonitorFlags() {
+    for (int i = 0; i < driver.dataAreaList.size(); ++i) {
+        driver.dataAreaList[i].wordMonitor = 0;
+        driver.dataAreaList[i].bitMonitor = 0;
+    }
+}
+
+int _setBitValue(int value, int bit, int on) {
+    const unsigned int shift = static_cast<unsigned int>(bit) & 0xFFU;
+    const unsigned int mask = shift <= highestShift ? 1U << shift : 0U;
+    const unsigned int bits = static_cast<unsigned int>(value);
+    return wrapToInt(on != 0 ? bits | mask : bits & ~mask);
+}
+
+const unsigned char* visibleValue(const _DATA_& record) {
+    return record.writePending == 1 ? record.writeValue : record.readValue;
+}
+
+int bitOfWord(const unsigned char* word, const FoldedBit& bit) {
+    return bit.exists() ? (word[bit.byteOfWord] >> bit.bitOfByte) & 1 : 0;
+}
+
+void setBitOfWord(unsigned char* word, const FoldedBit& bit, int on) {
+    if (bit.exists()) {
+        unsigned char& byte = word[bit.byteOfWord];
+        byte = lowByteOf(_setBitValue(byte, bit.bitOfByte, on));
+    }
+}
+
+DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int count)
+    : station_(station), keyName_(recordName(regName)), firstWord_(addr), searchedUpTo_(0),
+      missing_(qMax(count, 0)) {
+    if (isBitRegister(regName) && count >= 1) {
+        firstWord_ = foldBit(addr).word;
+        missing_ = wordsUnderBits(addr, count);
+    }
+    found_.fill(notFound, missing_);
+    searchOn();
+}
+
+/// Looks at the records from searchedUpTo_ on, until every word of the run has been found.
+void DataAreaRun::searchOn() {
+    const QList<_DATA_>& list = driver.dataAreaList;
+    for (; searchedUpTo_ < list.size() && missing_ > 0; ++searchedUpTo_) {
+        const _DATA_& record = list.at(searchedUpTo_);
+        const quint32 offset = static_cast<quint32>(wrapSubtract(record.wordAddr, firstWord_));
+        if (record.station == station_ && offset < static_cast<quint32>(found_.size()) &&
+            found_.at(static_cast<int>(offset)) == notFound && record.regName == keyName_) {
+            found_[static_cast<int>(offset)] = searchedUpTo_;
+            --missing_;
+        }
+    }
+}
+
+int DataAreaRun::indexOf(int wordAddr) {
+    const quint32 offset = static_cast<quint32>(wrapSubtract(wordAddr, firstWord_));
+    if (offset >= static_cast<quint32>(found_.size())) {
+        return getIndexOfDataArea(station_, keyName_, wordAddr, driver.dataAreaList);
+    }
+    if (found_.at(static_cast<int>(offset)) == notFound) {
+        searchOn(); // a callback may have added it since
+    }
+    if (found_.at(static_cast<int>(offset)) == notFound) {
+        appendRecord(station_, keyName_, wordAddr, driver.dataAreaList);
+        searchOn();
+    }
+    return found_.at(static_cast<int>(offset));
+}
+
+DataAreaIndex::DataAreaIndex() {
+    const QList<_DATA_>& list = driver.dataAreaList;
+    indices_.reserve(list.size());
+    for (int i = list.size() - 1; i >= 0; --i) { // from the end, so that a first record wins
+        const _DATA_& record = list.at(i);
+        indices_.insert(Key(qMakePair(record.station, record.wordAddr), record.regName), i);
+    }
+}
+
+int DataAreaIndex::indexOf(int station, const QString& regName, int wordAddr) {
+    const Key key(qMakePair(station, wordAddr), regName);
+    const QHash<Key, int>::const_iterator known = indices_.constFind(key);
+    if (known != indices_.constEnd()) {
+        return known.value();
+    }
+    const int added = appendRecord(station, regName, wordAddr, driver.dataAreaList);
+    indices_.insert(key, added);
+    return added;
+}
+
+void DataAreaIndex::setMonitorFlag(int station, const QString& regName, int addr, int count) {
+    const QString name = recordName(regName);
+    markRange(regName, addr, count,
+              [this, station, &name](int word) { return indexOf(station, name, word); });
+}
