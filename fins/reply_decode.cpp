@@ -1,0 +1,84 @@
+#include "fins/reply_decode.h"
+
+#include "data/change_notice.h"
+#include "data/data_area.h"
+#include "driver/byte_order.h"
+#include "driver/host_areas.h"
+#include "driver/int_math.h"
+#include "driver/velkor.h"
+
+namespace {
+
+/// A word as received: high byte first.
+struct ReceivedWord {
+    unsigned char low;
+    unsigned char high;
+};
+
+ReceivedWord wordAt(const QByteArray& reply, int offset) {
+    const ReceivedWord word = {static_cast<unsigned char>(reply.at(offset + 1)),
+                               static_cast<unsigned char>(reply.at(offset))};
+    return word;
+}
+
+void storeWord(int index, const ReceivedWord& word) {
+    _DATA_& record = driver.dataAreaList[index];
+    record.firstByteFlag = 0;
+    const unsigned char received[2] = {word.low, word.high};
+    const int oldValue = littleEndianWord(record.readValue);
+    const int newValue = littleEndianWord(received);
+    if (oldValue == newValue) {
+        return;
+    }
+    record.writePending = 0; // a value that changed in the PLC wins over a write under way
+    _wordDataChange(&oldValue, &newValue, record.station, record.regName, record.wordAddr, 0,
+                    index);
+    driver.dataAreaList[index].readValue[0] = word.low;
+    driver.dataAreaList[index].readValue[1] = word.high;
+}
+
+/// Index in rcpVarVector behind the last variable of the block in transfer.
+int endOfBlock() {
+    const int nextBlock = driver.rcpIndex + 1;
+    const int variables = driver.rcpVarVector.size();
+    return nextBlock < driver.rcpBlockFirst.size()
+               ? qMin(driver.rcpBlockFirst.at(nextBlock), variables)
+               : variables;
+}
+
+/// One variable of a block that begins at word `blockAddr`.
+void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const FRAME_PRO& frame,
+                   const QByteArray& reply) {
+    const qint64 received = frame.dataLen / 2;
+    const qint64 first = static_cast<qint64>(variable.addr) - blockAddr;
+    for (int j = 0; j < variable.len && first + j < received; ++j) {
+        const qint64 position = first + j;
+        if (position >= 0) {
+            const ReceivedWord word = wordAt(reply, frame.headLen + 2 * static_cast<int>(position));
+            storeRecipeWord(wrapAdd(variable.rcpOffset, j), word.low, word.high);
+        }
+    }
+}
+
+} // namespace
+
+void storeReplyWords(const FRAME_PRO& frame, const QByteArray& reply) {
+    const int words = frame.dataLen / 2;
+    DataAreaRun run(frame.var.station, frame.var.regName, frame.var.addr, words);
+    for (int i = 0; i < words; ++i) {
+        const int index = run.indexOf(wrapAdd(frame.var.addr, i));
+        storeWord(index, wordAt(reply, frame.headLen + 2 * i));
+    }
+}
+
+void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply) {
+    if (driver.rcpIndex >= driver.rcpBlockFirst.size()) {
+        return;
+    }
+    const int first = driver.rcpBlockFirst.at(driver.rcpIndex);
+    const int end = endOfBlock();
+    for (int e = first; e < end; ++e) {
+        const _RCP_VAR_PRO variable = driver.rcpVarVector.at(e);
+        storeVariable(variable, driver.rcpVarVector.at(first).addr, frame, reply);
+    }
+}

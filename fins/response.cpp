@@ -1,0 +1,66 @@
+#include "driver/int_math.h"
+#include "driver/velkor.h"
+#include "fins/reply_check.h"
+#include "fins/reply_decode.h"
+#include "fins/request_finish.h"
+
+namespace {
+
+/// "length,station,address,register". The head may by now be a mode change, whose request is empty.
+QString failureText(int replyLength) {
+    const VARIABLE& request = driver.frameQueue.first().var;
+    return QString(QLatin1String("%1,%2,%3,"))
+               .arg(replyLength)
+               .arg(request.station)
+               .arg(request.addr) +
+           request.regName;
+}
+
+unsigned int rejectReply(int replyLength, QString* message) {
+    driver.badReplyCount = wrapAdd(driver.badReplyCount, 1);
+    if (driver.badReplyCount < driver.retryLimit) {
+        return REPLY_REJECTED;
+    }
+    *message = failureText(replyLength);
+    failRequest();
+    return REPLY_REQUEST_FAILED;
+}
+
+void decode(const QByteArray& reply) {
+    const FRAME_PRO frame = driver.frameQueue.first();
+    storeReplyWords(frame, reply);
+    if (driver.requestKind == KIND_RECIPE_UPLOAD) {
+        storeUploadedRecipe(frame, reply);
+    }
+}
+
+void removeHead() {
+    driver.frameQueue.removeFirst();
+    if (driver.frameQueue.isEmpty()) {
+        dealListWhenFinish();
+    }
+}
+
+} // namespace
+
+unsigned int intf_dealRcvFrame(QByteArray* reply, QString* message) {
+    *message = QString();
+    if (driver.frameQueue.isEmpty()) {
+        return REPLY_NOT_EXPECTED;
+    }
+    const QByteArray received = *reply; // stays as it is, whatever the host's callback does
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(received.constData());
+    const int check = check_rcv_data(bytes, received.size());
+    if (check == CHECK_REJECTED) {
+        return rejectReply(received.size(), message);
+    }
+    driver.lastError = 0;
+    if (check == CHECK_DATA) {
+        decode(received);
+    }
+    if (check != CHECK_KEEP_FRAME) {
+        removeHead();
+    }
+    driver.badReplyCount = 0;
+    return REPLY_ACCEPTED;
+}
