@@ -16,16 +16,16 @@ void recordMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
     recorder->lines.push_back(text.toStdString());
 }
 
-/// `driver` as static initialisation leaves it. It relies on zeroed static storage, so its bytes
-/// are zeroed first, through a pointer that the compiler cannot follow into the constructor.
+} // namespace
+
+// The object relies on zeroed static storage, so its bytes are zeroed first, through a pointer that
+// the compiler cannot follow into the constructor.
 void rebuildDriver() {
     driver.~velkor();
     void* volatile storage = &driver;
     std::memset(storage, 0, sizeof(velkor));
     new (storage) velkor();
 }
-
-} // namespace
 
 std::ostream& operator<<(std::ostream& out, const Notice& notice) {
     return out << '(' << notice.tag << ", " << notice.station << ", \"" << notice.regName << "\", "

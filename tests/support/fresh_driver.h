@@ -28,10 +28,14 @@ struct Notice {
 
 std::ostream& operator<<(std::ostream& out, const Notice& notice);
 
+/// Destroys `driver`, zeroes its bytes and constructs it in place: the driver as static
+/// initialisation leaves it, bound to no host.
+void rebuildDriver();
+
 class FreshDriver : public ::testing::Test {
 protected:
-    /// Destroys `driver`, zeroes its bytes and constructs it in place, as at library load; then
-    /// registers the recording callback and calls intf_initProperty with "7#0#0#3#64".
+    /// Rebuilds `driver`, registers the recording callback and calls intf_initProperty with
+    /// "7#0#0#3#64".
     FreshDriver();
     ~FreshDriver() override;
 
