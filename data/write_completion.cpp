@@ -38,10 +38,9 @@ void settleBit(int index, const FoldedBit& bit, bool succeeded) {
 } // namespace
 
 void _write_FailOrSuc(int station, const QString& regName, int addr, int count, int result) {
-    const QString name = regName; // the caller's may lie in a list that a callback changes
-    const bool bits = isBitRegister(name);
+    const bool bits = isBitRegister(regName);
     const bool succeeded = result == 1;
-    DataAreaRun run(station, name, addr, count);
+    DataAreaRun run(station, regName, addr, count);
     for (int i = 0; i < count; ++i) {
         const int address = wrapAdd(addr, i);
         if (bits) {
@@ -49,7 +48,7 @@ void _write_FailOrSuc(int station, const QString& regName, int addr, int count, 
             settleBit(run.indexOf(folded.word), folded, succeeded);
             // Once for each bit and always with the first one's address, changed or not: hosts
             // count on it.
-            notifyValueChange(station, name, addr);
+            notifyValueChange(station, regName, addr);
         } else {
             settleWord(run.indexOf(address), succeeded);
         }
