@@ -1,0 +1,113 @@
+#!/usr/bin/env bash
+# Checks who includes whom, and prints file:line of each breach.
+#
+#   driver <- data <- scan <- fins   a folder includes itself, those left of it, <QtCore/...> and
+#                                    the C++ standard library
+#   panel/ examples/                 of the library only its installed headers, <velkor/...>
+#   plc/                             nothing of the library
+#
+# Usage: tools/check_layers.sh [tree]   (default: the tree this script lies in)
+# Exit code: 0 clean, 1 breaches found, 2 wrong usage.
+set -u
+export LC_ALL=C
+
+if [ $# -gt 1 ] || [ ! -d "${1:-.}" ]; then
+    echo "usage: tools/check_layers.sh [tree]   (tree: a directory that holds driver/, data/, ...)" >&2
+    exit 2
+fi
+cd "${1:-$(dirname "$0")/..}" || exit 2
+
+readonly layers=(driver data scan fins)
+breaches=0
+
+# Prints "file<TAB>line<TAB>included" for every include directive of a folder; `included` keeps its
+# quotes or brackets, and is the bare text of an include that has neither.
+includes_of() {
+    [ -d "$1" ] || return 0
+    grep -rnE --include='*.h' --include='*.hpp' --include='*.cpp' --include='*.cc' \
+        --include='*.c' --include='*.inc' --include='*.in' '^[[:space:]]*#[[:space:]]*include' "$1" |
+        sed -E 's/^([^:]+):([0-9]+):[[:space:]]*#[[:space:]]*include(_next)?[[:space:]]*(("[^"]*"|<[^>]*>)|[^[:space:]]*).*/\1\t\2\t\4/'
+}
+
+breach() { # file line included reason
+    echo "$1:$2: includes $3: $4"
+    breaches=$((breaches + 1))
+}
+
+# The folder of the library that a quoted or bracketed path names, if it does.
+library_folder() { # path
+    local layer
+    for layer in "${layers[@]}"; do
+        case $1 in
+        "$layer"/* | */"$layer"/*) echo "$layer" ;;
+        esac
+    done
+}
+
+# What a file of one layer may include: nothing to the right of its own folder.
+check_layer() { # folder, then the folders it may see
+    local folder=$1 file line included path
+    shift
+    while IFS=$'\t' read -r file line included; do
+        path=${included:1:${#included}-2}
+        case $included in
+        '"'*/../*'"' | '"../'*'"' | '"./'*'"')
+            breach "$file" "$line" "$included" 'write paths from the top of the tree' ;;
+        '"'*/*'"')
+            case " $* " in
+            *" ${path%%/*} "*) ;;
+            *) breach "$file" "$line" "$included" "$folder/ may see only: $*" ;;
+            esac ;;
+        '"'*'"')
+            [ -e "$(dirname "$file")/$path" ] ||
+                breach "$file" "$line" "$included" "no such file beside it; $folder/ may see only: $*" ;;
+        '<QtCore/'*'>') ;;
+        '<'*[!a-z_0-9]*'>')
+            breach "$file" "$line" "$included" 'of libraries only <QtCore/...> and standard C++ headers' ;;
+        '<'*'>') ;;
+        *) breach "$file" "$line" "$included" 'an include must name its file' ;;
+        esac
+    done < <(includes_of "$folder")
+}
+
+# What a folder outside the library may include of it: the installed headers, or nothing.
+check_outsider() { # folder installed_headers_allowed(yes|no)
+    local folder=$1 allowed=$2 file line included path
+    while IFS=$'\t' read -r file line included; do
+        path=${included:1:${#included}-2}
+        case $included in
+        '<velkor/host_interface.h>' | '<velkor/records.h>')
+            [ "$allowed" = yes ] ||
+                breach "$file" "$line" "$included" "$folder/ knows nothing of the library" ;;
+        '<velkor/'* | '"velkor/'*)
+            breach "$file" "$line" "$included" \
+                'the installed headers are <velkor/host_interface.h> and <velkor/records.h>' ;;
+        '"'* | '<'*)
+            [ -z "$(library_folder "$path")" ] ||
+                breach "$file" "$line" "$included" "$folder/ may not look inside the library" ;;
+        *) breach "$file" "$line" "$included" 'an include must name its file' ;;
+        esac
+    done < <(includes_of "$folder")
+}
+
+for layer in "${layers[@]}"; do
+    if [ ! -d "$layer" ]; then
+        echo "no folder $layer/ in $PWD: nothing would be checked there" >&2
+        exit 2
+    fi
+done
+
+visible=
+for layer in "${layers[@]}"; do
+    visible="$visible $layer"
+    # shellcheck disable=SC2086  # the folders are words
+    check_layer "$layer" $visible
+done
+check_outsider panel yes
+check_outsider examples yes
+check_outsider plc no
+
+if [ "$breaches" -ne 0 ]; then
+    echo "$breaches include(s) break the layers" >&2
+    exit 1
+fi
