@@ -14,6 +14,7 @@ function(velkor_test_program name)
         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
     gtest_discover_tests(${name}
         TEST_PREFIX ${T_LABEL}.
+        NO_PRETTY_VALUES
         DISCOVERY_TIMEOUT 60
         PROPERTIES LABELS ${T_LABEL} TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${T_ENVIRONMENT}")
     foreach(source IN LISTS T_SOURCES)
