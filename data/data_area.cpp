@@ -19,7 +19,7 @@ int appendRecord(int station, const QString& regName, int wordAddr, QList<_DATA_
     record.regName = regName;
     record.wordAddr = wordAddr;
     list.append(record);
-    return list.size() - 1;
+    return static_cast<int>(list.size()) - 1;
 }
 
 /// How many words hold `count` bits from `bitAddr`; only the first where the run passes the last
@@ -145,7 +145,8 @@ int DataAreaRun::indexOf(int wordAddr) {
 DataAreaIndex::DataAreaIndex() {
     const QList<_DATA_>& list = driver.dataAreaList;
     indices_.reserve(list.size());
-    for (int i = list.size() - 1; i >= 0; --i) { // from the end, so that a first record wins
+    for (int i = static_cast<int>(list.size()) - 1; i >= 0;
+         --i) { // from the end, so that a first record wins
         const _DATA_& record = list.at(i);
         indices_.insert(Key(qMakePair(record.station, record.wordAddr), record.regName), i);
     }

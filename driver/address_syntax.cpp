@@ -48,7 +48,7 @@ int a2i_ddd_DD(const QString& text, int& out) {
     if (!wordOk || !bitOk) {
         return -1;
     }
-    const int digits = parts.at(1).size();
+    const int digits = static_cast<int>(parts.at(1).size());
     const bool oneDigit = digits == 1 && bit <= 9;
     const bool twoDigits = digits == 2 && bit >= 10 && bit < BITS_PER_WORD;
     if (!oneDigit && !twoDigits) {

@@ -4,7 +4,7 @@ namespace {
 
 /// The newest request after element 0 that is the same as `request`, or -1.
 int indexOfSame(const QList<VARIABLE>& list, const VARIABLE& request) {
-    for (int i = list.size() - 1; i >= 1; --i) {
+    for (int i = static_cast<int>(list.size()) - 1; i >= 1; --i) {
         if (isSameRequest(list.at(i), request)) {
             return i;
         }

@@ -40,7 +40,7 @@ void storeWord(int index, const ReceivedWord& word) {
 /// Index in rcpVarVector behind the last variable of the block in transfer.
 int endOfBlock() {
     const int nextBlock = driver.rcpIndex + 1;
-    const int variables = driver.rcpVarVector.size();
+    const int variables = static_cast<int>(driver.rcpVarVector.size());
     return nextBlock < driver.rcpBlockFirst.size()
                ? qMin(driver.rcpBlockFirst.at(nextBlock), variables)
                : variables;

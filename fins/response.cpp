@@ -50,9 +50,10 @@ unsigned int intf_dealRcvFrame(QByteArray* reply, QString* message) {
     }
     const QByteArray received = *reply; // stays as it is, whatever the host's callback does
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(received.constData());
-    const int check = check_rcv_data(bytes, received.size());
+    const int length = static_cast<int>(received.size());
+    const int check = check_rcv_data(bytes, length);
     if (check == CHECK_REJECTED) {
-        return rejectReply(received.size(), message);
+        return rejectReply(length, message);
     }
     driver.lastError = 0;
     if (check == CHECK_DATA) {

@@ -166,5 +166,5 @@ int intf_addrMerge(QList<KEY_ADDRESS>& keys) {
     for (int i = 0; i < driver.readList.size(); ++i) {
         logBlock(i, driver.readList.at(i));
     }
-    return driver.readList.size();
+    return static_cast<int>(driver.readList.size());
 }

@@ -55,7 +55,7 @@ int intf_setRcpAddress(const QVector<_RCP_VAR_PRO>& variables) {
     for (int i = 0; i < keys.size(); ++i) {
         driver.rcpVector.append(toBlock(keys.at(i)));
     }
-    return driver.rcpVarVector.size();
+    return static_cast<int>(driver.rcpVarVector.size());
 }
 
 void rcpAddrToVar(const _RCP_VAR_PRO& block, VARIABLE& request, int withData) {
