@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "plc/fault_plan.h"
+
+namespace {
+
+plc::FaultPlan plan(const std::string& script, std::uint64_t seed = 1) {
+    const plc::ParsedFaults parsed = plc::parseFaultScript(script);
+    EXPECT_FALSE(parsed.error.has_value()) << script;
+    return plc::FaultPlan(parsed.rules, seed);
+}
+
+// 'x' for each request from 1 to count that loses its reply.
+std::string dropped(const plc::FaultPlan& faults, unsigned long count) {
+    std::string pattern;
+    for (unsigned long request = 1; request <= count; ++request) {
+        pattern += faults.decide(request).drop ? 'x' : '.';
+    }
+    return pattern;
+}
+
+TEST(PlcFaultPlan, decide_noRules_nothingGoesWrong) {
+    EXPECT_TRUE(plc::FaultPlan().decide(1).verbs().empty());
+}
+
+TEST(PlcFaultPlan, decide_numbersAndRanges_meetThoseRequestsAlone) {
+    EXPECT_EQ(dropped(plan("drop 3, 5-7, 9"), 10), "..x.xxx.x.");
+}
+
+TEST(PlcFaultPlan, decide_severalRulesForOneRequest_actTogether) {
+    const plc::FaultDecision decision =
+        plan("duplicate 2; sid+1 2; sid+3 2; delay 2 by 10ms; truncate 2 to 13; late 2").decide(2);
+    EXPECT_TRUE(decision.duplicate);
+    EXPECT_TRUE(decision.late);
+    EXPECT_EQ(decision.sidOffset, 4);
+    EXPECT_EQ(decision.delayMs, 10U);
+    EXPECT_EQ(decision.truncateTo, 13U);
+    EXPECT_FALSE(decision.drop);
+    EXPECT_FALSE(decision.silent);
+    EXPECT_FALSE(decision.corrupt);
+}
+
+TEST(PlcFaultPlan, decide_hundredPercent_meetsEveryRequest) {
+    EXPECT_EQ(dropped(plan("drop 100%"), 20), std::string(20, 'x'));
+}
+
+TEST(PlcFaultPlan, decide_tenPercentOfTenThousand_isNearAThousand) {
+    const std::string pattern = dropped(plan("drop 10%"), 10000);
+    const auto hits = std::count(pattern.begin(), pattern.end(), 'x');
+    EXPECT_GT(hits, 850); // five standard deviations of 30
+    EXPECT_LT(hits, 1150);
+}
+
+TEST(PlcFaultPlan, decide_sameSeed_isTheSame) {
+    EXPECT_EQ(dropped(plan("drop 30%", 7), 200), dropped(plan("drop 30%", 7), 200));
+}
+
+TEST(PlcFaultPlan, decide_otherSeed_isDifferent) {
+    EXPECT_NE(dropped(plan("drop 30%", 7), 200), dropped(plan("drop 30%", 8), 200));
+}
+
+TEST(PlcFaultPlan, decide_anyOrderOfAsking_isTheSame) {
+    const plc::FaultPlan faults = plan("drop 50%");
+    const bool second = faults.decide(2).drop;
+    faults.decide(1);
+    EXPECT_EQ(faults.decide(2).drop, second);
+}
+
+TEST(PlcFaultPlan, verbs_silent_hidesTheOthers) {
+    EXPECT_EQ(plan("silent 1; drop 1; duplicate 1").decide(1).verbs(),
+              std::vector<plc::FaultVerb>{plc::FaultVerb::Silent});
+}
+
+TEST(PlcFaultPlan, verbs_drop_hidesWhatWouldHaveBeenSent) {
+    EXPECT_EQ(plan("drop 1; duplicate 1; delay 1 by 5ms").decide(1).verbs(),
+              std::vector<plc::FaultVerb>{plc::FaultVerb::Drop});
+}
+
+} // namespace
