@@ -1,0 +1,28 @@
+#ifndef VELKOR_PANEL_ADVICE_H
+#define VELKOR_PANEL_ADVICE_H
+
+/// What a failed request means to the person at the panel, and what to look at next.
+
+#include "panel/session.h"
+
+#include <QtCore/QStringList>
+
+namespace panel {
+
+/// "DM 100 (2 words)", "CIO_bit 3.5 (1 bit)"
+QString requestText(const Settled& settled);
+
+/// One line: why the request failed: tries, waiting time, end code in words.
+QString failureReason(const Settled& settled, const LinkSettings& settings);
+
+/// The likely causes, the likeliest first.
+QStringList likelyCauses(const Settled& settled, const LinkSettings& settings,
+                         const QVector<int>& nodes);
+
+/// Headline and numbered causes.
+QString failureText(const Settled& settled, const LinkSettings& settings,
+                    const QVector<int>& nodes);
+
+} // namespace panel
+
+#endif

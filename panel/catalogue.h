@@ -1,0 +1,65 @@
+#ifndef VELKOR_PANEL_CATALOGUE_H
+#define VELKOR_PANEL_CATALOGUE_H
+
+/// The PLC's registers as the driver describes them.
+
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+namespace panel {
+
+struct RegisterInfo {
+    QString name;
+    QString format;  ///< of its addresses, e.g. "ddddd.DD (DD:0~15)"
+    QString lowest;  ///< address text
+    QString highest; ///< address text
+    bool bit = false;
+    QString access;
+};
+
+/// Where an address was found wanting; `text` says what would be right.
+struct AddressVerdict {
+    bool valid = false;
+    bool syntaxFault = false;
+    int address = 0; ///< as the driver counts: word, or word * 16 + bit
+    QString text;
+};
+
+class Catalogue {
+public:
+    Catalogue() = default;
+    Catalogue(const Catalogue&) = delete;
+    Catalogue& operator=(const Catalogue&) = delete;
+    virtual ~Catalogue() = default;
+
+    const QVector<RegisterInfo>& registers() const { return m_registers; }
+
+    /// Null for a name that is no register.
+    const RegisterInfo* find(const QString& name) const;
+
+    /// "CIO_bit, WR_bit, ..."
+    QString names() const;
+
+    /// Is `text` an address of `info` from which `count` items fit?
+    AddressVerdict check(const RegisterInfo& info, const QString& text, int count) const;
+
+    /// What addresses the register takes, in words.
+    static QString rangeText(const RegisterInfo& info);
+
+protected:
+    /// The driver's check: an AddressCheckResult; `*address` as the driver leaves it.
+    virtual int checkAddress(const RegisterInfo& info, const QString& text, int count,
+                             int* address) const = 0;
+
+    QVector<RegisterInfo> m_registers;
+};
+
+/// The address in the register's syntax: "100", or "100.5" for a bit register.
+QString addressText(int address, bool bitRegister);
+
+/// "CIO" for "CIO_bit"; word registers keep their name.
+QString wordRegisterName(const QString& name);
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,131 @@
+#include "panel/advice.h"
+#include "panel/commands.h"
+#include "panel/end_codes.h"
+#include "panel/recipe_file.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QSaveFile>
+#include <QtCore/QTimer>
+
+namespace panel {
+namespace {
+
+int transfer(const Context& context, Session& session, RecipeTransfer direction) {
+    session.onWrittenAgain = [&](const Settled& settled) {
+        context.err << "velkor-panel: " << requestText(settled) << " was refused ("
+                    << endCodeText(settled.refusalBeforeModeChange)
+                    << "); the driver has asked for MONITOR mode, starting once more\n";
+        context.err.flush();
+    };
+    session.onRecipeEnd = [&](bool ok, const Settled& last) {
+        if (!ok) {
+            context.fail(EXIT_WORK_FAILED, failureText(last, session.settings(), session.nodes()));
+        }
+        QCoreApplication::exit(ok ? EXIT_DONE : EXIT_WORK_FAILED);
+    };
+    QTimer::singleShot(0, [&session, direction] { session.startRecipe(direction); });
+    return QCoreApplication::exec();
+}
+
+void printUpload(const Context& context, const Recipe& recipe,
+                 const std::vector<unsigned short>& buffer) {
+    if (context.options.format == OutputFormat::Csv) {
+        context.out << recipeValuesCsv(recipe, buffer);
+        context.out.flush();
+        return;
+    }
+    QVector<Record> records;
+    for (const RecipeVariable& variable : recipe.variables) {
+        records.append({variable.name, variable.reg, variable.address,
+                        formatItems(ValueType::Uint16, recipeItems(variable, buffer))});
+    }
+    printRecords(context.out, context.options.format,
+                 {QStringLiteral("name"), QStringLiteral("register"), QStringLiteral("address"),
+                  QStringLiteral("values")},
+                 records);
+}
+
+int saveUpload(const Context& context, const Recipe& recipe,
+               const std::vector<unsigned short>& buffer) {
+    // Written whole or not at all.
+    QSaveFile file(context.options.values);
+    const QByteArray bytes = recipeValuesCsv(recipe, buffer).toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
+        return context.fail(
+            EXIT_WORK_FAILED,
+            QStringLiteral("cannot write %1: %2").arg(context.options.values, file.errorString()));
+    }
+    return EXIT_DONE;
+}
+
+int loadRecipe(const Context& context, Recipe* recipe) {
+    const QString& path = context.options.arguments.at(1);
+    QByteArray csv;
+    const QString unreadable = readFile(path, &csv);
+    if (!unreadable.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, unreadable);
+    }
+    *recipe = readRecipe(csv, context.catalogue, Session::RECIPE_WORDS);
+    return recipe->errors.isEmpty() ? int(EXIT_DONE)
+                                    : failWithErrors(context, path, recipe->errors);
+}
+
+int loadValues(const Context& context, const Recipe& recipe, std::vector<unsigned short>* buffer) {
+    const QString& path = context.options.values;
+    if (path.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE,
+                            QStringLiteral("recipe download needs its values: --values FILE"));
+    }
+    QByteArray csv;
+    const QString unreadable = readFile(path, &csv);
+    if (!unreadable.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, unreadable);
+    }
+    const QVector<CsvError> errors = readRecipeValues(csv, recipe, buffer);
+    return errors.isEmpty() ? int(EXIT_DONE) : failWithErrors(context, path, errors);
+}
+
+} // namespace
+
+int runRecipe(const Context& context) {
+    const QString& direction = context.options.arguments.at(0);
+    const bool download = direction == QLatin1String("download");
+    if (!download && direction != QLatin1String("upload")) {
+        return context.fail(
+            EXIT_WRONG_USAGE,
+            QStringLiteral("\"%1\": right is recipe download or recipe upload").arg(direction));
+    }
+    Recipe recipe;
+    int exitCode = loadRecipe(context, &recipe);
+    std::vector<unsigned short> values(Session::RECIPE_WORDS, 0);
+    if (exitCode == EXIT_DONE && download) {
+        exitCode = loadValues(context, recipe, &values);
+    }
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    OpenSession session(context);
+    if (session.exitCode() != EXIT_DONE) {
+        return session.exitCode();
+    }
+    std::copy(values.begin(), values.end(), session->recipeBuffer().begin());
+    session->setRecipe(driverRecipe(recipe, Session::HOST_TAG, Session::STATION,
+                                    session->settings().wordsPerFrame));
+    exitCode =
+        transfer(context, *session, download ? RecipeTransfer::Download : RecipeTransfer::Upload);
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    if (download) {
+        context.out << "downloaded: " << recipe.variables.size() << " variables\n";
+        context.out.flush();
+        return EXIT_DONE;
+    }
+    if (!context.options.values.isEmpty()) {
+        return saveUpload(context, recipe, session->recipeBuffer());
+    }
+    printUpload(context, recipe, session->recipeBuffer());
+    return EXIT_DONE;
+}
+
+} // namespace panel

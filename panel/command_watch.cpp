@@ -1,0 +1,229 @@
+#include "panel/advice.h"
+#include "panel/commands.h"
+#include "panel/live_screen.h"
+#include "panel/range_split.h"
+#include "panel/tag_file.h"
+#include "panel/terminal.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+#include <QtCore/QTimer>
+
+#include <algorithm>
+
+namespace panel {
+namespace {
+
+const int CHECK_INTERVAL_MS = 250; // for values growing old
+const int STABLE_SCANS = 3;
+
+int loadTags(const Context& context, QVector<Tag>* tags) {
+    const QStringList& arguments = context.options.arguments;
+    const bool file = arguments.size() == 1 && !arguments.first().contains(QLatin1Char(':'));
+    if (file) {
+        QByteArray csv;
+        const QString unreadable = readFile(arguments.first(), &csv);
+        if (!unreadable.isEmpty()) {
+            return context.fail(EXIT_WRONG_USAGE, unreadable);
+        }
+        const TagList list = readTags(csv, context.catalogue);
+        *tags = list.tags;
+        return list.errors.isEmpty() ? int(EXIT_DONE)
+                                     : failWithErrors(context, arguments.first(), list.errors);
+    }
+    for (const QString& argument : arguments) {
+        Tag tag;
+        const QString wrong =
+            parseTagArgument(argument, context.options.type, context.catalogue, &tag);
+        if (!wrong.isEmpty()) {
+            return context.fail(EXIT_WRONG_USAGE, wrong);
+        }
+        tags->append(tag);
+    }
+    return EXIT_DONE;
+}
+
+/// A value counts as stale after some missed scans, and not before a try could time out.
+qint64 staleAfter(const LinkSettings& settings) {
+    return std::max(1000, std::max(5 * settings.scanMs, 2 * settings.timeoutMs)) * qint64(1000);
+}
+
+/// One line for each change.
+class LineOutput {
+public:
+    explicit LineOutput(const Context& context) : m_context(context) {
+        const QString header = recordHeader(context.options.format, m_columns);
+        if (!header.isEmpty()) {
+            context.out << header << '\n';
+            context.out.flush();
+        }
+    }
+
+    void print(const TagStatus& status) {
+        const bool known = status.state != TagState::NotRead;
+        const QString time = QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss.zzz"));
+        Record record{time, status.tag.name, tagAddressText(status.tag)};
+        if (m_context.options.format == OutputFormat::Table) {
+            record.append(shownValue(status));
+            if (!status.reason.isEmpty()) {
+                record.append(QLatin1Char('(') + status.reason + QLatin1Char(')'));
+            }
+        } else {
+            record.append(known ? formatItems(status.tag.type, status.items) : QString());
+            record.append(status.tag.unit);
+            record.append(stateName(status.state));
+            record.append(status.reason);
+        }
+        m_context.out << recordLine(m_context.options.format, m_columns, record) << '\n';
+        m_context.out.flush();
+    }
+
+private:
+    const Context& m_context;
+    const QStringList m_columns{QStringLiteral("time"),    QStringLiteral("name"),
+                                QStringLiteral("address"), QStringLiteral("value"),
+                                QStringLiteral("unit"),    QStringLiteral("state"),
+                                QStringLiteral("reason")};
+};
+
+class Watch {
+public:
+    Watch(const Context& context, Session& session, const QVector<Tag>& tags)
+        : m_context(context), m_session(session), m_board(tags, staleAfter(session.settings())) {
+        session.onSettled = [this](const Settled& settled) { requestSettled(settled); };
+        session.onValueChanged = [this](const QString& reg, int address) {
+            m_board.valueChanged(reg, address);
+        };
+        session.onScanEnd = [this] { scanEnded(); };
+        m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
+        if (onTerminal() && context.options.format == OutputFormat::Table &&
+            !context.options.trace) {
+            m_screen = std::make_unique<LiveScreen>(session, m_board);
+            m_signals.onResize = [this] { m_screen->redrawAll(); };
+        } else {
+            m_lines = std::make_unique<LineOutput>(context);
+        }
+    }
+
+    int run() {
+        QTimer check;
+        QObject::connect(&check, &QTimer::timeout, [this] { refresh(); });
+        check.start(CHECK_INTERVAL_MS);
+        QTimer end;
+        if (m_context.options.seconds > 0) {
+            QObject::connect(&end, &QTimer::timeout, [this] { timeIsUp(); });
+            end.setSingleShot(true);
+            end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
+        }
+        QTimer::singleShot(0, [this] {
+            m_session.setPolled(
+                disjointRanges(m_board.words(), m_session.settings().wordsPerFrame));
+        });
+        const int exitCode = QCoreApplication::exec();
+        m_screen.reset();
+        if (exitCode != EXIT_DONE) {
+            explainFailure();
+        }
+        return exitCode;
+    }
+
+private:
+    void requestSettled(const Settled& settled) {
+        const QString reason =
+            settled.ok ? QString() : failureReason(settled, m_session.settings());
+        if (settled.write) {
+            if (m_screen) {
+                m_screen->writeEnded(settled, reason);
+            }
+        } else {
+            m_board.readSettled(settled, reason, m_session.now());
+        }
+        if (!settled.ok) {
+            m_lastFailure = settled;
+            m_failed = true;
+        }
+        refresh();
+    }
+
+    void refresh() {
+        const QVector<TagEvent> events = m_board.refresh(
+            [this](const Tag& tag) {
+                return m_session.items(tag.reg, tag.address, tag.itemCount());
+            },
+            m_session.now());
+        for (const TagEvent& event : events) {
+            if (m_lines) {
+                m_lines->print(m_board.at(event.index));
+            }
+            m_changedInScan = true;
+        }
+    }
+
+    void scanEnded() {
+        refresh();
+        m_quietScans = m_changedInScan || !m_board.allFresh() ? 0 : m_quietScans + 1;
+        m_changedInScan = false;
+        if (m_context.options.untilStable && m_quietScans >= STABLE_SCANS) {
+            QCoreApplication::exit(EXIT_DONE);
+        }
+    }
+
+    /// Done when what was asked for has been seen: every tag fresh, or nothing changing any more.
+    void timeIsUp() {
+        const bool done = m_board.allFresh() && !m_context.options.untilStable;
+        QCoreApplication::exit(done ? EXIT_DONE : EXIT_WORK_FAILED);
+    }
+
+    void explainFailure() {
+        QStringList missing;
+        for (int index = 0; index < m_board.size(); ++index) {
+            const TagStatus& status = m_board.at(index);
+            if (status.state != TagState::Fresh) {
+                missing.append(
+                    QStringLiteral("%1 (%2)").arg(status.tag.name, stateName(status.state)));
+            }
+        }
+        if (missing.isEmpty()) {
+            m_context.fail(EXIT_WORK_FAILED,
+                           QStringLiteral("values were still changing when the time was up"));
+            return;
+        }
+        const int more = static_cast<int>(missing.size()) - 5;
+        m_context.fail(EXIT_WORK_FAILED,
+                       QStringLiteral("without a fresh value when the time was up: %1%2")
+                           .arg(missing.mid(0, 5).join(QStringLiteral(", ")),
+                                more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString()));
+        if (m_failed) {
+            m_context.fail(EXIT_WORK_FAILED,
+                           failureText(m_lastFailure, m_session.settings(), m_session.nodes()));
+        }
+    }
+
+    const Context& m_context;
+    Session& m_session;
+    TagBoard m_board;
+    Signals m_signals;
+    std::unique_ptr<LiveScreen> m_screen;
+    std::unique_ptr<LineOutput> m_lines;
+    Settled m_lastFailure;
+    bool m_failed = false;
+    bool m_changedInScan = false;
+    int m_quietScans = 0;
+};
+
+} // namespace
+
+int runWatch(const Context& context) {
+    QVector<Tag> tags;
+    const int exitCode = loadTags(context, &tags);
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    OpenSession session(context);
+    if (session.exitCode() != EXIT_DONE) {
+        return session.exitCode();
+    }
+    return Watch(context, *session, tags).run();
+}
+
+} // namespace panel

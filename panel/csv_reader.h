@@ -1,0 +1,65 @@
+#ifndef VELKOR_PANEL_CSV_READER_H
+#define VELKOR_PANEL_CSV_READER_H
+
+/// Comma-separated values with the quoting of RFC 4180: a field in double quotes may hold commas,
+/// line ends and, doubled, quotes. UTF-8, with or without a byte order mark. Lines end in LF or
+/// CRLF; empty lines are skipped.
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+namespace panel {
+
+struct CsvField {
+    QString text;
+    int line = 0;   ///< where the field starts, from 1
+    int column = 0; ///< in characters, from 1
+};
+
+struct CsvRow {
+    int line = 0;
+    QVector<CsvField> fields;
+};
+
+struct CsvError {
+    int line = 0;
+    int column = 0;
+    QString text; ///< what was wrong and what would be right
+};
+
+struct CsvContent {
+    QVector<CsvRow> rows;
+    QVector<CsvError> errors; ///< not empty: rows are not to be used
+};
+
+CsvContent parseCsv(const QByteArray& bytes);
+
+/// One row, quoted where needed, without a line end.
+QString csvLine(const QStringList& fields);
+
+/// "FILE:LINE:COLUMN: TEXT"
+QString errorText(const QString& file, const CsvError& error);
+
+/// A table whose first row names its columns. Rows shorter than the header have empty fields.
+class CsvTable {
+public:
+    /// Reads the header. Every name of `required` must be there, every column must be in `required`
+    /// or `optional`; faults are appended to `errors`.
+    CsvTable(const CsvContent& content, const QStringList& required, const QStringList& optional,
+             QVector<CsvError>* errors);
+
+    const QVector<CsvRow>& rows() const { return m_rows; }
+
+    /// The field of a column, trimmed; empty, at the row's start, where there is none.
+    CsvField field(const CsvRow& row, const QString& column) const;
+
+private:
+    QStringList m_columns;
+    QVector<CsvRow> m_rows;
+};
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,27 @@
+#ifndef VELKOR_PANEL_END_CODES_H
+#define VELKOR_PANEL_END_CODES_H
+
+/// FINS end codes in words. An end code is MRES * 256 + SRES as it stands in bytes 12 and 13 of a
+/// reply.
+
+#include <QtCore/QString>
+
+namespace panel {
+
+/// The code without its flags: MRES bit 7 (the error arose at a relay), SRES bit 7 (the PLC has a
+/// fatal error) and SRES bit 6 (a non-fatal one). The flags tell of the PLC, not of the command:
+/// 0x0040 is a normal end.
+int plainEndCode(int endCode);
+
+bool isNormalEnd(int endCode);
+
+/// The PLC refused the command because of its operating mode and a change to MONITOR may help
+/// (2203, 2204, 2206).
+bool isModeRefusal(int endCode);
+
+/// For example "1103 address out of range", with what the flags add.
+QString endCodeText(int endCode);
+
+} // namespace panel
+
+#endif

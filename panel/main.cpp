@@ -1,0 +1,65 @@
+#include "panel/commands.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+
+namespace {
+
+/// The driver's debug lines are for its developers; warnings go where they always go.
+void handleMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
+    if (type != QtDebugMsg && type != QtInfoMsg) {
+        std::fprintf(stderr, "%s\n", qPrintable(text));
+    }
+}
+
+int run(const panel::Context& context) {
+    struct Command {
+        const char* name;
+        int (*run)(const panel::Context&);
+    };
+    static const Command commands[] = {
+        {"registers", panel::runRegisters}, {"check", panel::runCheck},
+        {"layout", panel::runLayout},       {"read", panel::runRead},
+        {"write", panel::runWrite},         {"watch", panel::runWatch},
+        {"recipe", panel::runRecipe},       {"probe", panel::runProbe},
+    };
+    for (const Command& command : commands) {
+        if (context.options.command == QLatin1String(command.name)) {
+            return command.run(context);
+        }
+    }
+    return panel::EXIT_WRONG_USAGE;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    qInstallMessageHandler(handleMessage);
+    const QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // As Qt 6 does by itself: units such as °C are not lost in the C locale.
+    out.setCodec("UTF-8");
+    err.setCodec("UTF-8");
+#endif
+
+    const panel::ParsedCommandLine parsed = panel::parseCommandLine(QCoreApplication::arguments());
+    if (!parsed.text.isEmpty()) {
+        out << parsed.text;
+        return panel::EXIT_DONE;
+    }
+    if (!parsed.error.isEmpty()) {
+        err << "velkor-panel: " << parsed.error << '\n';
+        return panel::EXIT_WRONG_USAGE;
+    }
+    panel::DriverApi api;
+    const QString unloadable = panel::loadDriver(parsed.options.library, &api);
+    if (!unloadable.isEmpty()) {
+        err << "velkor-panel: " << unloadable << '\n';
+        return panel::EXIT_WORK_FAILED;
+    }
+    const panel::DriverCatalogue catalogue(api);
+    return run({parsed.options, api, catalogue, out, err});
+}

@@ -1,0 +1,311 @@
+#include "panel/options.h"
+
+#include <QtCore/QCommandLineParser>
+
+namespace panel {
+namespace {
+
+const char COMMANDS[] =
+    "COMMAND is one of:\n"
+    "  registers                             the PLC's registers, their address formats and "
+    "ranges\n"
+    "  check REGISTER ADDRESS [COUNT]        is that an address of the register?\n"
+    "  layout REGISTER START COUNT STEP      COUNT addresses, STEP apart\n"
+    "  read REGISTER ADDRESS [COUNT]         read once\n"
+    "  write REGISTER ADDRESS VALUE...       write once\n"
+    "  watch TAGS.csv                        poll; on a terminal a live table, else one line a "
+    "change\n"
+    "  watch REGISTER:ADDRESS[:COUNT]...     the same for tags given by hand\n"
+    "  recipe download RECIPE.csv            values to the PLC (--values FILE)\n"
+    "  recipe upload RECIPE.csv              values from the PLC (--values FILE, else standard "
+    "output)\n"
+    "  probe                                 does the PLC answer, from which node, how fast?\n"
+    "\n"
+    "Exit codes: 0 done, 1 the work failed, 2 wrong usage.";
+
+QStringList names(const char* name) {
+    return {QString::fromLatin1(name)};
+}
+
+QCommandLineOption valued(const char* name, const QString& text, const char* value) {
+    return QCommandLineOption(names(name), text, QString::fromLatin1(value));
+}
+
+void addOptions(QCommandLineParser* parser) {
+    const LinkSettings standard;
+    parser->addOption(valued("plc",
+                             QStringLiteral("The PLC's address. Default: the driver's, "
+                                            "192.168.250.1:9600."),
+                             "HOST[:PORT]"));
+    parser->addOption(valued("nodes",
+                             QStringLiteral("FINS node numbers: destination network, node, unit, "
+                                            "source network, node, unit. Default: nodes from the "
+                                            "last octets of both addresses, the rest 0."),
+                             "DNA,DA1,DA2,SNA,SA1,SA2"));
+    parser->addOption(valued("words-per-frame",
+                             QStringLiteral("Longest block, 1 to 503 words. Default %1: fits the "
+                                            "smallest PLCs.")
+                                 .arg(standard.wordsPerFrame),
+                             "N"));
+    parser->addOption(valued("retries",
+                             QStringLiteral("Tries of a frame before its request fails, 1 to 100; "
+                                            "a change of the PLC's mode needs 2. Default %1.")
+                                 .arg(standard.retries),
+                             "N"));
+    parser->addOption(valued(
+        "timeout",
+        QStringLiteral("Wait for a reply, 1 to 60000 ms. Default %1.").arg(standard.timeoutMs),
+        "MS"));
+    parser->addOption(valued("scan-interval",
+                             QStringLiteral("watch: time from scan to scan, 10 to 60000 ms. "
+                                            "Default %1.")
+                                 .arg(standard.scanMs),
+                             "MS"));
+    parser->addOption(
+        valued("bind", QStringLiteral("Local address and port. Default: any."), "ADDR:PORT"));
+    parser->addOption(valued("library",
+                             QStringLiteral("The driver. Default: libvelkor.so.1 beside this "
+                                            "program, else the system's."),
+                             "PATH"));
+    parser->addOption(valued("type",
+                             QStringLiteral("How to show or take values: %1. Default: bool for bit "
+                                            "registers, else uint16.")
+                                 .arg(QStringLiteral("bool, uint16, int16, hex, bcd, uint32, "
+                                                     "int32, float32, string")),
+                             "TYPE"));
+    parser->addOption(valued("values", QStringLiteral("recipe: the file of values."), "FILE"));
+    parser->addOption(valued("seconds", QStringLiteral("watch: end after so long."), "N"));
+    parser->addOption({names("until-stable"),
+                       QStringLiteral("watch: end when every tag has been read and nothing has "
+                                      "changed for three scans.")});
+    parser->addOption(
+        {names("trace"), QStringLiteral("Show each frame and reply, decoded, on standard error.")});
+    parser->addOption(valued("pcap", QStringLiteral("Write a capture of all frames."), "FILE"));
+    parser->addOption(
+        valued("format", QStringLiteral("table, csv or json. Default table."), "FORMAT"));
+}
+
+/// A negative number is a value, not an option: it goes past the parser behind this character.
+const QChar NUMBER_MARK(0x01);
+
+QString markNegativeNumber(const QString& argument) {
+    const bool negative = argument.size() > 1 && argument.at(0) == QLatin1Char('-') &&
+                          (argument.at(1).isDigit() || argument.at(1) == QLatin1Char('.'));
+    return negative ? NUMBER_MARK + argument : argument;
+}
+
+QString unmark(QString argument) {
+    return argument.startsWith(NUMBER_MARK) ? argument.remove(0, 1) : argument;
+}
+
+/// Reads the values of the options; keeps the first fault.
+class Reader {
+public:
+    Reader(const QCommandLineParser& parser, Options* options)
+        : m_parser(parser), m_options(*options) {}
+
+    QString read() {
+        m_options.plc = text("plc");
+        m_options.library = text("library");
+        m_options.capture = text("pcap");
+        m_options.values = text("values");
+        m_options.type = text("type");
+        m_options.trace = m_parser.isSet(QStringLiteral("trace"));
+        m_options.untilStable = m_parser.isSet(QStringLiteral("until-stable"));
+        whole("words-per-frame", 1, 503, &m_options.link.wordsPerFrame);
+        whole("retries", 1, 100, &m_options.link.retries);
+        whole("timeout", 1, 60000, &m_options.link.timeoutMs);
+        whole("scan-interval", 10, 60000, &m_options.link.scanMs);
+        readNodes();
+        readBind();
+        readSeconds();
+        readFormat();
+        readType();
+        return m_fault;
+    }
+
+private:
+    QString text(const char* name) const {
+        return unmark(m_parser.value(QString::fromLatin1(name)));
+    }
+
+    void fault(const char* name, const QString& value, const QString& right) {
+        if (m_fault.isEmpty()) {
+            m_fault = QStringLiteral("--%1 \"%2\": right is %3")
+                          .arg(QString::fromLatin1(name), value, right);
+        }
+    }
+
+    void whole(const char* name, int lowest, int highest, int* value) {
+        const QString given = text(name);
+        if (given.isEmpty() && !m_parser.isSet(QString::fromLatin1(name))) {
+            return;
+        }
+        bool ok = false;
+        *value = given.toInt(&ok);
+        if (!ok || *value < lowest || *value > highest) {
+            fault(name, given,
+                  QStringLiteral("a whole number from %1 to %2").arg(lowest).arg(highest));
+        }
+    }
+
+    void readNodes() {
+        const QString given = text("nodes");
+        if (given.isEmpty()) {
+            return;
+        }
+        for (const QString& part : given.split(QLatin1Char(','))) {
+            bool ok = false;
+            m_options.link.nodes.append(part.toInt(&ok));
+            if (!ok || m_options.link.nodes.last() < 0 || m_options.link.nodes.last() > 255) {
+                m_options.link.nodes.clear();
+                break;
+            }
+        }
+        if (m_options.link.nodes.size() != 6) {
+            fault("nodes", given,
+                  QStringLiteral("six numbers from 0 to 255: DNA,DA1,DA2,SNA,SA1,SA2"));
+        }
+    }
+
+    void readBind() {
+        m_options.link.local.address = QHostAddress(QHostAddress::AnyIPv4);
+        const QString given = text("bind");
+        if (given.isEmpty()) {
+            return;
+        }
+        QString host = QStringLiteral("0.0.0.0");
+        if (!splitHostPort(given, &host, &m_options.link.local.port) ||
+            !m_options.link.local.address.setAddress(host) ||
+            m_options.link.local.address.protocol() != QAbstractSocket::IPv4Protocol) {
+            fault("bind", given,
+                  QStringLiteral("an IPv4 address of this computer and a port, for example "
+                                 "192.168.250.10:9600"));
+        }
+    }
+
+    void readSeconds() {
+        const QString given = text("seconds");
+        if (given.isEmpty()) {
+            return;
+        }
+        bool ok = false;
+        m_options.seconds = given.toDouble(&ok);
+        if (!ok || !(m_options.seconds > 0) || m_options.seconds > 1e6) {
+            fault("seconds", given, QStringLiteral("a number above 0, up to 1000000"));
+        }
+    }
+
+    void readFormat() {
+        const QString given = text("format");
+        if (given == QLatin1String("csv")) {
+            m_options.format = OutputFormat::Csv;
+        } else if (given == QLatin1String("json")) {
+            m_options.format = OutputFormat::Json;
+        } else if (!given.isEmpty() && given != QLatin1String("table")) {
+            fault("format", given, QStringLiteral("table, csv or json"));
+        }
+    }
+
+    void readType() {
+        if (!m_options.type.isEmpty() && !valueTypeFromName(m_options.type)) {
+            fault("type", m_options.type, QStringLiteral("one of ") + valueTypeNames());
+        }
+    }
+
+    const QCommandLineParser& m_parser;
+    Options& m_options;
+    QString m_fault;
+};
+
+/// How many arguments each command takes.
+QString argumentFault(const Options& options) {
+    struct Command {
+        const char* name;
+        int least;
+        int most;
+        const char* usage;
+    };
+    static const Command commands[] = {
+        {"registers", 0, 0, "registers"},
+        {"check", 2, 3, "check REGISTER ADDRESS [COUNT]"},
+        {"layout", 4, 4, "layout REGISTER START COUNT STEP"},
+        {"read", 2, 3, "read REGISTER ADDRESS [COUNT]"},
+        {"write", 3, 100000, "write REGISTER ADDRESS VALUE..."},
+        {"watch", 1, 100000, "watch TAGS.csv, or watch REGISTER:ADDRESS[:COUNT]..."},
+        {"recipe", 2, 2, "recipe download|upload RECIPE.csv [--values FILE]"},
+        {"probe", 0, 0, "probe"},
+    };
+    const auto count = options.arguments.size();
+    for (const Command& command : commands) {
+        if (options.command == QLatin1String(command.name)) {
+            return count >= command.least && count <= command.most
+                       ? QString()
+                       : QStringLiteral("right is: velkor-panel [OPTIONS] %1")
+                             .arg(QString::fromLatin1(command.usage));
+        }
+    }
+    return options.command.isEmpty()
+               ? QStringLiteral("no command given; velkor-panel --help lists them")
+               : QStringLiteral("\"%1\" is no command; velkor-panel --help lists them")
+                     .arg(options.command);
+}
+
+} // namespace
+
+bool splitHostPort(const QString& text, QString* host, quint16* port) {
+    const auto colon = text.lastIndexOf(QLatin1Char(':'));
+    const QString hostPart = colon < 0 ? text : text.left(colon);
+    if (!hostPart.isEmpty()) {
+        *host = hostPart;
+    }
+    if (colon < 0) {
+        return true;
+    }
+    bool ok = false;
+    *port = text.mid(colon + 1).toUShort(&ok);
+    return ok;
+}
+
+ParsedCommandLine parseCommandLine(const QStringList& arguments) {
+    ParsedCommandLine parsed;
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("The reference host of the velkor driver on the command line: reads, writes "
+                       "and watches a PLC's memory.\n\n") +
+        QString::fromLatin1(COMMANDS));
+    const QCommandLineOption help = parser.addHelpOption();
+    const QCommandLineOption version = parser.addVersionOption();
+    addOptions(&parser);
+    parser.addPositionalArgument(QStringLiteral("COMMAND"),
+                                 QStringLiteral("what to do, see above"));
+    QStringList marked;
+    for (const QString& argument : arguments) {
+        marked.append(markNegativeNumber(argument));
+    }
+    if (!parser.parse(marked)) {
+        parsed.error = parser.errorText();
+        return parsed;
+    }
+    if (parser.isSet(help)) {
+        parsed.text = parser.helpText();
+        return parsed;
+    }
+    if (parser.isSet(version)) {
+        parsed.text = QStringLiteral("velkor-panel " VELKOR_VERSION "\n");
+        return parsed;
+    }
+    for (const QString& argument : parser.positionalArguments()) {
+        parsed.options.arguments.append(unmark(argument));
+    }
+    if (!parsed.options.arguments.isEmpty()) {
+        parsed.options.command = parsed.options.arguments.takeFirst();
+    }
+    parsed.error = Reader(parser, &parsed.options).read();
+    if (parsed.error.isEmpty()) {
+        parsed.error = argumentFault(parsed.options);
+    }
+    return parsed;
+}
+
+} // namespace panel

@@ -1,0 +1,57 @@
+#ifndef VELKOR_PANEL_RECIPE_FILE_H
+#define VELKOR_PANEL_RECIPE_FILE_H
+
+/// Recipes: a CSV file that lays variables into the recipe buffer, and a CSV file of their values.
+
+#include "panel/catalogue.h"
+#include "panel/csv_reader.h"
+#include "panel/value_codec.h"
+
+#include <velkor/records.h>
+
+#include <vector>
+
+namespace panel {
+
+struct RecipeVariable {
+    QString name;
+    QString reg;
+    int address = 0;
+    int count = 1;  ///< words
+    int offset = 0; ///< first word in the recipe buffer
+    QString comment;
+    int line = 0;
+};
+
+struct Recipe {
+    QVector<RecipeVariable> variables; ///< in the file's order
+    QVector<CsvError> errors;          ///< not empty: nothing is to be transferred
+};
+
+/// Columns: name, register, address and, if wanted, count, offset, comment. An empty count means 1;
+/// offsets are given for all variables or for none, and then follow register and address.
+///
+/// The driver downloads neighbouring variables as one run of words from the first one's offset. So
+/// variables may not share words, in the PLC or in the buffer, and those that touch in the PLC must
+/// touch in the buffer too; a file that breaks this is refused.
+Recipe readRecipe(const QByteArray& csv, const Catalogue& catalogue, int bufferWords);
+
+/// What the driver is told. A variable longer than `wordsPerFrame` is cut: the driver would ask for
+/// it in one frame.
+QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int station,
+                                   int wordsPerFrame);
+
+/// Rows of a name and one value for each word (0 to 65535, or hexadecimal after 0x); a first row
+/// "name,..." is a header. Every variable needs its row. Fills `buffer`; errors are returned.
+QVector<CsvError> readRecipeValues(const QByteArray& csv, const Recipe& recipe,
+                                   std::vector<unsigned short>* buffer);
+
+/// The buffer in the same form.
+QString recipeValuesCsv(const Recipe& recipe, const std::vector<unsigned short>& buffer);
+
+/// The words of one variable.
+Items recipeItems(const RecipeVariable& variable, const std::vector<unsigned short>& buffer);
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,143 @@
+#include "panel/tag_board.h"
+
+#include "panel/catalogue.h"
+
+#include <algorithm>
+
+namespace panel {
+namespace {
+
+const int HISTORY = 32;
+const qint64 SAMPLE_INTERVAL = 250000;
+
+bool touches(const WordRange& a, const WordRange& b) {
+    return a.reg == b.reg && a.address < b.end() && b.address < a.end();
+}
+
+} // namespace
+
+TagBoard::TagBoard(const QVector<Tag>& tags, qint64 staleAfter) : m_staleAfter(staleAfter) {
+    for (const Tag& tag : tags) {
+        Entry entry;
+        entry.status.tag = tag;
+        entry.words = wordsHolding(tag);
+        entry.wordReadAt = QVector<qint64>(entry.words.length, -1);
+        m_byRegister[entry.words.reg].append(size());
+        m_entries.append(entry);
+    }
+}
+
+QVector<WordRange> TagBoard::words() const {
+    QVector<WordRange> ranges;
+    for (const Entry& entry : m_entries) {
+        ranges.append(entry.words);
+    }
+    return ranges;
+}
+
+void TagBoard::readSettled(const Settled& settled, const QString& reason, qint64 now) {
+    const WordRange read{settled.reg, settled.address, settled.length};
+    for (const int index : m_byRegister.value(read.reg)) {
+        Entry& entry = m_entries[index];
+        if (!touches(entry.words, read)) {
+            continue;
+        }
+        if (settled.ok) {
+            markRead(&entry, read, now);
+        } else {
+            entry.failedAt = now;
+            entry.status.reason = reason;
+        }
+    }
+}
+
+void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
+    const int first = std::max(entry->words.address, read.address);
+    const int end = std::min(entry->words.end(), read.end());
+    for (int word = first; word < end; ++word) {
+        entry->wordReadAt[word - entry->words.address] = now;
+    }
+    const bool firstTime = entry->status.readAt < 0;
+    entry->status.readAt = *std::min_element(entry->wordReadAt.begin(), entry->wordReadAt.end());
+    if (firstTime && entry->status.readAt >= 0) {
+        entry->touched = true;
+    }
+}
+
+void TagBoard::valueChanged(const QString& reg, int address) {
+    const bool bit = reg.endsWith(QLatin1String("_bit"));
+    const WordRange changed{wordRegisterName(reg), bit ? address / 16 : address, 1};
+    for (const int index : m_byRegister.value(changed.reg)) {
+        Entry& entry = m_entries[index];
+        // A bit write is announced by its first bit only, whatever its length.
+        entry.touched = entry.touched || touches(entry.words, changed) || bit;
+    }
+}
+
+QVector<TagEvent> TagBoard::refresh(const std::function<Items(const Tag&)>& fetch, qint64 now) {
+    QVector<TagEvent> events;
+    for (int index = 0; index < size(); ++index) {
+        TagEvent event;
+        event.index = index;
+        if (refreshEntry(&m_entries[index], fetch, now, &event.kind)) {
+            events.append(event);
+        }
+    }
+    return events;
+}
+
+bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>& fetch, qint64 now,
+                            TagEvent::Kind* kind) {
+    TagStatus& status = entry->status;
+    if (status.readAt < 0) {
+        *kind = TagEvent::Unreadable;
+        const bool news = entry->failedAt >= 0 && !entry->told;
+        entry->told = entry->told || news;
+        return news;
+    }
+    const TagState before = status.state;
+    const bool failed = entry->failedAt > status.readAt;
+    const bool old = now - status.readAt > m_staleAfter;
+    status.state = failed || old ? TagState::Stale : TagState::Fresh;
+    if (status.state == TagState::Fresh) {
+        status.reason.clear();
+    } else if (!failed) {
+        status.reason = QStringLiteral("not refreshed");
+    }
+    bool changed = false;
+    if (entry->touched) {
+        entry->touched = false;
+        const Items items = fetch(status.tag);
+        changed = items != status.items;
+        status.changes += changed && !status.items.isEmpty() ? 1 : 0;
+        status.items = items;
+    }
+    if (status.state == TagState::Fresh) {
+        sample(entry, now);
+    }
+    *kind = status.state == TagState::Fresh ? TagEvent::Value : TagEvent::NowStale;
+    return changed || status.state != before;
+}
+
+void TagBoard::sample(Entry* entry, qint64 now) {
+    if (entry->sampledAt >= 0 && now - entry->sampledAt < SAMPLE_INTERVAL) {
+        return;
+    }
+    const std::optional<double> value = numericValue(entry->status.tag.type, entry->status.items);
+    if (!value) {
+        return;
+    }
+    entry->sampledAt = now;
+    QVector<double>& history = entry->status.history;
+    history.append(*value);
+    if (history.size() > HISTORY) {
+        history.removeFirst();
+    }
+}
+
+bool TagBoard::allFresh() const {
+    return std::all_of(m_entries.begin(), m_entries.end(),
+                       [](const Entry& entry) { return entry.status.state == TagState::Fresh; });
+}
+
+} // namespace panel

@@ -1,0 +1,80 @@
+#ifndef VELKOR_PANEL_TAG_BOARD_H
+#define VELKOR_PANEL_TAG_BOARD_H
+
+/// What is known of each tag: its value, since when, and whether it may still be trusted. A value
+/// not yet read is not 0 but unknown, and one that is no longer refreshed is stale.
+
+#include "panel/exchange.h"
+#include "panel/tag.h"
+
+#include <QtCore/QHash>
+
+#include <functional>
+
+namespace panel {
+
+enum class TagState { NotRead, Fresh, Stale };
+
+struct TagStatus {
+    Tag tag;
+    TagState state = TagState::NotRead;
+    Items items;             ///< empty until read
+    qint64 readAt = -1;      ///< microseconds; of the word read longest ago; -1: not all read
+    int changes = 0;         ///< since the first value
+    QString reason;          ///< why it is not read or stale
+    QVector<double> history; ///< of the last values, oldest first
+};
+
+struct TagEvent {
+    enum Kind { Value, NowStale, Unreadable };
+    int index = 0;
+    Kind kind = Value;
+};
+
+class TagBoard {
+public:
+    /// A tag is stale when a request for it has failed since it was read, or when it was read
+    /// longer than `staleAfter` microseconds ago.
+    TagBoard(const QVector<Tag>& tags, qint64 staleAfter);
+
+    int size() const { return static_cast<int>(m_entries.size()); }
+    const TagStatus& at(int index) const { return m_entries.at(index).status; }
+
+    /// The words of all tags, for disjointRanges().
+    QVector<WordRange> words() const;
+
+    /// A read has ended; `reason` says why when it has failed.
+    void readSettled(const Settled& settled, const QString& reason, qint64 now);
+
+    /// The driver has announced a change of a word, or of a bit of a bit register.
+    void valueChanged(const QString& reg, int address);
+
+    /// Fetches what may have changed and tells what is new, in the tags' order.
+    QVector<TagEvent> refresh(const std::function<Items(const Tag&)>& fetch, qint64 now);
+
+    bool allFresh() const;
+
+private:
+    struct Entry {
+        TagStatus status;
+        WordRange words;
+        QVector<qint64> wordReadAt;
+        qint64 failedAt = -1;
+        bool touched = false; ///< the value is to be fetched
+        bool told = false;    ///< that it is unreadable, while NotRead
+        qint64 sampledAt = -1;
+    };
+
+    void markRead(Entry* entry, const WordRange& read, qint64 now);
+    bool refreshEntry(Entry* entry, const std::function<Items(const Tag&)>& fetch, qint64 now,
+                      TagEvent::Kind* kind);
+    static void sample(Entry* entry, qint64 now);
+
+    QVector<Entry> m_entries;
+    QHash<QString, QVector<int>> m_byRegister; ///< indices by word register
+    qint64 m_staleAfter;
+};
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,72 @@
+#include "panel/udp_link.h"
+
+namespace panel {
+namespace {
+
+/// At most so many datagrams in one turn of the event loop, so that a flood cannot hold up the
+/// deadline and the screen.
+const int DATAGRAMS_PER_TURN = 64;
+const int LARGEST_DATAGRAM = 65535;
+
+} // namespace
+
+QString endpointText(const Endpoint& endpoint) {
+    return QStringLiteral("%1:%2").arg(endpoint.address.toString()).arg(endpoint.port);
+}
+
+UdpLink::UdpLink() : m_buffer(LARGEST_DATAGRAM, '\0') {
+    QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] { readDatagrams(); });
+}
+
+QString UdpLink::open(const Endpoint& plc, const Endpoint& local) {
+    if (!m_socket.bind(local.address, local.port, QAbstractSocket::DontShareAddress)) {
+        return QStringLiteral("cannot use %1 as the local address: %2")
+            .arg(endpointText(local), m_socket.errorString());
+    }
+    m_socket.connectToHost(plc.address, plc.port);
+    if (m_socket.state() != QAbstractSocket::ConnectedState) {
+        return QStringLiteral("no way to %1: %2").arg(endpointText(plc), m_socket.errorString());
+    }
+    return QString();
+}
+
+Endpoint UdpLink::local() const {
+    return {m_socket.localAddress(), m_socket.localPort()};
+}
+
+void UdpLink::send(const QByteArray& frame) {
+    if (m_socket.write(frame) == frame.size()) {
+        return;
+    }
+    // A refusal of an earlier frame is told at the next call, which then has not sent anything.
+    const bool earlierRefusal = m_socket.error() == QAbstractSocket::ConnectionRefusedError;
+    noteError();
+    if (earlierRefusal && m_socket.write(frame) != frame.size()) {
+        noteError();
+    }
+}
+
+void UdpLink::readDatagrams() {
+    // Not receiveDatagram(), and no hasPendingDatagrams() before the read: both look at the socket
+    // first, which eats a pending refusal unseen and leaves the socket deaf to what comes later.
+    for (int turn = 0; turn < DATAGRAMS_PER_TURN; ++turn) {
+        const qint64 length = m_socket.readDatagram(m_buffer.data(), m_buffer.size());
+        if (length < 0) {
+            if (m_socket.error() == QAbstractSocket::ConnectionRefusedError) {
+                noteError();
+            }
+            return;
+        }
+        onDatagram(m_buffer.left(static_cast<int>(length)));
+    }
+}
+
+void UdpLink::noteError() {
+    if (m_socket.error() == QAbstractSocket::ConnectionRefusedError) {
+        onPortRefused();
+    } else {
+        onSendFailed(m_socket.errorString());
+    }
+}
+
+} // namespace panel

@@ -1,0 +1,48 @@
+#ifndef VELKOR_PANEL_UDP_LINK_H
+#define VELKOR_PANEL_UDP_LINK_H
+
+/// The UDP socket to one PLC. It is connected, so only datagrams from the PLC's address and port
+/// arrive, and a host where nothing listens on the port says so.
+
+#include "panel/exchange.h"
+
+#include <QtNetwork/QHostAddress>
+#include <QtNetwork/QUdpSocket>
+
+#include <functional>
+
+namespace panel {
+
+struct Endpoint {
+    QHostAddress address;
+    quint16 port = 0;
+};
+
+/// "127.0.0.1:9600"
+QString endpointText(const Endpoint& endpoint);
+
+class UdpLink : public Link {
+public:
+    UdpLink();
+
+    std::function<void(const QByteArray&)> onDatagram;
+    std::function<void()> onPortRefused;
+    std::function<void(const QString&)> onSendFailed;
+
+    /// The result is empty or says why the socket cannot be used.
+    QString open(const Endpoint& plc, const Endpoint& local);
+    Endpoint local() const;
+
+    void send(const QByteArray& frame) override;
+
+private:
+    void readDatagrams();
+    void noteError();
+
+    QByteArray m_buffer;
+    QUdpSocket m_socket;
+};
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,51 @@
+#ifndef VELKOR_PANEL_VALUE_CODEC_H
+#define VELKOR_PANEL_VALUE_CODEC_H
+
+/// Values as people write them, and the PLC words or bits that hold them.
+///
+/// An item is one word of a word register or one bit (0 or 1) of a bit register. Values of 32 bits
+/// stand low word first, texts two characters to a word, the first in the high byte: as these PLCs
+/// keep them.
+
+#include <QtCore/QByteArray>
+#include <QtCore/QString>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+#include <optional>
+
+namespace panel {
+
+typedef QVector<quint16> Items;
+
+enum class ValueType { Bool, Uint16, Int16, Hex, Bcd, Uint32, Int32, Float32, String };
+
+/// "bool, uint16, int16, hex, bcd, uint32, int32, float32, string"
+QString valueTypeNames();
+QString valueTypeName(ValueType type);
+std::optional<ValueType> valueTypeFromName(const QString& name);
+
+/// bool stands in bit registers only, every other type in word registers only.
+bool typeFitsRegister(ValueType type, bool bitRegister);
+
+/// Items that one value takes: 2 for 32-bit types, else 1. A string's count is its words.
+int itemsPerValue(ValueType type);
+
+/// The values, separated by one blank. A word that is no decimal number in BCD is shown as such.
+QString formatItems(ValueType type, const Items& items);
+
+/// The first value as a number, for the small graph; nothing for texts and words that are not BCD.
+std::optional<double> numericValue(ValueType type, const Items& items);
+
+/// Parses one text for each value and appends the items. On failure `items` is unchanged and the
+/// result says what would be right; on success it is empty. A string takes exactly one text;
+/// `wordsForString` words are filled up with zeros (0: as many as the text needs).
+QString parseValues(ValueType type, const QStringList& texts, int wordsForString, Items* items);
+
+/// The host's side of the driver's buffers: words low byte first, bits one byte each.
+QByteArray toDriverBytes(const Items& items, bool bitRegister);
+Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);
+
+} // namespace panel
+
+#endif
