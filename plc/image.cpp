@@ -118,7 +118,7 @@ std::string readLine(const std::string& line, Memory& memory) {
     bool anything = false;
     for (; in >> value; ++address) {
         anything = true;
-        const std::string wrong = store(memory, *target, address, value);
+        std::string wrong = store(memory, *target, address, value);
         if (!wrong.empty()) {
             return wrong;
         }

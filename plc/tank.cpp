@@ -25,6 +25,10 @@ void Tank::start(Memory& memory) {
     measure(memory);
 }
 
+bool Tank::isIn(const Memory& memory) {
+    return wordAt(memory, kFillLevel) != 0 && wordAt(memory, kBatchTarget) != 0;
+}
+
 void Tank::resume(Memory& memory) {
     plant_.set(floatAt(memory, kLevelFloat), floatAt(memory, kTemperatureFloat));
     uptime_ = doubleWordAt(memory, kUptime);

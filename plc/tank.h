@@ -12,6 +12,9 @@ public:
     // A first start: set points, counters and the measured values are put into the memory.
     void start(Memory& memory);
 
+    // Does the memory hold a tank's set points? If not, it is to be started, not resumed.
+    static bool isIn(const Memory& memory);
+
     // Goes on from what the memory holds, saved by an earlier run.
     void resume(Memory& memory);
 

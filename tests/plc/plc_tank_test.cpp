@@ -233,6 +233,12 @@ TEST(PlcTank, resume_savedMemory_goesOnWhereItWas) {
     EXPECT_EQ(plc::doubleWordAt(before.memory, map::kPumpedTotal), 100U);
 }
 
+TEST(PlcTank, isIn_memoryOfATank_isToldFromAnyOther) {
+    LiveTank live;
+    EXPECT_TRUE(Tank::isIn(live.memory));
+    EXPECT_FALSE(Tank::isIn(Memory()));
+}
+
 TEST(PlcTank, resume_impossibleValues_areBroughtIntoTheTank) {
     Memory memory;
     plc::putFloat(memory, map::kLevelFloat, 1e9F);

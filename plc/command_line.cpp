@@ -1,0 +1,209 @@
+#include "plc/command_line.h"
+
+#include <QtCore/QCommandLineParser>
+
+namespace plc {
+
+namespace {
+
+QString text(const char* latin1) {
+    return QString::fromLatin1(latin1);
+}
+
+struct OptionRow {
+    const char* name;
+    const char* value; // null: a switch
+    const char* standard;
+    const char* help;
+};
+
+constexpr OptionRow kOptions[] = {
+    {"listen", "ADDR:PORT", "127.0.0.1:9600",
+     "IPv4 address and UDP port to listen on; port 0 lets the system choose one. The first line "
+     "printed says which: 'listening on ADDR:PORT'."},
+    {"node", "N", "1", "FINS node number of the PLC, 1 to 254."},
+    {"mode", "MODE", "run", "Operating mode at the start: program, debug, monitor or run."},
+    {"writes-in", "MODE", "any",
+     "Mode in which writes are taken: any, program, monitor or run. In every other mode they are "
+     "refused with end code 2203 (PROGRAM), 2204 (DEBUG), 2205 (MONITOR) or 2206 (RUN)."},
+    {"max-message", "BYTES", "2012",
+     "Longest FINS frame, 64 to 65507: 2012 as a CS or CJ, 1016 as a CP1L, 552 as a CP1E."},
+    {"alarm", nullptr, nullptr,
+     "A non-fatal error is present: every reply's end code has bit 6 set, 0040 for success."},
+    {"end-code", "HEX", nullptr,
+     "Execute nothing and answer every command with this end code, for example 2503."},
+    {"process", "NAME", "none", "Live process in the memory: none or tank."},
+    {"image", "FILE", nullptr,
+     "Memory to load at the start, if the file exists, and to save at the end."},
+    {"faults", "SCRIPT", nullptr,
+     "What goes wrong, by request number from 1: \"drop 3; duplicate 5-6; truncate 8 to 13; "
+     "delay 9 by 300ms; late 12; sid+1 10; corrupt 11; silent 20-40; drop 10%\"."},
+    {"seed", "N", "1", "Seed of the faults given in percent and of corrupt."},
+    {"trace", nullptr, nullptr, "Print every request and reply, decoded, one line each."},
+};
+
+void addOptions(QCommandLineParser& parser) {
+    for (const OptionRow& row : kOptions) {
+        QString help = text(row.help);
+        if (row.standard != nullptr) {
+            help += text(" Default: ") + text(row.standard) + QLatin1Char('.');
+        }
+        QCommandLineOption option(text(row.name), help);
+        option.setValueName(text(row.value));
+        option.setDefaultValue(text(row.standard));
+        parser.addOption(option);
+    }
+}
+
+// Takes the options one by one; the first one that is wrong stays in error().
+class Checker {
+public:
+    explicit Checker(const QCommandLineParser& parser) : parser_(parser) {}
+
+    Settings settings() {
+        Settings settings;
+        listen(settings);
+        settings.options.node = static_cast<std::uint8_t>(number("node", 1, 254));
+        settings.options.maxMessage = number("max-message", 64, 65507);
+        settings.seed = number("seed", 0, 0xFFFFFFFFU);
+        settings.options.mode = mode("mode", {"program", "debug", "monitor", "run"});
+        if (value("writes-in") != text("any")) {
+            settings.options.writesOnlyIn = mode("writes-in", {"any", "program", "monitor", "run"});
+        }
+        settings.options.alarm = parser_.isSet(text("alarm"));
+        settings.trace = parser_.isSet(text("trace"));
+        settings.tank = oneOf("process", {"none", "tank"}) == text("tank");
+        endCode(settings);
+        image(settings);
+        faults(settings);
+        return settings;
+    }
+
+    const std::optional<QString>& error() const { return error_; }
+
+private:
+    QString value(const char* name) const { return parser_.value(text(name)); }
+
+    void fail(const char* name, const QString& expected) {
+        if (!error_) {
+            error_ = text("--%1 \"%2\": expected %3").arg(text(name), value(name), expected);
+        }
+    }
+
+    void listen(Settings& settings) {
+        const QString given = value("listen");
+        const auto colon = given.lastIndexOf(QLatin1Char(':'));
+        bool portOk = false;
+        const uint port = given.mid(colon + 1).toUInt(&portOk);
+        // QHostAddress would take "1" for an address, too.
+        const QString address = given.left(colon);
+        const bool addressOk = address.count(QLatin1Char('.')) == 3 &&
+                               settings.address.setAddress(address) &&
+                               settings.address.protocol() == QAbstractSocket::IPv4Protocol;
+        if (colon < 0 || !portOk || port > 65535 || !addressOk) {
+            fail("listen",
+                 text("an IPv4 address and a port from 0 to 65535, as in 127.0.0.1:9600"));
+        }
+        settings.port = static_cast<quint16>(port);
+    }
+
+    uint number(const char* name, uint lowest, uint highest) {
+        bool ok = false;
+        const uint given = value(name).toUInt(&ok);
+        if (!ok || given < lowest || given > highest) {
+            fail(name, text("a number from %1 to %2").arg(lowest).arg(highest));
+        }
+        return given;
+    }
+
+    QString oneOf(const char* name, const QStringList& possible) {
+        if (!possible.contains(value(name))) {
+            fail(name, possible.mid(0, possible.size() - 1).join(text(", ")) + text(" or ") +
+                           possible.last());
+        }
+        return value(name);
+    }
+
+    Mode mode(const char* name, const QStringList& possible) {
+        const QString given = oneOf(name, possible);
+        if (given == text("program")) {
+            return Mode::Program;
+        }
+        if (given == text("debug")) {
+            return Mode::Debug;
+        }
+        return given == text("monitor") ? Mode::Monitor : Mode::Run;
+    }
+
+    void endCode(Settings& settings) {
+        if (!parser_.isSet(text("end-code"))) {
+            return;
+        }
+        bool ok = false;
+        const QString given = value("end-code");
+        const ushort code = given.toUShort(&ok, 16);
+        if (!ok || given.size() != 4) {
+            fail("end-code", text("four hex digits, as in 2503"));
+        }
+        settings.endCode = code;
+    }
+
+    void image(Settings& settings) {
+        settings.imageFile = value("image");
+        if (parser_.isSet(text("image")) && settings.imageFile.isEmpty()) {
+            fail("image", text("the name of a file"));
+        }
+    }
+
+    void faults(Settings& settings) {
+        if (!parser_.isSet(text("faults"))) {
+            return;
+        }
+        const QString script = value("faults");
+        // Latin-1 has one byte for each character, so that columns are characters.
+        ParsedFaults parsed = parseFaultScript(script.toLatin1().toStdString());
+        if (parsed.error && !error_) {
+            const int column = static_cast<int>(parsed.error->column);
+            error_ =
+                text("--faults, column %1: %2\n  %3\n  %4")
+                    .arg(QString::number(column), QString::fromStdString(parsed.error->message),
+                         script, QString(column - 1, QLatin1Char(' ')) + QLatin1Char('^'));
+        }
+        settings.faults = std::move(parsed.rules);
+    }
+
+    const QCommandLineParser& parser_;
+    std::optional<QString> error_;
+};
+
+} // namespace
+
+CommandLine readCommandLine(const QStringList& arguments) {
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        text("A simulated PLC that answers FINS commands on UDP. It ends on SIGTERM and SIGINT.\n"
+             "Exit codes: 0 done, 1 the work failed, 2 wrong usage."));
+    const QCommandLineOption help({text("h"), text("help")}, text("Print this help."));
+    parser.addOption(help);
+    const QCommandLineOption version = parser.addVersionOption();
+    addOptions(parser);
+
+    CommandLine line;
+    if (!parser.parse(arguments)) {
+        line.error = parser.errorText() + text(" Try --help.");
+    } else if (parser.isSet(help)) {
+        line.information = parser.helpText();
+    } else if (parser.isSet(version)) {
+        line.information = text("velkor-plc " VELKOR_VERSION "\n");
+    } else if (!parser.positionalArguments().isEmpty()) {
+        line.error = text("\"%1\": expected options only; try --help")
+                         .arg(parser.positionalArguments().constFirst());
+    } else {
+        Checker checker(parser);
+        line.settings = checker.settings();
+        line.error = checker.error();
+    }
+    return line;
+}
+
+} // namespace plc

@@ -1,0 +1,175 @@
+#include "plc/udp_server.h"
+
+#include <QtCore/QDateTime>
+#include <QtNetwork/QNetworkDatagram>
+
+#include <cstdio>
+#include <limits>
+
+#include "plc/trace.h"
+
+namespace plc {
+
+namespace {
+
+constexpr int kProcessStepMs = 100;
+
+Bytes toBytes(const QByteArray& data) {
+    return Bytes(data.begin(), data.end());
+}
+
+QByteArray toByteArray(const Bytes& bytes) {
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
+}
+
+ClockTime clockOf(const QDateTime& now) {
+    ClockTime clock;
+    clock.year = now.date().year() % 100;
+    clock.month = now.date().month();
+    clock.day = now.date().day();
+    clock.hour = now.time().hour();
+    clock.minute = now.time().minute();
+    clock.second = now.time().second();
+    clock.weekday = now.date().dayOfWeek() % 7; // Qt counts Sunday as 7
+    return clock;
+}
+
+QString peerText(const Peer& peer) {
+    return QStringLiteral("%1:%2").arg(QHostAddress(peer.address).toString()).arg(peer.port);
+}
+
+} // namespace
+
+UdpServer::UdpServer(const Settings& settings)
+    : settings_(settings), core_(settings.options),
+      line_(core_, FaultPlan(settings.faults, settings.seed)) {
+    if (settings.endCode) {
+        core_.forceEndCode(*settings.endCode, std::numeric_limits<unsigned>::max());
+    }
+    QObject::connect(&socket_, &QUdpSocket::readyRead, &socket_, [this] { receiveAll(); });
+    QObject::connect(&processTimer_, &QTimer::timeout, &processTimer_, [this] { letTimePass(); });
+}
+
+void UdpServer::restore(const Memory& memory) {
+    core_.memory() = memory;
+}
+
+QString UdpServer::listen() {
+    // Without sharing, so that a second PLC on the port is told instead of stealing datagrams.
+    if (!socket_.bind(settings_.address, settings_.port, QAbstractSocket::DontShareAddress)) {
+        const QString where =
+            QStringLiteral("%1:%2").arg(settings_.address.toString()).arg(settings_.port);
+        return socket_.error() == QAbstractSocket::AddressInUseError
+                   ? QStringLiteral("%1 is in use by another program; end that program, or choose "
+                                    "another port with --listen (port 0 takes a free one)")
+                         .arg(where)
+                   : QStringLiteral("cannot listen on %1: %2; choose an address of this machine "
+                                    "with --listen")
+                         .arg(where, socket_.errorString());
+    }
+    if (settings_.tank) {
+        if (Tank::isIn(core_.memory())) {
+            tank_.resume(core_.memory());
+        } else {
+            tank_.start(core_.memory());
+        }
+        sinceLastStep_.start();
+        processTimer_.start(kProcessStepMs);
+    }
+    return QString();
+}
+
+QString UdpServer::counts() const {
+    const Counters& counters = core_.counters();
+    QString text =
+        QStringLiteral("stopped: requests %1, replies %2, refused %3, ignored %4; faults:")
+            .arg(line_.requests())
+            .arg(sent_)
+            .arg(counters.errorReplies)
+            .arg(counters.ignoredShort + counters.ignoredReplies + counters.ignoredNode);
+    QStringList faults;
+    for (std::size_t i = 0; i < kFaultVerbCount; ++i) {
+        const auto verb = static_cast<FaultVerb>(i);
+        if (line_.faultCount(verb) > 0) {
+            faults += QStringLiteral(" %1 %2")
+                          .arg(QString::fromLatin1(nameOf(verb)))
+                          .arg(line_.faultCount(verb));
+        }
+    }
+    return text + (faults.isEmpty() ? QStringLiteral(" none") : faults.join(QLatin1Char(',')));
+}
+
+void UdpServer::receiveAll() {
+    while (socket_.hasPendingDatagrams()) {
+        const QNetworkDatagram datagram = socket_.receiveDatagram();
+        if (datagram.isValid()) {
+            receive(toBytes(datagram.data()),
+                    Peer{datagram.senderAddress().toIPv4Address(),
+                         static_cast<std::uint16_t>(datagram.senderPort())});
+        }
+    }
+}
+
+void UdpServer::receive(const Bytes& datagram, const Peer& from) {
+    core_.setClock(clockOf(QDateTime::currentDateTime()));
+    const FaultyLine::Result result = line_.receive(datagram, from);
+    if (settings_.trace) {
+        const QString request = QString::fromStdString(describeRequest(datagram));
+        if (result.request) {
+            const std::string faults = describeFaults(result.faults);
+            trace(QStringLiteral("#%1 from %2: %3")
+                      .arg(*result.request)
+                      .arg(peerText(from), request) +
+                  (faults == "none" ? QString()
+                                    : QStringLiteral(" [%1]").arg(QString::fromStdString(faults))));
+        } else {
+            trace(QStringLiteral("ignored from %1: %2").arg(peerText(from), request));
+        }
+    }
+    for (const Outgoing& outgoing : result.outgoing) {
+        if (outgoing.delayMs == 0) {
+            send(outgoing);
+        } else {
+            sendLater(outgoing);
+        }
+    }
+}
+
+void UdpServer::sendLater(const Outgoing& outgoing) {
+    auto* timer = new QTimer(&socket_);
+    timer->setSingleShot(true);
+    timer->setTimerType(Qt::PreciseTimer);
+    QObject::connect(timer, &QTimer::timeout, timer, [this, timer, outgoing] {
+        send(outgoing);
+        timer->deleteLater();
+    });
+    timer->start(static_cast<int>(outgoing.delayMs));
+}
+
+void UdpServer::send(const Outgoing& outgoing) {
+    const QByteArray bytes = toByteArray(outgoing.bytes);
+    if (socket_.writeDatagram(bytes, QHostAddress(outgoing.peer.address), outgoing.peer.port) < 0) {
+        std::fprintf(stderr, "velkor-plc: no reply sent to %s: %s\n",
+                     qPrintable(peerText(outgoing.peer)), qPrintable(socket_.errorString()));
+        return;
+    }
+    ++sent_;
+    if (settings_.trace) {
+        trace(QStringLiteral("#%1 to %2: %3")
+                  .arg(outgoing.request)
+                  .arg(peerText(outgoing.peer),
+                       QString::fromStdString(describeReply(outgoing.bytes))));
+    }
+}
+
+void UdpServer::letTimePass() {
+    const double seconds = static_cast<double>(sinceLastStep_.restart()) / 1000.0;
+    tank_.advance(core_.memory(), seconds, core_.mode() != Mode::Program);
+}
+
+void UdpServer::trace(const QString& line) const {
+    std::printf("%s\n", qPrintable(line));
+    std::fflush(stdout);
+}
+
+} // namespace plc

@@ -1,0 +1,53 @@
+// The PLC on its UDP socket: gives it datagrams, the time of day and the passing of time, and sends
+// what it answers.
+#pragma once
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QObject>
+#include <QtCore/QTimer>
+#include <QtNetwork/QUdpSocket>
+
+#include <optional>
+
+#include "plc/command_line.h"
+#include "plc/faulty_line.h"
+#include "plc/tank.h"
+
+namespace plc {
+
+class UdpServer {
+public:
+    explicit UdpServer(const Settings& settings);
+
+    // The memory of an earlier run; to be called before listen().
+    void restore(const Memory& memory);
+
+    // Empty, or what stands in the way and what to do about it.
+    QString listen();
+
+    QHostAddress address() const { return socket_.localAddress(); }
+    quint16 port() const { return socket_.localPort(); }
+    const Memory& memory() const { return core_.memory(); }
+
+    // "stopped: requests 40, replies 37, refused 2, ignored 1; faults: drop 3"
+    QString counts() const;
+
+private:
+    void receiveAll();
+    void receive(const Bytes& datagram, const Peer& from);
+    void send(const Outgoing& outgoing);
+    void sendLater(const Outgoing& outgoing);
+    void letTimePass();
+    void trace(const QString& line) const;
+
+    const Settings settings_;
+    Core core_;
+    FaultyLine line_;
+    Tank tank_;
+    unsigned long sent_ = 0;
+    QUdpSocket socket_;
+    QTimer processTimer_;
+    QElapsedTimer sinceLastStep_;
+};
+
+} // namespace plc

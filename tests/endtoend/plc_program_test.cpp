@@ -1,0 +1,352 @@
+// velkor-plc as a program: started at a port of the kernel's choice, spoken to over loopback UDP.
+// A reply that must not come is shown by the next one, which comes first; nothing waits for
+// silence.
+#include <gtest/gtest.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDateTime>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QTemporaryDir>
+#include <QtNetwork/QNetworkDatagram>
+#include <QtNetwork/QUdpSocket>
+
+#include <csignal>
+
+namespace {
+
+constexpr int kPatienceMs = 10000;
+
+QString latin(const char* text) {
+    return QString::fromLatin1(text);
+}
+
+class PlcProgram : public testing::Test {
+protected:
+    ~PlcProgram() override {
+        if (process_.state() != QProcess::NotRunning) {
+            process_.kill();
+            process_.waitForFinished(kPatienceMs);
+        }
+    }
+
+    void start(const QStringList& arguments, const QString& listen = latin("127.0.0.1:0")) {
+        process_.start(latin(VELKOR_PLC_PROGRAM),
+                       QStringList{latin("--listen"), listen} + arguments);
+        ASSERT_TRUE(process_.waitForStarted(kPatienceMs));
+    }
+
+    // Starts it and takes the port from its first line.
+    void serve(const QStringList& arguments = {}) {
+        start(arguments);
+        const QString line = readLine();
+        const QString begin = latin("listening on 127.0.0.1:");
+        ASSERT_TRUE(line.startsWith(begin)) << qPrintable(line);
+        port_ = line.mid(begin.size()).toUShort();
+        ASSERT_NE(port_, 0);
+        ASSERT_TRUE(socket_.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    }
+
+    QString readLine() {
+        QElapsedTimer timer;
+        timer.start();
+        while (!process_.canReadLine() && timer.elapsed() < kPatienceMs &&
+               process_.state() != QProcess::NotRunning) {
+            process_.waitForReadyRead(100);
+        }
+        return QString::fromLatin1(process_.readLine()).trimmed();
+    }
+
+    // SID and what follows it, as hex text.
+    void send(const char* sidCommandAndParameters) {
+        const QByteArray frame =
+            QByteArray::fromHex(QByteArray("800002000000000500") + sidCommandAndParameters);
+        ASSERT_EQ(socket_.writeDatagram(frame, QHostAddress(QHostAddress::LocalHost), port_),
+                  frame.size());
+    }
+
+    QByteArray receive() {
+        if (!socket_.hasPendingDatagrams() && !socket_.waitForReadyRead(kPatienceMs)) {
+            return "nothing came";
+        }
+        const QByteArray data = socket_.receiveDatagram().data();
+        // header up to the SID, the PLC's own node as source
+        return data.startsWith(QByteArray::fromHex("c00002000500000100"))
+                   ? data.mid(9).toHex(' ')
+                   : QByteArray("odd header ") + data.toHex(' ');
+    }
+
+    void stop(int signal) {
+        ASSERT_EQ(::kill(static_cast<pid_t>(process_.processId()), signal), 0);
+        ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
+    }
+
+    // Everything after the listening line.
+    QString output() { return QString::fromLatin1(process_.readAllStandardOutput()); }
+    QString complaint() { return QString::fromLatin1(process_.readAllStandardError()); }
+
+    void expectRefusal(const QStringList& arguments, int exitCode, const QStringList& says) {
+        process_.start(latin(VELKOR_PLC_PROGRAM), arguments);
+        ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
+        EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(process_.exitCode(), exitCode);
+        const QString told = complaint();
+        for (const QString& part : says) {
+            EXPECT_TRUE(told.contains(part)) << qPrintable(told);
+        }
+        EXPECT_TRUE(output().isEmpty());
+    }
+
+    int argc_ = 1;
+    char name_[9] = "endtoend";
+    char* argv_[2] = {name_, nullptr};
+    QCoreApplication application_{argc_, argv_};
+    QProcess process_;
+    QUdpSocket socket_;
+    quint16 port_ = 0;
+};
+
+TEST_F(PlcProgram, exchange_writeAndRead_isAnsweredOverUdp) {
+    serve();
+    send("01 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    send("02 0101 82000000 0002");
+    EXPECT_EQ(receive(), "02 01 01 00 00 12 34 00 00");
+}
+
+TEST_F(PlcProgram, options_areHanded_toThePlc) {
+    serve({latin("--mode"), latin("program"), latin("--writes-in"), latin("monitor"),
+           latin("--alarm")});
+    send("01 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "01 01 02 22 43");
+    send("02 0401 ffff 02");
+    EXPECT_EQ(receive(), "02 04 01 00 40");
+    send("03 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "03 01 02 00 40");
+}
+
+TEST_F(PlcProgram, endCode_isTheAnswerToEverything) {
+    serve({latin("--end-code"), latin("2503")});
+    send("01 0101 82000000 0001");
+    EXPECT_EQ(receive(), "01 01 01 25 03");
+    send("02 0601");
+    EXPECT_EQ(receive(), "02 06 01 25 03");
+}
+
+TEST_F(PlcProgram, maxMessage_boundsTheReply) {
+    serve({latin("--max-message"), latin("64")});
+    send("01 0101 82000000 001a");
+    EXPECT_EQ(receive(), "01 01 01 11 0b");
+}
+
+TEST_F(PlcProgram, clock_tellsTheYearOfTheMachine) {
+    serve();
+    send("01 0701");
+    const QByteArray year = QByteArray::number(QDate::currentDate().year() % 100);
+    EXPECT_EQ(receive().mid(0, 17), "01 07 01 00 00 " + year);
+}
+
+TEST_F(PlcProgram, drop_theNextReplyComesFirst) {
+    serve({latin("--faults"), latin("drop 1")});
+    send("01 0102 82000000 0001 1234");
+    send("02 0101 82000000 0001");
+    EXPECT_EQ(receive(), "02 01 01 00 00 12 34"); // it was executed
+}
+
+TEST_F(PlcProgram, silent_isNotExecuted) {
+    serve({latin("--faults"), latin("silent 1")});
+    send("01 0102 82000000 0001 1234");
+    send("02 0101 82000000 0001");
+    EXPECT_EQ(receive(), "02 01 01 00 00 00 00");
+}
+
+TEST_F(PlcProgram, duplicate_comesTwice) {
+    serve({latin("--faults"), latin("duplicate 1")});
+    send("01 0101 82000000 0001");
+    EXPECT_EQ(receive(), "01 01 01 00 00 00 00");
+    EXPECT_EQ(receive(), "01 01 01 00 00 00 00");
+}
+
+TEST_F(PlcProgram, truncate_comesCutShort) {
+    serve({latin("--faults"), latin("truncate 1 to 13")});
+    send("01 0101 82000000 0001");
+    EXPECT_EQ(receive(), "01 01 01 00");
+}
+
+TEST_F(PlcProgram, delay_isOvertakenByTheNextReply) {
+    serve({latin("--faults"), latin("delay 1 by 200ms")});
+    QElapsedTimer timer;
+    timer.start();
+    send("01 0101 82000000 0001");
+    send("02 0101 82000000 0001");
+    EXPECT_EQ(receive(), "02 01 01 00 00 00 00");
+    EXPECT_EQ(receive(), "01 01 01 00 00 00 00");
+    EXPECT_GE(timer.elapsed(), 199); // whole milliseconds, cut off
+}
+
+TEST_F(PlcProgram, late_comesWithTheNextRequest) {
+    serve({latin("--faults"), latin("late 1")});
+    send("01 0101 82000000 0001");
+    send("02 0101 82000000 0001");
+    EXPECT_EQ(receive(), "01 01 01 00 00 00 00");
+    EXPECT_EQ(receive(), "02 01 01 00 00 00 00");
+}
+
+TEST_F(PlcProgram, sidPlusOne_comesWithTheWrongSid) {
+    serve({latin("--faults"), latin("sid+1 1")});
+    send("01 0101 82000000 0001");
+    EXPECT_EQ(receive(), "02 01 01 00 00 00 00");
+}
+
+TEST_F(PlcProgram, corrupt_sameSeed_isTheSameAndNotTheReply) {
+    serve({latin("--faults"), latin("corrupt 1"), latin("--seed"), latin("5")});
+    send("01 0101 82000000 0001");
+    ASSERT_TRUE(socket_.waitForReadyRead(kPatienceMs));
+    const QByteArray first = socket_.receiveDatagram().data();
+    EXPECT_EQ(first.size(), 16);
+    EXPECT_NE(first.toHex(), QByteArray("c0000200050000010001010100000000"));
+    stop(SIGTERM);
+    socket_.close();
+    serve({latin("--faults"), latin("corrupt 1"), latin("--seed"), latin("5")});
+    send("01 0101 82000000 0001");
+    ASSERT_TRUE(socket_.waitForReadyRead(kPatienceMs));
+    EXPECT_EQ(socket_.receiveDatagram().data().toHex(), first.toHex());
+}
+
+TEST_F(PlcProgram, sigterm_endsWithCountsAndExitCode0) {
+    serve({latin("--faults"), latin("drop 1-2; duplicate 3")});
+    send("01 0101 82000000 0001");
+    send("02 0101 82000000 0001");
+    send("03 0101 83000000 0001");
+    EXPECT_EQ(receive(), "03 01 01 11 01");
+    EXPECT_EQ(receive(), "03 01 01 11 01");
+    stop(SIGTERM);
+    EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process_.exitCode(), 0);
+    EXPECT_EQ(output(), latin("stopped: requests 3, replies 2, refused 1, ignored 0; "
+                              "faults: drop 2, duplicate 1\n"));
+}
+
+TEST_F(PlcProgram, sigint_endsWithExitCode0) {
+    serve();
+    stop(SIGINT);
+    EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process_.exitCode(), 0);
+    EXPECT_EQ(output(),
+              latin("stopped: requests 0, replies 0, refused 0, ignored 0; faults: none\n"));
+}
+
+TEST_F(PlcProgram, trace_printsRequestAndReply) {
+    serve({latin("--trace"), latin("--faults"), latin("sid+1 1")});
+    send("2A 0101 82006400 0001");
+    receive();
+    const QString from = QStringLiteral("127.0.0.1:%1").arg(socket_.localPort());
+    EXPECT_EQ(readLine(),
+              latin("#1 from %1: sid 2A node 5 to 0: 0101 read DM 100, 1 word [sid+1]").arg(from));
+    EXPECT_EQ(readLine(), latin("#1 to %1: sid 2B: 0000 normal, 2 bytes: 00 00").arg(from));
+}
+
+TEST_F(PlcProgram, image_isSavedAtTheEndAndLoadedAtTheStart) {
+    QTemporaryDir folder;
+    const QString file = folder.filePath(latin("memory.txt"));
+    serve({latin("--image"), file});
+    send("01 0102 82006400 0002 1234 ABCD");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    stop(SIGTERM);
+    QFile saved(file);
+    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(saved.readAll().contains("\nDM 96: 0000 0000 0000 0000 1234 ABCD 0000 0000\n"));
+    socket_.close();
+    serve({latin("--image"), file});
+    send("01 0101 82006400 0002");
+    EXPECT_EQ(receive(), "01 01 01 00 00 12 34 ab cd");
+}
+
+TEST_F(PlcProgram, image_wrongLine_isNamedWithItsFile) {
+    QTemporaryDir folder;
+    const QString file = folder.filePath(latin("memory.txt"));
+    QFile out(file);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    out.write("DM 0: 0001\nDM 1: 5\n");
+    out.close();
+    expectRefusal({latin("--listen"), latin("127.0.0.1:0"), latin("--image"), file}, 1,
+                  {file + latin(":2: '5' is no word; expected four hex digits")});
+}
+
+TEST_F(PlcProgram, tank_fillsAsTimePasses) {
+    serve({latin("--process"), latin("tank")});
+    QElapsedTimer timer;
+    timer.start();
+    int level = 0; // 0.1 l; 20 l at the start
+    while (level <= 210 && timer.elapsed() < kPatienceMs) {
+        send("01 0101 82000000 0001");
+        level = QByteArray::fromHex(receive()).mid(5).toHex().toInt(nullptr, 16);
+    }
+    EXPECT_GT(level, 210);
+}
+
+TEST_F(PlcProgram, addressInUse_isNamedWithWhatToDo) {
+    QUdpSocket other;
+    ASSERT_TRUE(
+        other.bind(QHostAddress(QHostAddress::LocalHost), 0, QAbstractSocket::DontShareAddress));
+    const QString address = QStringLiteral("127.0.0.1:%1").arg(other.localPort());
+    expectRefusal({latin("--listen"), address}, 1,
+                  {address + latin(" is in use"), latin("--listen")});
+}
+
+TEST_F(PlcProgram, faults_wrongScript_isRefusedWithItsColumn) {
+    expectRefusal({latin("--faults"), latin("drop 3; lose 4")}, 2,
+                  {latin("--faults, column 9: expected a fault: drop,"),
+                   latin("\n  drop 3; lose 4\n          ^\n")});
+}
+
+TEST_F(PlcProgram, wrongUsage_isRefusedWithWhatWouldBeRight) {
+    const QString tooHigh = latin("70000");
+    for (const QStringList& row : QVector<QStringList>{
+             {latin("Unknown option 'bogus'"), latin("--bogus")},
+             {latin("--listen \"9600\": expected an IPv4 address and a port"), latin("--listen"),
+              latin("9600")},
+             {latin("--listen \"127.0.0.1:70000\": expected"), latin("--listen"),
+              latin("127.0.0.1:") + tooHigh},
+             {latin("--node \"255\": expected a number from 1 to 254"), latin("--node"),
+              latin("255")},
+             {latin("--mode \"fast\": expected program, debug, monitor or run"), latin("--mode"),
+              latin("fast")},
+             {latin("--writes-in \"x\": expected any, program, monitor or run"),
+              latin("--writes-in"), latin("x")},
+             {latin("--max-message \"63\": expected a number from 64 to 65507"),
+              latin("--max-message"), latin("63")},
+             {latin("--end-code \"25\": expected four hex digits"), latin("--end-code"),
+              latin("25")},
+             {latin("--process \"pump\": expected none or tank"), latin("--process"),
+              latin("pump")},
+             {latin("--seed \"-1\": expected a number from 0 to 4294967295"), latin("--seed"),
+              latin("-1")},
+             {latin("--image \"\": expected the name of a file"), latin("--image"), QString()},
+             {latin("\"extra\": expected options only"), latin("extra")},
+         }) {
+        expectRefusal(row.mid(1), 2, {row.first()});
+    }
+}
+
+TEST_F(PlcProgram, version_isPrinted) {
+    process_.start(latin(VELKOR_PLC_PROGRAM), {latin("--version")});
+    ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
+    EXPECT_EQ(process_.exitCode(), 0);
+    EXPECT_EQ(output(), latin("velkor-plc " VELKOR_VERSION "\n"));
+}
+
+TEST_F(PlcProgram, help_namesEveryOption) {
+    process_.start(latin(VELKOR_PLC_PROGRAM), {latin("--help")});
+    ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
+    EXPECT_EQ(process_.exitCode(), 0);
+    const QString help = output();
+    for (const char* option :
+         {"--listen", "--node", "--mode", "--writes-in", "--max-message", "--alarm", "--end-code",
+          "--process", "--image", "--faults", "--seed", "--trace", "--help", "--version"}) {
+        EXPECT_TRUE(help.contains(latin(option))) << option;
+    }
+}
+
+} // namespace
