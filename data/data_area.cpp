@@ -102,10 +102,10 @@ void setBitOfWord(unsigned char* word, const FoldedBit& bit, int on) {
     }
 }
 
-DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int count)
-    : station_(station), keyName_(recordName(regName)), firstWord_(addr), searchedUpTo_(0),
-      missing_(qMax(count, 0)) {
-    if (isBitRegister(regName) && count >= 1) {
+DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int count, Unit unit)
+    : station_(station), keyName_(unit == WORDS ? regName : recordName(regName)), firstWord_(addr),
+      searchedUpTo_(0), missing_(qMax(count, 0)) {
+    if (unit == HOST_UNITS && isBitRegister(regName) && count >= 1) {
         firstWord_ = foldBit(addr).word;
         missing_ = wordsUnderBits(addr, count);
     }

@@ -48,9 +48,12 @@ void setBitOfWord(unsigned char* word, const FoldedBit& bit, int on);
 /// to be worked through word by word. Lives inside one call; callbacks may add records meanwhile.
 class DataAreaRun {
 public:
-    /// `addr` and `count` in the register's own unit: the words of a word register, or the words
-    /// that hold the bits of a "_bit" register, which are looked up under its base name.
-    DataAreaRun(int station, const QString& regName, int addr, int count);
+    /// HOST_UNITS: `addr` and `count` in the register's own unit, the words of a word register, or
+    /// the words that hold the bits of a "_bit" register, which are looked up under its base name.
+    /// WORDS: words under exactly this name, as a reply brings them (a recipe may read a "_bit"
+    /// name; its words stand apart from the base name's).
+    enum Unit { HOST_UNITS, WORDS };
+    DataAreaRun(int station, const QString& regName, int addr, int count, Unit unit = HOST_UNITS);
 
     /// The same as getIndexOfDataArea on the driver's cache; fast for the words of the run.
     int indexOf(int wordAddr);

@@ -64,7 +64,8 @@ void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const FRAME_PRO&
 
 void storeReplyWords(const FRAME_PRO& frame, const QByteArray& reply) {
     const int words = frame.dataLen / 2;
-    DataAreaRun run(frame.var.station, frame.var.regName, frame.var.addr, words);
+    DataAreaRun run(frame.var.station, frame.var.regName, frame.var.addr, words,
+                    DataAreaRun::WORDS);
     for (int i = 0; i < words; ++i) {
         const int index = run.indexOf(wrapAdd(frame.var.addr, i));
         storeWord(index, wordAt(reply, frame.headLen + 2 * i));
@@ -72,7 +73,7 @@ void storeReplyWords(const FRAME_PRO& frame, const QByteArray& reply) {
 }
 
 void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply) {
-    if (driver.rcpIndex >= driver.rcpBlockFirst.size()) {
+    if (driver.rcpIndex < 0 || driver.rcpIndex >= driver.rcpBlockFirst.size()) {
         return;
     }
     const int first = driver.rcpBlockFirst.at(driver.rcpIndex);
