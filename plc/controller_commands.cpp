@@ -8,6 +8,11 @@ namespace {
 
 constexpr std::uint16_t kOnlyProgram = 0xFFFF;
 
+// The program number may be left out; there is but one.
+bool namesOnlyProgram(const Bytes& request) {
+    return request.size() == kParameters || get16(request, kParameters) == kOnlyProgram;
+}
+
 void appendText(Bytes& to, const std::string& text, std::size_t width) {
     for (std::size_t i = 0; i < width; ++i) {
         to.push_back(i < text.size() ? static_cast<std::uint8_t>(text[i]) : std::uint8_t{' '});
@@ -54,12 +59,16 @@ Bytes configuration() {
 
 Answer run(const Bytes& request, Mode& mode) {
     constexpr std::size_t kModeAt = kParameters + 2;
-    if (request.size() != kModeAt + 1) {
-        return refused(request.size() <= kModeAt ? endcode::kTooShort : endcode::kTooLong);
+    const std::size_t length = request.size() - kParameters;
+    if (length > 3) {
+        return refused(endcode::kTooLong);
     }
-    const auto wanted = static_cast<Mode>(request[kModeAt]);
+    if (length == 1) {
+        return refused(endcode::kTooShort);
+    }
+    const Mode wanted = length == 3 ? static_cast<Mode>(request[kModeAt]) : Mode::Monitor;
     const bool possible = wanted == Mode::Monitor || wanted == Mode::Run;
-    if (get16(request, kParameters) != kOnlyProgram || !possible) {
+    if (!namesOnlyProgram(request) || !possible) {
         return refused(endcode::kParameterError);
     }
     mode = wanted;
@@ -74,7 +83,7 @@ Answer stop(const Bytes& request, Mode& mode) {
     if (length == 1) {
         return refused(endcode::kTooShort);
     }
-    if (length == 2 && get16(request, kParameters) != kOnlyProgram) {
+    if (!namesOnlyProgram(request)) {
         return refused(endcode::kParameterError);
     }
     mode = Mode::Program;
@@ -107,8 +116,8 @@ Answer status(const Bytes& request, Mode mode, bool alarm) {
     answer.data.push_back(mode == Mode::Program ? 0 : 1); // 1: the program is running
     answer.data.push_back(static_cast<std::uint8_t>(mode));
     append16(answer.data, 0);                  // no fatal error
-    append16(answer.data, alarm ? 0x8000 : 0); // non-fatal: set by the user's program
-    append16(answer.data, alarm ? 0x0001 : 0); // message 0 is there
+    append16(answer.data, alarm ? 0x0001 : 0); // non-fatal: set by the user's program (bit 0)
+    append16(answer.data, alarm ? 0x8000 : 0); // message 0 is there (bit 15)
     append16(answer.data, alarm ? 0x4101 : 0); // error code of the alarm number 1
     appendText(answer.data, alarm ? "ALARM 1" : "", 16);
     return answer;

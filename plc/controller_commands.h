@@ -7,7 +7,8 @@
 
 namespace plc {
 
-// 0401: program number FFFF, then the mode (2 MONITOR, 4 RUN). Sets `mode` when it is accepted.
+// 0401: program number FFFF, then the mode (2 MONITOR, 4 RUN). Without the mode, or alone, it means
+// MONITOR. Sets `mode` when it is accepted.
 Answer run(const Bytes& request, Mode& mode);
 
 // 0402: alone or with the program number FFFF. Sets `mode` to PROGRAM when it is accepted.

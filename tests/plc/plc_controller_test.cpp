@@ -24,6 +24,15 @@ TEST(PlcMode, run_monitorAndRun_changeTheMode) {
     EXPECT_EQ(core.mode(), Mode::Run);
 }
 
+TEST(PlcMode, run_withoutMode_meansMonitor) {
+    plc::Core core;
+    EXPECT_EQ(ask(core, "04 01"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Monitor);
+    core.setMode(Mode::Run);
+    EXPECT_EQ(ask(core, "04 01 FF FF"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Monitor);
+}
+
 TEST(PlcMode, stop_withAndWithoutProgramNumber_goesToProgram) {
     plc::Core core;
     EXPECT_EQ(ask(core, "04 02"), "00 00");
@@ -36,8 +45,8 @@ TEST(PlcMode, stop_withAndWithoutProgramNumber_goesToProgram) {
 TEST(PlcMode, run_wrong_getsItsEndCodeAndKeepsTheMode) {
     plc::Core core;
     core.setMode(Mode::Program);
-    EXPECT_EQ(ask(core, "04 01"), "10 02");
-    EXPECT_EQ(ask(core, "04 01 FF FF"), "10 02");
+    EXPECT_EQ(ask(core, "04 01 FF"), "10 02");
+    EXPECT_EQ(ask(core, "04 01 00 01"), "11 0C");
     EXPECT_EQ(ask(core, "04 01 FF FF 02 00"), "10 01");
     EXPECT_EQ(ask(core, "04 01 FF FF 03"), "11 0C");
     EXPECT_EQ(ask(core, "04 01 00 01 02"), "11 0C");
@@ -138,7 +147,7 @@ TEST(PlcStatus, status_withAlarm_tellsANonFatalError) {
     plc::Core core;
     core.setMode(Mode::Monitor);
     core.setAlarm(true);
-    EXPECT_EQ(ask(core, "06 01"), "00 40 01 02 00 00 80 00 00 01 41 01 "
+    EXPECT_EQ(ask(core, "06 01"), "00 40 01 02 00 00 00 01 80 00 41 01 "
                                   "41 4C 41 52 4D 20 31 20 20 20 20 20 20 20 20 20");
 }
 

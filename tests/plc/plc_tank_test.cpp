@@ -194,6 +194,15 @@ TEST(PlcTank, alarm_causeGone_staysUntilItIsAcknowledged) {
     EXPECT_FALSE(live.memory.bit(plc::Area::Cio, 100, 3));
 }
 
+TEST(PlcTank, alarm_undisturbedBatches_raiseNone) {
+    LiveTank live;
+    for (int i = 0; i < 600; ++i) {
+        live.run(1);
+        ASSERT_EQ(live.memory.word(plc::Area::Holding, 0), 0) << "after " << i << " s";
+    }
+    EXPECT_LT(plc::bcdAt(live.memory, map::kBatchesLeft), 97U);
+}
+
 TEST(PlcTank, leak_whileHolding_raisesLevelLow) {
     LiveTank live;
     live.memory.setWord(plc::Area::Dm, 103, 0xFFFF); // hold for long
