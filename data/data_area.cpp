@@ -65,8 +65,17 @@ int getIndexOfDataArea(int station, const QString& regName, int wordAddr, QList<
     return appendRecord(station, regName, wordAddr, list);
 }
 
-int _setDataAreaMonitorFlag(int station, const QString& regName, int addr, int count) {
-    if (count >= 1) {
+int _setDataAreaMonitorFlag(int station, const QString& regName, int addr, int count,
+                            DataAreaIndex* index) {
+    if (count < 1) {
+        return 0;
+    }
+    if (index != nullptr) {
+        const QString name = recordName(regName);
+        markRange(regName, addr, count, [index, station, &name](int word) {
+            return index->indexOf(station, name, word);
+        });
+    } else {
         DataAreaRun run(station, regName, addr, count);
         markRange(regName, addr, count, [&run](int word) { return run.indexOf(word); });
     }
@@ -161,10 +170,4 @@ int DataAreaIndex::indexOf(int station, const QString& regName, int wordAddr) {
     const int added = appendRecord(station, regName, wordAddr, driver.dataAreaList);
     indices_.insert(key, added);
     return added;
-}
-
-void DataAreaIndex::setMonitorFlag(int station, const QString& regName, int addr, int count) {
-    const QString name = recordName(regName);
-    markRange(regName, addr, count,
-              [this, station, &name](int word) { return indexOf(station, name, word); });
 }

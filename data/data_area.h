@@ -17,6 +17,8 @@
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
+class DataAreaIndex;
+
 /// Index of the first record with this key, appended (all zero but its key) when there is none.
 /// Never negative. `regName` is taken as it is: pass the base name of a bit register. `guess` is an
 /// index where the caller has reason to expect the record (there is at most one); it is checked.
@@ -24,10 +26,12 @@ int getIndexOfDataArea(int station, const QString& regName, int wordAddr, QList<
                        int guess = -1);
 
 /// Switches monitoring on for `count` addresses from `addr`: of words, or, for a "_bit" name, of
-/// bits. A `count` below 1 changes nothing. Always returns 0. Nothing here switches it off.
-int _setDataAreaMonitorFlag(int station, const QString& regName, int addr, int count);
+/// bits. A `count` below 1 changes nothing. Always returns 0. Only clearMonitorFlags switches it
+/// off. `index` serves a caller that marks very many ranges.
+int _setDataAreaMonitorFlag(int station, const QString& regName, int addr, int count,
+                            DataAreaIndex* index = nullptr);
 
-/// Clears every monitor mark; the records stay.
+/// Clears every monitor mark, for a new list of what is polled; the records stay.
 void clearMonitorFlags();
 
 /// `value` with one bit set (`on` nonzero) or cleared. Only the low 8 bits of `bit` are looked at;
@@ -75,8 +79,6 @@ class DataAreaIndex {
 public:
     DataAreaIndex();
     int indexOf(int station, const QString& regName, int wordAddr);
-    /// The same as _setDataAreaMonitorFlag.
-    void setMonitorFlag(int station, const QString& regName, int addr, int count);
 
 private:
     typedef QPair<QPair<int, int>, QString> Key;

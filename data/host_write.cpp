@@ -86,7 +86,7 @@ void saveBit(int index, const FoldedBit& bit, bool on) {
 
 } // namespace
 
-void write_saveDataToArea(int station, const QString& regName, int addr, int count,
+void write_saveDataToArea(int station, QString regName, int addr, int count,
                           const unsigned char* data) {
     const bool bits = isBitRegister(regName);
     DataAreaRun run(station, regName, addr, count);

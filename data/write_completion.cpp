@@ -37,7 +37,7 @@ void settleBit(int index, const FoldedBit& bit, bool succeeded) {
 
 } // namespace
 
-void _write_FailOrSuc(int station, const QString& regName, int addr, int count, int result) {
+void _write_FailOrSuc(int station, QString regName, int addr, int count, int result) {
     const bool bits = isBitRegister(regName);
     const bool succeeded = result == 1;
     DataAreaRun run(station, regName, addr, count);

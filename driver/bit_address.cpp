@@ -4,7 +4,8 @@
 
 namespace {
 
-const int bitSuffixLength = 4; // of "_bit"
+const char bitSuffix[] = "_bit";
+const int bitSuffixLength = sizeof bitSuffix - 1;
 
 /// Words that `bitCount` bits fill, a started one counted; truncating, so a negative count that is
 /// not a multiple of 16 gives one more than its quotient.
@@ -16,7 +17,7 @@ int wordsFilledBy(int bitCount) {
 } // namespace
 
 bool isBitRegister(const QString& regName) {
-    return regName.endsWith(QLatin1String("_bit"));
+    return regName.endsWith(QLatin1String(bitSuffix));
 }
 
 QString baseRegisterName(const QString& regName) {
@@ -28,7 +29,7 @@ QString withoutBitSuffix(const QString& regName) {
 }
 
 QString bitRegisterName(const QString& regName) {
-    return regName + QLatin1String("_bit");
+    return regName + QLatin1String(bitSuffix);
 }
 
 FoldedBit foldBit(int bitAddress) {

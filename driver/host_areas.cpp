@@ -48,7 +48,9 @@ void storeRecipeWord(int wordIndex, unsigned char lowByte, unsigned char highByt
 }
 
 void copyFromRecipeBuffer(int wordIndex, int byteCount, unsigned char* target) {
-    std::memcpy(target, driver.hostRecipeBuffer + wordIndex, static_cast<size_t>(byteCount));
+    if (byteCount > 0) {
+        std::memcpy(target, driver.hostRecipeBuffer + wordIndex, static_cast<size_t>(byteCount));
+    }
 }
 
 void notifyValueChange(int station, const QString& regName, int address) {

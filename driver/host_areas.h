@@ -1,9 +1,10 @@
 #ifndef VELKOR_DRIVER_HOST_AREAS_H
 #define VELKOR_DRIVER_HOST_AREAS_H
 
-/// Every access to the host's memory and every callback, once each. Nothing else in the driver
-/// touches the host's bytes, its mutex or its callback, so "the mutex is held for the byte access
-/// only, never across a callback or a frame build" holds by construction.
+/// Every access to the memory areas that the host lends at intf_initProperty and every callback,
+/// once each. Nothing else in the driver touches those bytes, the mutex or the callback, so "the
+/// mutex is held for the byte access only, never across a callback or a frame build" holds by
+/// construction.
 
 #include <QtCore/QString>
 

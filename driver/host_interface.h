@@ -18,10 +18,12 @@
 ///    and the configuration queries (marked "query"), and nothing else.
 /// 4. Lists given out are appended to (marked "appends"), texts are replaced. Where a call says
 ///    "unchanged", not one byte of the output has been written.
-/// 5. Nothing is thrown at the host and no input is fatal. Names and addresses in data calls are
+/// 5. Nothing is thrown at the host, and no input is fatal but one whose length does not fit in
+/// memory. Names and addresses in data calls are
 ///    not checked; a wrong one is refused by the PLC later.
 /// 6. Register names are compared exactly, case and blanks included. Decimal numbers in texts are
-///    read as QString::toInt does in base 10: blanks around the number and a sign are accepted.
+///    read as QString::toInt does in base 10: blanks around the number and a sign are accepted
+///    (but not in the bit of word.bit, whose length counts).
 /// 7. Words travel to and from the host low byte first, bits as one byte each (0 or 1).
 /// 8. Arithmetic on addresses and lengths wraps at 32 bits.
 
@@ -56,7 +58,9 @@
 /// |          |             |            |                  | host's recipe buffer               |
 ///
 /// "host tag" is item 0 of the property string. Inside the callback intf_getData still gives the
-/// old value of a word that is being reported as changed by a reply or a write.
+/// value from before: for a write, what the host saw; for a reply, what was read before it (a write
+/// that the reply overrides is no longer seen). Only a failed write of words is reported after the
+/// cache has gone back to the PLC's value.
 typedef int (*AddrValueChangeCallBack)(int tag, int station, QString regName, int address);
 
 /// Bytes of the host's two memory areas that the driver uses. Their places are the host runtime's.
@@ -88,7 +92,8 @@ enum ReplyResult {
     REPLY_NOT_EXPECTED = 0,   ///< no frame is queued; the reply was ignored
     REPLY_ACCEPTED = 1,       ///< accepted; ask for the next frame
     REPLY_REQUEST_FAILED = 2, ///< the retries are exhausted; the request was given up
-    REPLY_REJECTED = 8        ///< not the reply expected; the same frame goes out again
+    REPLY_REJECTED = 8 ///< not the reply expected; ask for the next frame: the same one again,
+                       ///< or a change of the PLC's mode before it
 };
 
 /// Results of intf_multiCopy.
@@ -111,7 +116,8 @@ extern "C" {
 ///
 /// `hostBlock`: host shared block; bytes 60115 and 60116 must exist. `statusBlock`: host status
 /// block; bytes 122022 and 122023 must exist. `recipeBuffer`: as many words as the recipe variables
-/// address. `mutex` guards the host shared block; it must not be recursive-locked by the caller.
+/// address. `mutex` guards the host shared block; the calling
+/// thread must not hold it during any call.
 ///
 /// Request lists, cache and frame queue are emptied. Recipe variables, node settings, the service
 /// ID and the callback stay. Returns 1.
@@ -119,7 +125,8 @@ VELKOR_EXPORT int intf_initProperty(unsigned char* hostBlock, unsigned char* sta
                                     unsigned short* recipeBuffer, int* out,
                                     const char* propertyString, QMutex* mutex);
 
-/// Registers the value-change callback. Set it before the first intf_setData or intf_dealRcvFrame.
+/// Registers the value-change callback. Set it before the first intf_setData,
+/// intf_getSendFrame or intf_dealRcvFrame.
 VELKOR_EXPORT void intf_setAddrValueChangeCallBack(AddrValueChangeCallBack callback);
 
 /// Query. Stores 1 in `*out`.
@@ -127,7 +134,8 @@ VELKOR_EXPORT void intf_getProtocolType(int* out);
 
 /// Query. Replaces `out` by the default parameter string: 22 comma fields, of which 7 is the PLC's
 /// IPv4 address, 8 its UDP port, 9 the protocol identifier and 10 to 21 the register names. The
-/// driver never reads such a string back; fields 0 to 6 belong to the host's serial settings.
+/// driver never reads such a string back; fields 1 to 4 are the host's serial
+/// settings, 0, 5 and 6 other settings of the host.
 VELKOR_EXPORT void intf_getDriverParameter(QString& out);
 
 /// Query. Replaces `out` by the description of the node settings page: "6_0" (six settings), then
@@ -194,7 +202,8 @@ VELKOR_EXPORT unsigned int intf_getSendFrame(FRAME_PRO& out);
 
 /// Takes the reply to the frame given out last; an empty reply says that none came in time.
 /// `*message` is always replaced: by the empty text, or with result 2 by "length,station,address,
-/// register": the length of the reply in bytes and the request it belonged to. Results:
+/// register": the length of the reply in bytes and the request it belonged to ("14,0,0," when that
+/// last reply was itself a refusal by mode: the mode change at the head has no request). Results:
 /// ReplyResult.
 VELKOR_EXPORT unsigned int intf_dealRcvFrame(QByteArray* reply, QString* message);
 
@@ -212,10 +221,10 @@ VELKOR_EXPORT int intf_getData(int station, QString regName, int addr, int count
 VELKOR_EXPORT int intf_setData(int station, QString regName, int addr, int count,
                                unsigned char* data, int tag);
 
-/// Query, appends. Lays out `count` addresses from `start`, `step` apart (words or bits; may be 0
-/// or negative): `texts` receives the address texts, `values` the numbers. An address beyond the
-/// register's maximum is replaced by it; the minimum is not checked. Both vectors grow by exactly
-/// `count` entries. Results: MultiCopyResult; 1 also for `count` below 1.
+/// Appends; needs no other call before it. Lays out `count` addresses from `start`, `step` apart
+/// (words or bits; may be 0 or negative): `texts` receives the address texts, `values` the numbers.
+/// An address beyond the register's maximum is replaced by it; the minimum is not checked. Both
+/// vectors grow by exactly `count` entries. Results: MultiCopyResult; 1 also for `count` below 1.
 VELKOR_EXPORT int intf_multiCopy(QString regName, int start, int count, int step,
                                  QVector<QString>& texts, QVector<int>& values);
 

@@ -6,7 +6,8 @@
 /// KEY_ADDRESS, _RCP_VAR_PRO and FRAME_PRO (with the VARIABLE inside it) cross the boundary to the
 /// host: the order and width of their fields are part of the host contract and never change. Every
 /// number is a signed 32-bit int unless its field says otherwise; every buffer is a plain byte
-/// array; on the 32-bit target no field is padded (asserted at the end of this file).
+/// array; on the 32-bit target no field of these is padded (asserted at the end of
+/// this file).
 ///
 /// All are plain value types: copying copies every field and every byte of the buffers, whatever
 /// the lengths say. A default-made record has empty texts; its numbers and buffers are NOT
@@ -52,7 +53,7 @@ struct KEY_ADDRESS {
 
 /// One frame with what is needed to judge its reply.
 struct FRAME_PRO {
-    unsigned char frame[VELKOR_FRAME_SIZE]; ///< the bytes to send, from byte 0; zero beyond sendLen
+    unsigned char frame[VELKOR_FRAME_SIZE]; ///< the bytes to send, from byte 0; zero behind them
     int sendLen;                            ///< how many bytes of `frame` to send
     int rcvLen;                             ///< the exact length the reply must have, in bytes
     int headLen;  ///< where the data start in the reply: 14 for a read, else 0
@@ -90,7 +91,9 @@ struct _RCP_VAR_PRO {
     int spare;     ///< never read
 };
 
-// The layout on the 32-bit target, asserted wherever pointers are 32 bits wide.
+// The layout on the 32-bit target, asserted wherever pointers are 32 bits wide. A text is one
+// pointer up to Qt 5; Qt 6 made it larger, and no such host is built for that target.
+#if QT_VERSION < 0x060000
 #define VELKOR_32BIT_LAYOUT(condition)                                                             \
     static_assert(sizeof(void*) != 4 || (condition), "host record layout changed")
 
@@ -145,5 +148,7 @@ VELKOR_32BIT_LAYOUT(offsetof(_RCP_VAR_PRO, addr) == 12);
 VELKOR_32BIT_LAYOUT(offsetof(_RCP_VAR_PRO, len) == 16);
 VELKOR_32BIT_LAYOUT(offsetof(_RCP_VAR_PRO, rcpOffset) == 20);
 VELKOR_32BIT_LAYOUT(offsetof(_RCP_VAR_PRO, spare) == 24);
+
+#endif
 
 #endif

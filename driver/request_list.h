@@ -12,8 +12,8 @@
 /// that a burst to a silent PLC cannot grow a list without bound.
 enum { LAST_REQUEST_INDEX = 512 };
 
-/// What one write frame can carry; derived in fins/fins_wire.h from the frame's size. Host writes
-/// are cut to it because the frame builder builds nothing that is longer.
+/// What one write frame can carry; fins/fins_wire.h asserts that it follows from the frame's size.
+/// Host writes are cut to it because the frame builder builds nothing that is longer.
 enum { MAX_WRITE_WORDS = 503, MAX_WRITE_BITS = 1006 };
 
 /// Same station, register, address and length. Tag and data are not compared.
@@ -30,7 +30,7 @@ void putRequest(QList<VARIABLE>& list, const VARIABLE& request);
 /// piece.
 class RangePieces {
 public:
-    /// `limit` must be at least 1.
+    /// `limit` must be at least 1, or no less than `length`.
     RangePieces(int length, int limit) : length_(length), limit_(limit) {}
     int count() const;
     int offset(int piece) const; ///< in items, from the start of the range

@@ -125,7 +125,7 @@ void monitorRanges(const QList<KEY_ADDRESS>& keys) {
     DataAreaIndex words;
     for (int i = 0; i < keys.size(); ++i) {
         const KEY_ADDRESS& key = keys.at(i);
-        words.setMonitorFlag(key.station, key.regName, key.addr, key.len);
+        _setDataAreaMonitorFlag(key.station, key.regName, key.addr, key.len, &words);
         logRange(key);
     }
 }
