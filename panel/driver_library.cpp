@@ -37,16 +37,18 @@ QString resolveAll(QLibrary* library, DriverApi* api) {
     return missing;
 }
 
+QString besideProgram() {
+    return QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libvelkor.so.1"));
+}
+
 } // namespace
 
 QString loadDriver(const QString& path, DriverApi* api) {
     QLibrary library;
-    const QString ownFolder =
-        QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libvelkor.so.1"));
     if (!path.isEmpty()) {
         library.setFileName(QFileInfo(path).absoluteFilePath());
-    } else if (QFileInfo::exists(ownFolder)) {
-        library.setFileName(ownFolder);
+    } else if (QFileInfo::exists(besideProgram())) {
+        library.setFileName(besideProgram());
     } else {
         library.setFileNameAndVersion(QStringLiteral("velkor"), 1);
     }

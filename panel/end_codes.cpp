@@ -96,10 +96,8 @@ bool isModeRefusal(int endCode) {
     return code == 0x2203 || code == 0x2204 || code == 0x2206;
 }
 
-QString endCodeText(int endCode) {
-    const int code = plainEndCode(endCode);
-    QString text = QString::number(0x10000 + code, 16).mid(1).toUpper();
-    text += QLatin1Char(' ') + plainText(code);
+QString endCodeWords(int endCode) {
+    QString text = plainText(plainEndCode(endCode));
     if ((endCode & RELAY_ERROR) != 0) {
         text += QStringLiteral(", at a relay");
     }
@@ -110,6 +108,11 @@ QString endCodeText(int endCode) {
         text += QStringLiteral("; the PLC has a non-fatal alarm");
     }
     return text;
+}
+
+QString endCodeText(int endCode) {
+    const QString code = QString::number(0x10000 + plainEndCode(endCode), 16).mid(1).toUpper();
+    return code + QLatin1Char(' ') + endCodeWords(endCode);
 }
 
 } // namespace panel

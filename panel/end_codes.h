@@ -19,7 +19,10 @@ bool isNormalEnd(int endCode);
 /// (2203, 2204, 2206).
 bool isModeRefusal(int endCode);
 
-/// For example "1103 address out of range", with what the flags add.
+/// For example "address out of range", with what the flags add.
+QString endCodeWords(int endCode);
+
+/// The plain code and its words: "1103 address out of range".
 QString endCodeText(int endCode);
 
 } // namespace panel

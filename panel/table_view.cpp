@@ -64,7 +64,7 @@ QString tagRow(const Widths& widths, const TagStatus& status, const TableInput& 
 QString milliseconds(qint64 microseconds) {
     return microseconds < 0
                ? QStringLiteral("-")
-               : QStringLiteral("%1 ms").arg(static_cast<double>(microseconds) / 1000, 0, 'f', 1);
+               : QStringLiteral("%1 ms").arg(static_cast<double>(microseconds) / 1000, 0, 'f', 2);
 }
 
 QStringList linkLines(const LinkStatistics& statistics, const TableInput& input) {

@@ -58,7 +58,7 @@ QString traceReceived(const QByteArray& datagram, Verdict verdict) {
     text += frame.sid >= 0 && frame.isReply() ? headText(frame) : QStringLiteral("no FINS reply");
     if (frame.endCode >= 0) {
         text +=
-            QStringLiteral(" end=%1 (%2)").arg(codeText(frame.endCode), endCodeText(frame.endCode));
+            QStringLiteral(" end=%1 %2").arg(codeText(frame.endCode), endCodeWords(frame.endCode));
     }
     text += QStringLiteral(", %1 bytes").arg(frame.length);
     if (verdict != Verdict::Reply) {

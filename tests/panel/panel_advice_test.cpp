@@ -1,0 +1,109 @@
+#include "panel/advice.h"
+
+#include "panel/text.h"
+
+#include <gtest/gtest.h>
+
+using namespace panel;
+
+namespace {
+
+LinkSettings settings() {
+    LinkSettings result;
+    result.plc = {QHostAddress("192.168.250.1"), 9600};
+    result.retries = 3;
+    result.timeoutMs = 500;
+    return result;
+}
+
+const QVector<int> NODES{0, 1, 0, 0, 10, 0};
+
+Settled failedRead() {
+    Settled settled;
+    settled.reg = "DM";
+    settled.address = 100;
+    settled.length = 2;
+    settled.tries = 3;
+    settled.silent = 3;
+    settled.waited = 1500000;
+    return settled;
+}
+
+Settled refusedRead(int endCode) {
+    Settled settled = failedRead();
+    settled.silent = 0;
+    settled.endCode = endCode;
+    settled.refused = true;
+    return settled;
+}
+
+TEST(FailureText, silence_namesRequestTriesAndWait) {
+    const QString text = failureText(failedRead(), settings(), NODES);
+    EXPECT_TRUE(text.startsWith("reading DM 100 (2 words) failed: no usable answer from "
+                                "192.168.250.1:9600 in 3 tries of 500 ms each (1.50 s)"))
+        << plain(text);
+}
+
+TEST(LikelyCauses, silence_startsWithTheAddressAndThenTheNodes) {
+    const QStringList causes = likelyCauses(failedRead(), settings(), NODES);
+    ASSERT_GE(causes.size(), 4);
+    EXPECT_TRUE(causes.at(0).contains("wrong address or port"));
+    EXPECT_TRUE(causes.at(1).contains("asked as node 1, this panel is node 10"));
+    EXPECT_TRUE(causes.at(3).contains("firewall"));
+}
+
+TEST(FailureReason, portUnreachable_isSaid) {
+    Settled settled = failedRead();
+    settled.refusedPort = 3;
+    EXPECT_TRUE(failureReason(settled, settings())
+                    .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
+}
+
+TEST(FailureReason, refusal_isToldInWords) {
+    EXPECT_EQ(plain(failureReason(refusedRead(0x1103), settings())),
+              "the PLC refused: end code 1103 address out of range (3 tries)");
+}
+
+TEST(LikelyCauses, addressRefused_startsWithThePlcsRange) {
+    EXPECT_TRUE(likelyCauses(refusedRead(0x1103), settings(), NODES)
+                    .first()
+                    .contains("beyond this PLC's range"));
+}
+
+TEST(LikelyCauses, modeRefused_startsWithTheMode) {
+    EXPECT_TRUE(
+        likelyCauses(refusedRead(0x2203), settings(), NODES).first().contains("operating mode"));
+}
+
+TEST(FailureReason, refusalAfterModeChange_tellsBoth) {
+    Settled settled = refusedRead(0x2206);
+    settled.modeChange = true;
+    settled.modeChangeEnd = 0;
+    EXPECT_TRUE(failureReason(settled, settings()).contains("also after the change to MONITOR"));
+}
+
+TEST(FailureReason, refusedModeChange_isWhatDecides) {
+    Settled settled = refusedRead(0x2206);
+    settled.modeChange = true;
+    settled.modeChangeEnd = 0x2002;
+    const QString reason = failureReason(settled, settings());
+    EXPECT_TRUE(reason.contains("2002 protected, to the change to MONITOR mode")) << plain(reason);
+}
+
+TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
+    Settled settled = failedRead();
+    settled.silent = 0;
+    settled.endCode = 0;
+    settled.wrongLength = 3;
+    EXPECT_TRUE(failureReason(settled, settings()).contains("wrong length"));
+}
+
+TEST(RequestText, oneBit_isAddressedByWordAndBit) {
+    Settled settled;
+    settled.reg = "CIO_bit";
+    settled.address = 53; // 3 * 16 + 5
+    settled.length = 1;
+    EXPECT_EQ(plain(requestText(settled)), "CIO_bit 3.5 (1 bit)");
+}
+
+} // namespace

@@ -1,0 +1,129 @@
+#include "panel/csv_reader.h"
+
+#include "panel/text.h"
+
+#include <gtest/gtest.h>
+
+using namespace panel;
+
+namespace {
+
+QStringList texts(const CsvRow& row) {
+    QStringList result;
+    for (const CsvField& field : row.fields) {
+        result.append(field.text);
+    }
+    return result;
+}
+
+TEST(ParseCsv, plainRows_givesTheFields) {
+    const CsvContent content = parseCsv("a,b\n1,,3\n");
+    ASSERT_EQ(content.rows.size(), 2);
+    EXPECT_EQ(texts(content.rows.at(0)), QStringList({"a", "b"}));
+    EXPECT_EQ(texts(content.rows.at(1)), QStringList({"1", "", "3"}));
+    EXPECT_TRUE(content.errors.isEmpty());
+}
+
+TEST(ParseCsv, quotedField_mayHoldCommasQuotesAndLineEnds) {
+    const CsvContent content = parseCsv("\"a,b\",\"say \"\"hi\"\"\",\"two\nlines\"\n");
+    ASSERT_EQ(content.rows.size(), 1);
+    EXPECT_EQ(texts(content.rows.at(0)), QStringList({"a,b", "say \"hi\"", "two\nlines"}));
+}
+
+TEST(ParseCsv, crlfAndByteOrderMark_areNoPartOfTheFields) {
+    const CsvContent content = parseCsv("\xEF\xBB\xBFname,x\r\nv,1\r\n");
+    ASSERT_EQ(content.rows.size(), 2);
+    EXPECT_EQ(texts(content.rows.at(0)), QStringList({"name", "x"}));
+    EXPECT_EQ(texts(content.rows.at(1)), QStringList({"v", "1"}));
+}
+
+TEST(ParseCsv, emptyLines_areSkippedAndCounted) {
+    const CsvContent content = parseCsv("a\n\n\nb\n");
+    ASSERT_EQ(content.rows.size(), 2);
+    EXPECT_EQ(content.rows.at(1).line, 4);
+}
+
+TEST(ParseCsv, noLineEndAtTheEnd_keepsTheLastRow) {
+    EXPECT_EQ(parseCsv("a,b\nc,d").rows.size(), 2);
+}
+
+TEST(ParseCsv, fields_knowLineAndColumn) {
+    const CsvContent content = parseCsv("a,bc\n\"x\ny\",z\n");
+    EXPECT_EQ(content.rows.at(0).fields.at(1).column, 3);
+    // "z" follows a field that goes over a line end: line 3, after y", which takes three places.
+    EXPECT_EQ(content.rows.at(1).fields.at(1).line, 3);
+    EXPECT_EQ(content.rows.at(1).fields.at(1).column, 4);
+}
+
+struct BadCase {
+    const char* name;
+    const char* csv;
+    int line;
+    int column;
+};
+
+class ParseCsvFault : public testing::TestWithParam<BadCase> {};
+
+TEST_P(ParseCsvFault, badQuoting_isNamedByLineAndColumn) {
+    const CsvContent content = parseCsv(GetParam().csv);
+    ASSERT_FALSE(content.errors.isEmpty());
+    EXPECT_EQ(content.errors.first().line, GetParam().line);
+    EXPECT_EQ(content.errors.first().column, GetParam().column);
+}
+
+const BadCase BAD_CASES[] = {
+    {"neverClosed", "a\nb,\"c\n", 2, 3},
+    {"quoteInsideBareField", "a,b\"c\n", 1, 4},
+    {"textAfterQuote", "\"a\"b,c\n", 1, 4},
+};
+
+INSTANTIATE_TEST_SUITE_P(Panel, ParseCsvFault, testing::ValuesIn(BAD_CASES),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CsvLine, fieldsThatNeedIt_areQuoted) {
+    EXPECT_EQ(plain(csvLine({"a", "b,c", "d\"e", "f\ng"})), "a,\"b,c\",\"d\"\"e\",\"f\ng\"");
+}
+
+TEST(CsvLine, parsedAgain_givesTheSameFields) {
+    const QStringList fields{"", "\"", ",", "a\r\nb", " x "};
+    EXPECT_EQ(texts(parseCsv(csvLine(fields).toUtf8()).rows.at(0)), fields);
+}
+
+TEST(CsvTable, columnsInAnyOrder_areFoundByName) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv("b,a\n1,2\n"), {"a"}, {"b"}, &errors);
+    EXPECT_TRUE(errors.isEmpty());
+    EXPECT_EQ(plain(table.field(table.rows().at(0), "a").text), "2");
+}
+
+TEST(CsvTable, missingColumn_isAnError) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv("b\n"), {"a"}, {"b"}, &errors);
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_TRUE(errors.first().text.contains("\"a\" is missing"));
+}
+
+TEST(CsvTable, unknownColumn_isNamedWithItsPlace) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv("a,zz\n"), {"a"}, {}, &errors);
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_EQ(plain(errorText("t.csv", errors.first())),
+              "t.csv:1:3: \"zz\" is no column; the columns are a");
+}
+
+TEST(CsvTable, tooManyFields_isAnErrorAtTheFirstOne) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv("a,b\n1,2,3\n"), {"a", "b"}, {}, &errors);
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_EQ(errors.first().line, 2);
+    EXPECT_EQ(errors.first().column, 5);
+}
+
+TEST(CsvTable, emptyFile_saysWhatTheFirstLineIs) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv(""), {"a"}, {"b"}, &errors);
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_TRUE(errors.first().text.contains("a,b"));
+}
+
+} // namespace

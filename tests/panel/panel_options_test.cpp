@@ -1,0 +1,152 @@
+#include "panel/options.h"
+
+#include "panel/text.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <gtest/gtest.h>
+
+using namespace panel;
+
+namespace {
+
+ParsedCommandLine parse(const QStringList& arguments) {
+    return parseCommandLine(QStringList("velkor-panel") + arguments);
+}
+
+TEST(ParseCommandLine, noOptions_haveTheirDefaults) {
+    const ParsedCommandLine parsed = parse({"probe"});
+    ASSERT_EQ(plain(parsed.error), "");
+    EXPECT_EQ(plain(parsed.options.command), "probe");
+    EXPECT_EQ(parsed.options.link.wordsPerFrame, 256);
+    EXPECT_EQ(parsed.options.link.retries, 3);
+    EXPECT_EQ(parsed.options.link.timeoutMs, 500);
+    EXPECT_EQ(parsed.options.link.scanMs, 200);
+    EXPECT_TRUE(parsed.options.link.nodes.isEmpty());
+    EXPECT_EQ(parsed.options.format, OutputFormat::Table);
+}
+
+TEST(ParseCommandLine, everyOption_isTaken) {
+    const ParsedCommandLine parsed = parse({"--plc",
+                                            "10.0.0.1:9601",
+                                            "--nodes",
+                                            "0,5,0,0,10,0",
+                                            "--words-per-frame",
+                                            "100",
+                                            "--retries",
+                                            "2",
+                                            "--timeout",
+                                            "250",
+                                            "--scan-interval",
+                                            "50",
+                                            "--bind",
+                                            "127.0.0.1:7000",
+                                            "--library",
+                                            "/x.so",
+                                            "--trace",
+                                            "--pcap",
+                                            "f.pcap",
+                                            "--format",
+                                            "json",
+                                            "--seconds",
+                                            "1.5",
+                                            "--until-stable",
+                                            "--type",
+                                            "hex",
+                                            "--values",
+                                            "v.csv",
+                                            "watch",
+                                            "DM:1"});
+    ASSERT_EQ(plain(parsed.error), "");
+    const Options& options = parsed.options;
+    EXPECT_EQ(plain(options.plc), "10.0.0.1:9601");
+    EXPECT_EQ(options.link.nodes, (QVector<int>{0, 5, 0, 0, 10, 0}));
+    EXPECT_EQ(options.link.wordsPerFrame, 100);
+    EXPECT_EQ(options.link.retries, 2);
+    EXPECT_EQ(options.link.timeoutMs, 250);
+    EXPECT_EQ(options.link.scanMs, 50);
+    EXPECT_EQ(options.link.local.port, 7000);
+    EXPECT_EQ(plain(options.library), "/x.so");
+    EXPECT_TRUE(options.trace);
+    EXPECT_EQ(plain(options.capture), "f.pcap");
+    EXPECT_EQ(options.format, OutputFormat::Json);
+    EXPECT_DOUBLE_EQ(options.seconds, 1.5);
+    EXPECT_TRUE(options.untilStable);
+    EXPECT_EQ(plain(options.type), "hex");
+    EXPECT_EQ(plain(options.values), "v.csv");
+    EXPECT_EQ(options.arguments, QStringList("DM:1"));
+}
+
+TEST(ParseCommandLine, negativeNumbers_areValues) {
+    EXPECT_EQ(parse({"write", "DM", "1", "-5", "-1.5"}).options.arguments,
+              QStringList({"DM", "1", "-5", "-1.5"}));
+    EXPECT_EQ(parse({"layout", "DM", "100", "3", "-10"}).options.arguments.last(), "-10");
+}
+
+struct Wrong {
+    const char* name;
+    QStringList arguments;
+    const char* says;
+};
+
+class WrongCommandLine : public testing::TestWithParam<Wrong> {};
+
+TEST_P(WrongCommandLine, saysWhatWouldBeRight) {
+    const QString error = parse(GetParam().arguments).error;
+    EXPECT_TRUE(error.contains(GetParam().says)) << plain(error);
+}
+
+const Wrong WRONG[] = {
+    {"noCommand", {}, "no command given"},
+    {"unknownCommand", {"reed"}, "\"reed\" is no command"},
+    {"unknownOption", {"--bogus", "probe"}, "bogus"},
+    {"tooFewArguments", {"read", "DM"}, "read REGISTER ADDRESS [COUNT]"},
+    {"tooManyArguments", {"probe", "x"}, "probe"},
+    {"recipeWithoutFile", {"recipe", "upload"}, "RECIPE.csv"},
+    {"wordsPerFrameZero", {"--words-per-frame", "0", "probe"}, "from 1 to 503"},
+    {"wordsPerFrameLarge", {"--words-per-frame", "504", "probe"}, "from 1 to 503"},
+    {"retries", {"--retries", "x", "probe"}, "from 1 to 100"},
+    {"timeout", {"--timeout", "-5", "probe"}, "from 1 to 60000"},
+    {"scanInterval", {"--scan-interval", "5", "probe"}, "from 10 to 60000"},
+    {"nodesTooFew", {"--nodes", "0,1,0", "probe"}, "six numbers from 0 to 255"},
+    {"nodesTooLarge", {"--nodes", "0,256,0,0,1,0", "probe"}, "six numbers from 0 to 255"},
+    {"bind", {"--bind", "nowhere:1", "probe"}, "IPv4 address"},
+    {"seconds", {"--seconds", "0", "probe"}, "above 0"},
+    {"format", {"--format", "xml", "probe"}, "table, csv or json"},
+    {"type", {"--type", "double", "probe"}, "one of bool, uint16"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Panel, WrongCommandLine, testing::ValuesIn(WRONG),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(ParseCommandLine, help_namesEveryCommandAndOption) {
+    int argc = 1;
+    char name[] = "velkor-panel";
+    char* argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv); // whose name stands in the help
+    const QString help = parse({"--help"}).text;
+    for (const char* part : {"registers", "check",          "layout",          "read",
+                             "write",     "watch",          "recipe download", "recipe upload",
+                             "probe",     "--plc",          "--nodes",         "--words-per-frame",
+                             "--retries", "--timeout",      "--scan-interval", "--bind",
+                             "--library", "--trace",        "--pcap",          "--format",
+                             "--seconds", "--until-stable", "--type",          "--values",
+                             "Exit codes"}) {
+        EXPECT_TRUE(help.contains(part)) << part;
+    }
+}
+
+TEST(SplitHostPort, partsThatAreMissing_stayAsTheyWere) {
+    QString host = "h";
+    quint16 port = 9600;
+    EXPECT_TRUE(splitHostPort("10.0.0.1", &host, &port));
+    EXPECT_EQ(plain(host), "10.0.0.1");
+    EXPECT_EQ(port, 9600);
+    EXPECT_TRUE(splitHostPort(":9601", &host, &port));
+    EXPECT_EQ(plain(host), "10.0.0.1");
+    EXPECT_EQ(port, 9601);
+    EXPECT_FALSE(splitHostPort("a:b", &host, &port));
+    EXPECT_FALSE(splitHostPort("a:65536", &host, &port));
+}
+
+} // namespace

@@ -1,0 +1,131 @@
+#include "panel/table_view.h"
+
+#include "panel/text.h"
+
+#include <gtest/gtest.h>
+
+using namespace panel;
+
+namespace {
+
+const qint64 SECOND = 1000000;
+
+TEST(Sparkline, risingValues_climbFromLowestToHighest) {
+    EXPECT_EQ(plain(sparkline({0, 1, 2, 3, 4, 5, 6, 7}, 8, true)), "▁▂▃▄▅▆▇█");
+    EXPECT_EQ(plain(sparkline({0, 1, 2, 3, 4, 5, 6, 7}, 8, false)), "_.-:=+*#");
+}
+
+TEST(Sparkline, steadyValue_isALowLine) {
+    EXPECT_EQ(plain(sparkline({5, 5, 5}, 8, true)), "▁▁▁");
+}
+
+TEST(Sparkline, moreValuesThanRoom_showsTheLast) {
+    EXPECT_EQ(plain(sparkline({9, 9, 0, 1}, 2, true)), "▁█");
+}
+
+TEST(AgeText, ages_areShownInFittingUnits) {
+    EXPECT_EQ(plain(ageText(0)), "0 ms");
+    EXPECT_EQ(plain(ageText(999999)), "999 ms");
+    EXPECT_EQ(plain(ageText(1500000)), "1.5 s");
+    EXPECT_EQ(plain(ageText(90 * SECOND)), "1 min");
+    EXPECT_EQ(plain(ageText(7200 * SECOND)), "2 h");
+}
+
+TagStatus status(TagState state) {
+    TagStatus result;
+    result.tag.unit = "mm";
+    result.state = state;
+    result.items = {42};
+    return result;
+}
+
+TEST(ShownValue, states_areTellable) {
+    EXPECT_EQ(plain(shownValue(status(TagState::Fresh))), "42 mm");
+    EXPECT_EQ(plain(shownValue(status(TagState::Stale))), "stale: 42 mm");
+    EXPECT_EQ(plain(shownValue(status(TagState::NotRead))), "not read");
+}
+
+TagBoard board(int tags) {
+    QVector<Tag> list;
+    for (int index = 0; index < tags; ++index) {
+        Tag tag;
+        tag.name = QString("tag%1").arg(index);
+        tag.reg = "DM";
+        tag.address = index;
+        list.append(tag);
+    }
+    TagBoard result(list, SECOND);
+    Settled read;
+    read.ok = true;
+    read.reg = "DM";
+    read.length = tags;
+    result.readSettled(read, "", SECOND);
+    result.refresh([](const Tag& tag) { return Items{static_cast<quint16>(1000 + tag.address)}; },
+                   SECOND);
+    return result;
+}
+
+TableScreen render(int tags, int selected, int width, int height) {
+    TableInput input;
+    input.title = "title";
+    input.message = "message";
+    input.selected = selected;
+    input.width = width;
+    input.height = height;
+    input.now = 2 * SECOND;
+    return renderTable(board(tags), LinkStatistics(), input);
+}
+
+TEST(RenderTable, oneTag_showsNameAddressValueAgeAndChanges) {
+    const TableScreen screen = render(1, 0, 100, 24);
+    ASSERT_EQ(screen.selectedLine, 2);
+    const QString line = screen.lines.at(2);
+    for (const char* part : {"tag0", "DM 0", "1000", "1.0 s"}) {
+        EXPECT_TRUE(line.contains(part)) << plain(line);
+    }
+    EXPECT_EQ(plain(screen.lines.first()), "title");
+    EXPECT_EQ(plain(screen.lines.last()), "message");
+}
+
+TEST(RenderTable, linkLines_tellCountsAndEndCode) {
+    const QString text = render(1, 0, 120, 24).lines.join('\n');
+    for (const char* part :
+         {"round trip", "exchanges/s", "0 retries", "0 failures", "last end code none yet"}) {
+        EXPECT_TRUE(text.contains(part)) << part;
+    }
+}
+
+TEST(RenderTable, moreTagsThanLines_keepsTheSelectedOneVisible) {
+    for (const int selected : {0, 7, 49, 99}) {
+        const TableScreen screen = render(100, selected, 80, 15);
+        ASSERT_EQ(screen.lines.size(), 15) << selected;
+        EXPECT_TRUE(
+            screen.lines.at(screen.selectedLine).startsWith(QString("tag%1 ").arg(selected)))
+            << plain(screen.lines.at(screen.selectedLine));
+    }
+}
+
+TEST(RenderTable, anyWindow_isNeverExceeded) {
+    for (const int width : {1, 5, 20, 40, 79, 200}) {
+        for (const int height : {1, 2, 4, 5, 6, 24}) {
+            const TableScreen screen = render(30, 29, width, height);
+            EXPECT_LE(screen.lines.size(), height) << width << "x" << height;
+            for (const QString& line : screen.lines) {
+                EXPECT_LE(line.size(), width) << width << "x" << height;
+            }
+            EXPECT_LT(screen.selectedLine, screen.lines.size());
+        }
+    }
+}
+
+TEST(RenderTable, longName_isCutVisibly) {
+    Tag tag;
+    tag.name = "a_name_of_more_than_twenty_four_characters";
+    tag.reg = "DM";
+    TableInput input;
+    const TableScreen screen = renderTable(TagBoard({tag}, SECOND), LinkStatistics(), input);
+    EXPECT_TRUE(screen.lines.at(2).startsWith("a_name_of_more_than_twe…  "))
+        << plain(screen.lines.at(2));
+}
+
+} // namespace
