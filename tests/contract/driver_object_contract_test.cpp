@@ -189,7 +189,33 @@ TEST_F(DriverObjectContract, driverSymbol_size_isThatOfTheDeclaredFields) {
     EXPECT_EQ(static_cast<const ElfW(Sym)*>(entry)->st_size, sizeof(host::DriverObject));
 }
 
-TEST_F(DriverObjectContract, initProperty_propertiesInLatin1_readToTheirZero) {
+TEST_F(DriverObjectContract, initProperty_marksInEveryNumber_resetWhereTheHostHasThem) {
+    for (int* field :
+         {&object.requestKind, &object.requestCount, &object.reserved22, &object.badReplyCount,
+          &object.maxBitsPerFrame, &object.wordsPerFrame, &object.lastError, &object.reserved27,
+          &object.reserved28, &object.rcpIndex, &object.SNA, &object.SA1, &object.SA2, &object.DNA,
+          &object.DA1, &object.DA2, &object.reserved35}) {
+        *field = 777;
+    }
+    object.SID = 77;
+    object.nodeLearned = 0;
+    host.bind(intf, "7#0#0#3#64");
+    for (int value : {object.requestKind, object.requestCount, object.reserved22,
+                      object.badReplyCount, object.lastError, object.reserved27}) {
+        EXPECT_EQ(value, 0);
+    }
+    EXPECT_EQ(object.maxBitsPerFrame, 512);
+    EXPECT_EQ(object.wordsPerFrame, 64);
+    EXPECT_EQ(object.reserved28, 1);
+    for (int value : {object.rcpIndex, object.SNA, object.SA1, object.SA2, object.DNA, object.DA1,
+                      object.DA2, object.reserved35}) {
+        EXPECT_EQ(value, 777);
+    }
+    EXPECT_EQ(object.SID, 77);
+    EXPECT_EQ(object.nodeLearned, 0);
+}
+
+TEST_F(DriverObjectContract, initProperty_textBehindTheZero_notRead) {
     host.bind(intf, "11#12#13#14#15\0#99");
     EXPECT_EQ(object.maxWordsPerFrame, 15);
 }

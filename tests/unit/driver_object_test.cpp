@@ -3,74 +3,62 @@
 #include "driver/velkor.h"
 
 #include "support/fresh_driver.h"
+#include "unit/field_layout.h"
 
 #include <type_traits>
 #include <vector>
 
 namespace {
 
-struct Place {
-    const char* name;
-    const void* address;
-};
-
-/// Every field, in declaration order.
-std::vector<Place> fieldPlaces() {
-#define PLACE(field)                                                                               \
-    { #field, &driver.field }
-    return {PLACE(addrValueChangeCallBack),
-            PLACE(hostTag),
-            PLACE(writeDisabled),
-            PLACE(propertyItem2),
-            PLACE(retryLimit),
-            PLACE(maxWordsPerFrame),
-            PLACE(hostBlock),
-            PLACE(hostStatusBlock),
-            PLACE(hostRecipeBuffer),
-            PLACE(hostMutex),
-            PLACE(readList),
-            PLACE(writeList),
-            PLACE(conditionReadList),
-            PLACE(dataAreaList),
-            PLACE(rcpVarVector),
-            PLACE(rcpVector),
-            PLACE(rcpBlockFirst),
-            PLACE(conditionKey),
-            PLACE(currentVar),
-            PLACE(requestKind),
-            PLACE(requestCount),
-            PLACE(reserved22),
-            PLACE(badReplyCount),
-            PLACE(maxBitsPerFrame),
-            PLACE(wordsPerFrame),
-            PLACE(lastError),
-            PLACE(reserved27),
-            PLACE(reserved28),
-            PLACE(frameQueue),
-            PLACE(rcpIndex),
-            PLACE(nodeLearned),
-            PLACE(SNA),
-            PLACE(SA1),
-            PLACE(SA2),
-            PLACE(DNA),
-            PLACE(DA1),
-            PLACE(DA2),
-            PLACE(SID),
-            PLACE(reserved35)};
-#undef PLACE
+/// Every field, in declaration order: 35, of which two hold three ints each.
+std::vector<FieldPlace> fieldPlaces() {
+    return {FIELD_PLACE(driver, addrValueChangeCallBack),
+            FIELD_PLACE(driver, hostTag),
+            FIELD_PLACE(driver, writeDisabled),
+            FIELD_PLACE(driver, propertyItem2),
+            FIELD_PLACE(driver, retryLimit),
+            FIELD_PLACE(driver, maxWordsPerFrame),
+            FIELD_PLACE(driver, hostBlock),
+            FIELD_PLACE(driver, hostStatusBlock),
+            FIELD_PLACE(driver, hostRecipeBuffer),
+            FIELD_PLACE(driver, hostMutex),
+            FIELD_PLACE(driver, readList),
+            FIELD_PLACE(driver, writeList),
+            FIELD_PLACE(driver, conditionReadList),
+            FIELD_PLACE(driver, dataAreaList),
+            FIELD_PLACE(driver, rcpVarVector),
+            FIELD_PLACE(driver, rcpVector),
+            FIELD_PLACE(driver, rcpBlockFirst),
+            FIELD_PLACE(driver, conditionKey),
+            FIELD_PLACE(driver, currentVar),
+            FIELD_PLACE(driver, requestKind),
+            FIELD_PLACE(driver, requestCount),
+            FIELD_PLACE(driver, reserved22),
+            FIELD_PLACE(driver, badReplyCount),
+            FIELD_PLACE(driver, maxBitsPerFrame),
+            FIELD_PLACE(driver, wordsPerFrame),
+            FIELD_PLACE(driver, lastError),
+            FIELD_PLACE(driver, reserved27),
+            FIELD_PLACE(driver, reserved28),
+            FIELD_PLACE(driver, frameQueue),
+            FIELD_PLACE(driver, rcpIndex),
+            FIELD_PLACE(driver, nodeLearned),
+            FIELD_PLACE(driver, SNA),
+            FIELD_PLACE(driver, SA1),
+            FIELD_PLACE(driver, SA2),
+            FIELD_PLACE(driver, DNA),
+            FIELD_PLACE(driver, DA1),
+            FIELD_PLACE(driver, DA2),
+            FIELD_PLACE(driver, SID),
+            FIELD_PLACE(driver, reserved35)};
 }
 
 } // namespace
 
-TEST(DriverObject, fields_declaration_inTheFixedOrder) {
-    const std::vector<Place> places = fieldPlaces();
-    ASSERT_EQ(places.size(), 39U); // 35 rows, of which two hold three ints each
-    EXPECT_EQ(places.front().address, static_cast<const void*>(&driver));
-    for (std::size_t i = 1; i < places.size(); ++i) {
-        EXPECT_LT(static_cast<const char*>(places[i - 1].address),
-                  static_cast<const char*>(places[i].address))
-            << places[i - 1].name << " before " << places[i].name;
-    }
+TEST(DriverObject, fields_declaration_exactlyTheseInTheFixedOrder) {
+    const std::vector<FieldPlace> places = fieldPlaces();
+    ASSERT_EQ(places.size(), 39U);
+    expectTightLayout(places, sizeof(velkor), alignof(velkor));
 }
 
 TEST(DriverObject, fields_types_asTheHostContractHasThem) {
