@@ -49,7 +49,7 @@ struct WordRange {
 /// Condition reads: len / 16 words, one more for a remainder, from the first bit's word.
 WordRange wordsOfBitsFromFirstWord(int bitAddress, int bitCount);
 
-/// Cyclic reads: the smallest run of whole words that holds all the bits.
+/// Cyclic reads: for addresses from 0, the smallest run of whole words that holds all the bits.
 WordRange wordsHoldingBits(int bitAddress, int bitCount);
 
 #endif

@@ -52,6 +52,8 @@
 /// |          |             |            | write            | of its bits                        |
 /// | -1       | -1          | "-1"       | 0 or -1          | the condition read queued last has |
 /// |          |             |            |                  | been answered (0) or failed (-1)   |
+/// | host tag | as given    | as given   | base + bit 0..7  | _byteDataChange only, which the    |
+/// |          |             |            |                  | driver itself never calls          |
 /// | 0        | -1          | "LW"       | 122022, 122023   | the driver wrote these bytes of the|
 /// |          |             |            |                  | host status block (two calls)      |
 /// | 0        | -1          | "RWI"      | word index       | a recipe word was stored into the  |
@@ -214,10 +216,10 @@ VELKOR_EXPORT int intf_getData(int station, QString regName, int addr, int count
                                unsigned char* buf);
 
 /// Queues a write, ahead of the reads, and shows the new value at once. `data`: 2 bytes for each
-/// word, or 1 byte for each bit, of which only the value 1 sets the bit. Cut into pieces of words
-/// per frame (bits too), at most 503 words or 1006 bits. The list holds at most 513 requests; when
-/// full, the newest takes the last place. With write disable nothing is queued. `tag` is stored in
-/// the requests, never interpreted. Returns 1.
+/// word, or 1 byte for each bit, of which only the value 1 sets the bit in the cache (the byte goes
+/// to the PLC as it is). Cut into pieces of words per frame (bits too), at most 503 words or 1006
+/// bits. The list holds at most 513 requests; when full, the newest takes the last place. With
+/// write disable nothing is queued. `tag` is stored in the requests, never interpreted. Returns 1.
 VELKOR_EXPORT int intf_setData(int station, QString regName, int addr, int count,
                                unsigned char* data, int tag);
 

@@ -33,8 +33,9 @@ struct VARIABLE {
     QString regName; ///< register name, e.g. "DM" or "CIO_bit"
     int addr;        ///< first address, words or (for "_bit" names) bits
     int len;         ///< number of words, or of bits for a "_bit" write
-    unsigned char data[VELKOR_DATA_SIZE]; ///< write data: each word low byte first, or one byte (0
-                                          ///< or 1) for each bit; zero in reads
+    unsigned char data[VELKOR_DATA_SIZE]; ///< write data: each word low byte first, or one byte
+                                          ///< for each bit, as the host gave it; zero in
+                                          ///< reads
 };
 
 /// One address range as the host lists it.

@@ -54,7 +54,8 @@ public:
     int reserved28;           ///< 1; kept for the layout
     QList<FRAME_PRO> frameQueue; ///< frames built and not yet answered; the head goes out
     int rcpIndex;                ///< recipe block in transfer, index into rcpVector
-    unsigned char nodeLearned;   ///< 1: node numbers are known; 0 makes the next reply teach them
+    unsigned char nodeLearned;   ///< 1: node numbers are known; 0: the next reply of the length
+                                 ///< expected, if it has 24 bytes, teaches them
     int SNA, SA1, SA2;           ///< FINS source network, node, unit
     int DNA, DA1, DA2;           ///< FINS destination network, node, unit
     unsigned char SID;           ///< service ID issued last

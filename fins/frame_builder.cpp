@@ -55,6 +55,12 @@ void putWords(FRAME_PRO& frame) {
     }
 }
 
+/// A count far below zero would wrap to a length beyond the frame, so the length is looked at too.
+bool fitsWriteFrame(int count, bool bits) {
+    const int sendLen = wrapAdd(LENGTH_WRITE_HEAD, wrapMultiply(bits ? 1 : 2, count));
+    return count <= (bits ? MAX_WRITE_BITS : MAX_WRITE_WORDS) && sendLen <= VELKOR_FRAME_SIZE;
+}
+
 } // namespace
 
 unsigned char getSSID() {
@@ -81,7 +87,7 @@ FRAME_PRO frameWithHeader() {
 
 void getReadFrame(const VARIABLE& request) {
     FRAME_PRO frame = memoryAreaFrame(request, SRC_MEMORY_AREA_READ);
-    // Always words: the lists that feed this hold no bit registers.
+    // Always words, even of a "_bit" area, which only a recipe asks for.
     putMemoryAddress(frame, request.addr, 0);
     frame.sendLen = LENGTH_READ_COMMAND;
     frame.dataLen = wrapMultiply(2, request.len);
@@ -92,7 +98,7 @@ void getReadFrame(const VARIABLE& request) {
 
 void getWriteFrame(const VARIABLE& request) {
     const bool bits = isBitRegister(request.regName);
-    if (request.len > (bits ? MAX_WRITE_BITS : MAX_WRITE_WORDS)) {
+    if (!fitsWriteFrame(request.len, bits)) {
         return;
     }
     FRAME_PRO frame = memoryAreaFrame(request, SRC_MEMORY_AREA_WRITE);

@@ -50,7 +50,7 @@ int endOfBlock() {
 void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const FRAME_PRO& frame,
                    const QByteArray& reply) {
     const qint64 received = frame.dataLen / 2;
-    const qint64 first = static_cast<qint64>(variable.addr) - blockAddr;
+    const qint64 first = wrapSubtract(variable.addr, blockAddr);
     for (int j = 0; j < variable.len && first + j < received; ++j) {
         const qint64 position = first + j;
         if (position >= 0) {

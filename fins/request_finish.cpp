@@ -2,6 +2,7 @@
 
 #include "data/write_completion.h"
 #include "driver/host_areas.h"
+#include "driver/int_math.h"
 #include "driver/request_list.h"
 #include "driver/velkor.h"
 
@@ -46,7 +47,7 @@ void finishCyclicRead() {
 /// is over and the host's request byte says so.
 void finishRecipeBlock(int requestByte) {
     if (!failed()) {
-        ++driver.rcpIndex;
+        driver.rcpIndex = wrapAdd(driver.rcpIndex, 1);
         if (driver.rcpIndex < driver.rcpVector.size()) {
             return;
         }

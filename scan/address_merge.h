@@ -11,8 +11,8 @@ enum MergeMode {
 };
 
 /// Replaces the contents of `keys` by the merged blocks; each block is a copy of its first record
-/// with its length grown. Any mode but MERGE_RECIPE is the full merge. An empty list stays empty.
-/// Recipe mode appends to driver.rcpBlockFirst, which the caller clears.
+/// with the block's name, address and length. Any mode but MERGE_RECIPE is the full merge. An empty
+/// list stays empty. Recipe mode appends to driver.rcpBlockFirst, which the caller clears.
 void addrMerge(QList<KEY_ADDRESS>& keys, int mode);
 
 #endif

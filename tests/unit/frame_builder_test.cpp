@@ -211,6 +211,14 @@ TEST_F(FrameBuilder, getWriteFrame_smallestCount_wrapsItsLength) {
     EXPECT_EQ(INT_MIN + 18, queued(1).sendLen);
 }
 
+TEST_F(FrameBuilder, getWriteFrame_countThatWrapsBeyondTheFrame_buildsNothing) {
+    getWriteFrame(makeRequest("DM", 0, -2147483144));      // twice that wraps to 1008, and 1006 bytes fit
+    getWriteFrame(makeRequest("CIO_bit", 0, INT_MIN + 1)); // 18 + that is far below zero
+    ASSERT_EQ(1, driver.frameQueue.size());
+    EXPECT_EQ(INT_MIN + 19, queued(0).sendLen);
+    EXPECT_EQ(1, driver.SID);
+}
+
 TEST_F(FrameBuilder, getWriteFrame_bitCounterName_isNoCounter) {
     getWriteFrame(withData(makeRequest("C", 5, 1), {0x34, 0x12}));
     getWriteFrame(withData(makeRequest("C_bit", 5 * 16, 1), {1}));

@@ -301,6 +301,17 @@ TEST_F(RecipeTransfer, upload_indexOutsideTheBlocks_storesNothing) {
     }
 }
 
+TEST_F(RecipeTransfer, upload_blockAcrossTheLargestAddress_storesItsWords) {
+    // The distance of the second variable wraps to 1, as it did when the block was formed.
+    recipe({recipeVariable("DM", 2147483647, 1, 0), recipeVariable("DM", -2147483647 - 1, 1, 1)});
+    requestUpload();
+    next();
+    EXPECT_EQ(1U, answer(Words{0x1111, 0x2222}));
+    EXPECT_EQ(0x1111, buffer(0));
+    EXPECT_EQ(0x2222, buffer(1));
+    EXPECT_EQ((Notices{recipeWord(0), recipeWord(1)}), takeNotices());
+}
+
 TEST_F(RecipeTransfer, upload_variableBeforeTheBlocksStart_isLeftOut) {
     // Reached only by a list that was not made by intf_setRcpAddress: a variable below its block.
     recipe({recipeVariable("DM", 100, 2, 0), recipeVariable("DM", 102, 2, 2)});
