@@ -98,8 +98,8 @@ TEST(PlcFaultyLine, receive_sidMinusTwo_wrapsAtZero) {
 }
 
 TEST(PlcFaultyLine, receive_corrupt_changesExactlyOneByte) {
-    BadLine bad("corrupt 1-50");
-    for (int i = 0; i < 50; ++i) {
+    BadLine bad("corrupt 1-3000");
+    for (int i = 0; i < 3000; ++i) {
         const auto result = bad.read();
         ASSERT_EQ(result.outgoing.size(), 1U);
         plc::Bytes good = plc_test::hex(goodReply("00"));

@@ -85,6 +85,27 @@ TEST(PlcTank, advance_holding_countsTheTimerDownAndHoldsTheTemperature) {
     EXPECT_NEAR(live.tank.plant().temperature(), 60.0, 1.5);
 }
 
+// On at the lower end of the hysteresis (1 degree below 60), off at the set point, not in between.
+// A scan of 0.1 s warms 120 l by 0.1 degrees.
+TEST(PlcTank, advance_holding_heatsFromOneEndOfTheHysteresisToTheOther) {
+    LiveTank live;
+    live.memory.setWord(plc::Area::Dm, 103, 0xFFFF); // hold for long
+    live.runUntil(plc::TankStep::Holding);
+    live.run(0.1);
+    bool on = live.memory.bit(plc::Area::Cio, 100, 2);
+    int switched = 0;
+    for (int i = 0; i < 2000; ++i) {
+        live.run(0.1);
+        const bool nowOn = live.memory.bit(plc::Area::Cio, 100, 2);
+        if (nowOn != on) {
+            EXPECT_NEAR(plc::wordAt(live.memory, map::kTemperature), nowOn ? 590 : 600, 1);
+            ++switched;
+        }
+        on = nowOn;
+    }
+    EXPECT_GE(switched, 4);
+}
+
 TEST(PlcTank, advance_wordsAndFloats_agree) {
     LiveTank live;
     for (int i = 0; i < 200; ++i) {
