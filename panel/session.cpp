@@ -169,13 +169,21 @@ void Session::work() {
     if (m_exchange.idle()) {
         const bool job = handOverJob();
         if (scanDue() || job || m_recipeActive) {
-            const bool started = m_exchange.start();
-            if (!started && m_recipeActive) {
-                recipeSettled(Settled());
-            }
+            askForFrame();
         }
     }
     armTimer();
+}
+
+/// The driver answers "nothing to send" once after three one-shot reads or five writes in a row
+/// when nothing is polled, with the next one still waiting; so it is asked again.
+void Session::askForFrame() {
+    if (m_exchange.start() || m_exchange.start()) {
+        return;
+    }
+    if (m_recipeActive) {
+        recipeSettled(Settled());
+    }
 }
 
 /// True while a job is in the driver's hands.

@@ -130,6 +130,7 @@ private:
     void bindDriver();
     void work();
     void turn();
+    void askForFrame();
     bool handOverJob();
     bool scanDue();
     void armTimer();

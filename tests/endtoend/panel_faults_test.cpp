@@ -1,0 +1,231 @@
+// What goes wrong on the line or at the PLC, and what the panel makes of it.
+
+#include "endtoend/programs.h"
+
+#include <QtNetwork/QNetworkDatagram>
+#include <QtNetwork/QUdpSocket>
+
+#include <csignal>
+
+namespace {
+
+struct Fault {
+    const char* name;
+    const char* script;
+};
+
+/// Twenty words that hold 1 to 20, read one word a frame.
+class PanelFaults : public Programs {
+protected:
+    void startNumberedPlc(const QStringList& arguments) {
+        QByteArray image = "DM 0:";
+        for (int value = 1; value <= 20; ++value) {
+            image += ' ' + QByteArray::number(0x10000 + value, 16).mid(1);
+        }
+        startPlc(arguments + QStringList{"--image", file("image.txt", image + '\n')});
+    }
+
+    Ended readNumbers() {
+        return panel({"--timeout", "100", "--retries", "8", "--words-per-frame", "1", "--format",
+                      "csv", "read", "DM", "0", "20"});
+    }
+
+    static QStringList numbers() {
+        QStringList lines{"register,address,value"};
+        for (int value = 1; value <= 20; ++value) {
+            lines.append(QString("DM,%1,%2").arg(value - 1).arg(value));
+        }
+        lines.append(QString());
+        return lines;
+    }
+};
+
+class PanelFault : public PanelFaults, public testing::WithParamInterface<Fault> {};
+
+TEST_P(PanelFault, onTheLine_everyValueIsReadRightAllTheSame) {
+    startNumberedPlc({"--faults", GetParam().script});
+    const Ended ended = readNumbers();
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    EXPECT_EQ(plain(ended.out), plain(numbers().join('\n')));
+}
+
+const Fault FAULTS[] = {
+    {"drop", "drop 3"},
+    {"duplicate", "duplicate 5-6"},
+    {"duplicateAll", "duplicate 1-1000"},
+    {"truncate", "truncate 8 to 13"},
+    {"truncateToNothing", "truncate 8 to 0"},
+    {"truncateToHeader", "truncate 8 to 10"},
+    {"delay", "delay 9 by 300ms"},
+    {"delayMany", "delay 2-5 by 150ms"},
+    {"late", "late 12"},
+    {"lateMany", "late 3-8"},
+    {"sidTooHigh", "sid+1 10"},
+    {"sidTooLow", "sid-1 10-12"},
+    {"silent", "silent 4-6"},
+    {"dropShare", "drop 10%"},
+    {"everything", "drop 3; duplicate 5-6; truncate 8 to 13; delay 9 by 300ms; late 12; sid+1 10; "
+                   "silent 20-22; drop 10%"},
+};
+
+INSTANTIATE_TEST_SUITE_P(EachKind, PanelFault, testing::ValuesIn(FAULTS),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(PanelFaults, corruptReply_spoilsAtMostItsOwnValue) {
+    for (const char* seed : {"1", "2", "3", "4", "5"}) {
+        startNumberedPlc({"--faults", "corrupt 11", "--seed", seed});
+        const Ended ended = readNumbers();
+        EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+        QStringList lines = ended.out.split('\n');
+        QStringList right = numbers();
+        ASSERT_EQ(lines.size(), right.size());
+        lines.removeAt(11);
+        right.removeAt(11);
+        EXPECT_EQ(plain(lines.join('\n')), plain(right.join('\n')));
+    }
+}
+
+TEST_F(PanelFaults, duplicates_causeNoResend) {
+    startNumberedPlc({"--faults", "duplicate 1-1000"});
+    EXPECT_EQ(panel({"--words-per-frame", "1", "read", "DM", "0", "20"}).exitCode, 0);
+    EXPECT_EQ(plcRequests(), 20);
+}
+
+TEST_F(PanelFaults, lateReplies_causeNoAvalanche) {
+    startNumberedPlc({"--faults", "late 3"});
+    EXPECT_EQ(readNumbers().exitCode, 0);
+    // The one that was late is asked once more; its second reply is dropped, not answered.
+    EXPECT_EQ(plcRequests(), 21);
+}
+
+TEST_F(PanelFaults, silentPlc_failsAndSaysWhatToCheck) {
+    startPlc({"--faults", "silent 1-100"});
+    const Ended ended = panel({"--timeout", "100", "--retries", "2", "read", "DM", "100", "3"});
+    EXPECT_EQ(ended.exitCode, 1);
+    for (const QString& part :
+         {QString("reading DM 100 (3 words) failed"), plcAddress(),
+          QString("in 2 tries of 100 ms each"), QString("1. a wrong address or port"),
+          QString("2. wrong node numbers: the PLC is asked as node 1, this panel is node 1")}) {
+        EXPECT_TRUE(ended.err.contains(part)) << plain(part) << " in " << plain(ended.err);
+    }
+}
+
+TEST_F(PanelFaults, wrongNode_isSilenceToo) {
+    startPlc({"--node", "7"});
+    const Ended ended = panel({"--timeout", "50", "--nodes", "0,9,0,0,1,0", "probe"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("asked as node 9")) << plain(ended.err);
+}
+
+TEST_F(PanelFaults, wrongPort_isSaidWithoutSpinning) {
+    startPlc();
+    m_plc.kill(); // its port is free now
+    const Ended ended = panel({"--timeout", "100", "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains(QString("nothing listens on UDP port %1").arg(m_port)))
+        << plain(ended.err);
+
+    Running watch;
+    startPanel(&watch, {"watch", "DM:0", "--timeout", "50", "--trace"});
+    ASSERT_TRUE(watch.waitFor([](const QString& output) { return output.count("icmp") >= 20; }))
+        << plain(watch.output());
+    // Twenty tries of 50 ms: a second of waiting, and next to nothing of work.
+    EXPECT_LT(watch.cpuSeconds(), 0.5);
+    // One datagram for each try: no refusal has caused another one.
+    EXPECT_LE(watch.output().count("icmp"), watch.output().count("send") + 1);
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+TEST_F(PanelFaults, unknownHost_isSaid) {
+    const Ended ended = bare({"--plc", "no-such-plc.invalid", "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("no computer of the name \"no-such-plc.invalid\""))
+        << plain(ended.err);
+}
+
+TEST_F(PanelFaults, addressInUse_isSaid) {
+    startPlc();
+    QUdpSocket other;
+    ASSERT_TRUE(other.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    const Ended ended =
+        panel({"--bind", QString("127.0.0.1:%1").arg(other.localPort()), "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("cannot use 127.0.0.1")) << plain(ended.err);
+}
+
+TEST_F(PanelFaults, garbageFromAThirdSocket_changesNothing) {
+    startPlc();
+    QUdpSocket third;
+    ASSERT_TRUE(third.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    quint16 panelPort = 0;
+    {
+        QUdpSocket probe; // a port that is free now
+        ASSERT_TRUE(probe.bind(QHostAddress(QHostAddress::LocalHost), 0));
+        panelPort = probe.localPort();
+    }
+    Running watch;
+    startPanel(&watch, {"--bind", QString("127.0.0.1:%1").arg(panelPort), "watch", "DM:5",
+                        "--scan-interval", "20"});
+    ASSERT_TRUE(watch.waitFor("DM 5  0")) << plain(watch.output());
+    for (int sid = 0; sid < 256; ++sid) {
+        // A reply to a read of one word, value 0x4242, for every service ID.
+        QByteArray forged = QByteArray::fromHex("C0000200010000010000010100004242");
+        forged[9] = static_cast<char>(sid);
+        third.writeDatagram(forged, QHostAddress(QHostAddress::LocalHost), panelPort);
+    }
+    EXPECT_EQ(panel({"write", "DM", "5", "99"}).exitCode, 0);
+    EXPECT_TRUE(watch.waitFor("DM 5  99")) << plain(watch.output());
+    EXPECT_FALSE(watch.output().contains("16962")); // 0x4242
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+TEST_F(PanelFaults, garbageFromThePlcsAddress_isDroppedAndTheReplyTaken) {
+    QUdpSocket plc;
+    ASSERT_TRUE(plc.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    m_port = plc.localPort();
+    Running read;
+    startPanel(&read, {"--trace", "read", "DM", "0"});
+    ASSERT_TRUE(plc.waitForReadyRead(PATIENCE_MS));
+    const QNetworkDatagram request = plc.receiveDatagram();
+    QByteArray reply = QByteArray::fromHex("C00002000100000100");
+    reply += request.data().mid(9, 3) + QByteArray::fromHex("0000002A");
+    QByteArray otherSid = reply;
+    otherSid[9] = static_cast<char>(otherSid.at(9) + 1);
+    for (const QByteArray& datagram :
+         {QByteArray("x"), request.data(), otherSid, QByteArray(1400, '\xC0'), reply}) {
+        plc.writeDatagram(datagram, request.senderAddress(),
+                          static_cast<quint16>(request.senderPort()));
+    }
+    const Ended ended = read.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("DM        0        42")) << plain(ended.out);
+    EXPECT_EQ(ended.out.count("drop"), 4) << plain(ended.out);
+    EXPECT_EQ(ended.out.count("send"), 1) << plain(ended.out);
+}
+
+TEST_F(PanelFaults, plcKilledAndStarted_everyTagIsFreshAgainWithinTwoSeconds) {
+    startPlc();
+    const quint16 port = m_port;
+    QStringList arguments{"watch", "--timeout",         "200", "--scan-interval", "50", "--format",
+                          "csv",   "--words-per-frame", "16"};
+    const int tags = 10;
+    for (int tag = 0; tag < tags; ++tag) {
+        arguments.append(QString("DM:%1").arg(100 * tag)); // ten blocks
+    }
+    Running watch;
+    startPanel(&watch, arguments);
+    const auto lines = [&watch](const char* state) { return watch.output().count(state); };
+    ASSERT_TRUE(watch.waitFor([&](const QString&) { return lines(",read,") == tags; }));
+    m_plc.kill();
+    ASSERT_TRUE(watch.waitFor([&](const QString&) { return lines(",stale,") == tags; }))
+        << plain(watch.output());
+    startPlc({}, port);
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(watch.waitFor([&](const QString&) { return lines(",read,") == 2 * tags; }))
+        << plain(watch.output());
+    EXPECT_LE(timer.elapsed(), 2000);
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+} // namespace

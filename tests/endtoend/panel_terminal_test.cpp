@@ -1,0 +1,212 @@
+// velkor-panel's live table on a pseudo terminal.
+
+#include "endtoend/programs.h"
+
+#include <csignal>
+#include <cstring>
+#include <poll.h>
+#include <pty.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+class PanelTerminal : public Programs {
+protected:
+    ~PanelTerminal() override {
+        if (m_pid > 0) {
+            ::kill(m_pid, SIGKILL);
+            waitpid(m_pid, nullptr, 0);
+        }
+        if (m_terminal >= 0) {
+            close(m_terminal);
+        }
+    }
+
+    void watch(const QStringList& arguments) {
+        QList<QByteArray> words{VELKOR_PANEL_PROGRAM, "--plc", plcAddress().toUtf8(), "watch",
+                                "--scan-interval",    "20"};
+        for (const QString& argument : arguments) {
+            words.append(argument.toUtf8());
+        }
+        std::vector<char*> argv;
+        for (QByteArray& word : words) {
+            argv.push_back(word.data());
+        }
+        argv.push_back(nullptr);
+        winsize size = {};
+        size.ws_row = 24;
+        size.ws_col = 100;
+        m_pid = forkpty(&m_terminal, nullptr, nullptr, &size);
+        ASSERT_GE(m_pid, 0);
+        if (m_pid == 0) {
+            setenv("LC_ALL", "C.UTF-8", 1);
+            execv(argv.front(), argv.data());
+            _exit(127);
+        }
+        tcgetattr(m_terminal, &m_before);
+    }
+
+    /// Reads on until everything shown since the last call holds `text`.
+    bool shows(const char* text) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!m_shown.contains(text)) {
+            if (timer.elapsed() > PATIENCE_MS || !readSome()) {
+                return false;
+            }
+        }
+        m_shown.remove(0, m_shown.indexOf(text) + static_cast<int>(strlen(text)));
+        return true;
+    }
+
+    /// False when the program has closed the terminal.
+    bool readSome() {
+        pollfd wait = {m_terminal, POLLIN, 0};
+        if (::poll(&wait, 1, 100) <= 0) {
+            return true;
+        }
+        char buffer[4096];
+        const ssize_t length = ::read(m_terminal, buffer, sizeof buffer);
+        if (length <= 0) {
+            return false;
+        }
+        m_shown.append(buffer, static_cast<int>(length));
+        return true;
+    }
+
+    void type(const char* keys) {
+        ASSERT_EQ(::write(m_terminal, keys, strlen(keys)), static_cast<ssize_t>(strlen(keys)));
+    }
+
+    /// The exit code, once the program has ended and all it showed has been read.
+    int exitCode() {
+        QElapsedTimer timer;
+        timer.start();
+        while (readSome() && timer.elapsed() < PATIENCE_MS) {
+        }
+        int status = 0;
+        const pid_t ended = waitpid(m_pid, &status, timer.elapsed() < PATIENCE_MS ? 0 : WNOHANG);
+        if (ended != m_pid) {
+            return -1;
+        }
+        m_pid = -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+    /// Normal screen, visible cursor, echo and line mode.
+    void expectRestored() {
+        EXPECT_TRUE(m_shown.endsWith("\x1b[?25h\x1b[?1049l")) << m_shown.toStdString();
+        termios after = {};
+        if (tcgetattr(m_terminal, &after) == 0) {
+            EXPECT_EQ(after.c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
+                      static_cast<tcflag_t>(ICANON | ECHO));
+        }
+    }
+
+    pid_t m_pid = -1;
+    int m_terminal = -1;
+    termios m_before = {};
+    QByteArray m_shown;
+};
+
+TEST_F(PanelTerminal, watch_showsTheTableAndQuitsWithQ) {
+    startPlc();
+    EXPECT_EQ(panel({"write", "DM", "5", "4711"}).exitCode, 0);
+    watch({"DM:5"});
+    EXPECT_TRUE(shows("NAME"));
+    EXPECT_TRUE(shows("4711"));
+    EXPECT_TRUE(shows("round trip"));
+    EXPECT_TRUE(shows("last end code 0000 normal"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+    expectRestored();
+}
+
+TEST_F(PanelTerminal, watch_arrowEnterValue_writesTheSelectedTag) {
+    startPlc();
+    watch({"DM:5", "DM:6"});
+    ASSERT_TRUE(shows("DM:6"));
+    type("\x1b[B\r");
+    ASSERT_TRUE(shows("write DM:6 (DM 6, uint16): _"));
+    type("123\r");
+    EXPECT_TRUE(shows("written: DM 6 (1 word)"));
+    EXPECT_TRUE(panel({"read", "DM", "6", "--format", "csv"}).out.endsWith("DM,6,123\n"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_badValue_saysWhatWouldBeRightAndWritesNothing) {
+    startPlc();
+    watch({"DM:5"});
+    ASSERT_TRUE(shows("DM:5"));
+    type("\r70000\r");
+    EXPECT_TRUE(shows("a whole number from 0 to 65535"));
+    EXPECT_TRUE(panel({"read", "DM", "5", "--format", "csv"}).out.endsWith("DM,5,0\n"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_refusedWrite_saysTheEndCode) {
+    startPlc();
+    watch({"AR:5"});
+    ASSERT_TRUE(shows("AR:5"));
+    type("\r1\r");
+    EXPECT_TRUE(shows("writing AR 5 (1 word) failed: the PLC refused: end code 2101"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDone) {
+    startPlc({"--mode", "program", "--writes-in", "monitor"});
+    watch({"DM:5"});
+    ASSERT_TRUE(shows("DM:5"));
+    type("\r8\r");
+    EXPECT_TRUE(shows("written: DM 5 (1 word)"));
+    EXPECT_TRUE(panel({"read", "DM", "5", "--format", "csv"}).out.endsWith("DM,5,8\n"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_valueNotRead_isShownAsSuch) {
+    startPlc({"--end-code", "1103"});
+    watch({"DM:5"});
+    EXPECT_TRUE(shows("not read"));
+    EXPECT_TRUE(shows("end code 1103"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
+    startPlc();
+    watch({"DM:5"});
+    ASSERT_TRUE(shows("last end code"));
+    winsize size = {};
+    size.ws_row = 10;
+    size.ws_col = 30;
+    ASSERT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
+    m_shown.clear();
+    const QString title = plcAddress() + "  1 tags, scan 20 ms";
+    EXPECT_TRUE(shows((title.left(30) + "\x1b[K").toUtf8().constData()));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+class PanelTerminalSignal : public PanelTerminal, public testing::WithParamInterface<int> {};
+
+TEST_P(PanelTerminalSignal, watch_endedByASignal_restoresTheTerminal) {
+    startPlc();
+    watch({"DM:5"});
+    ASSERT_TRUE(shows("last end code"));
+    ASSERT_EQ(::kill(m_pid, GetParam()), 0);
+    EXPECT_EQ(exitCode(), 0);
+    expectRestored();
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, PanelTerminalSignal, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& row) { return "signal" + std::to_string(row.param); });
+
+} // namespace

@@ -1,0 +1,186 @@
+// What the driver leaves to its host on purpose, and how the panel keeps its user from being told
+// what is not so.
+
+#include "endtoend/programs.h"
+
+#include <QtCore/QFile>
+
+#include <csignal>
+
+namespace {
+
+class PanelTruth : public Programs {
+protected:
+    /// Runs the panel over a driver that notes what it is handed; gives the notes.
+    QStringList notes(const QStringList& arguments) {
+        const QString file = path("notes.txt");
+        qputenv("VELKOR_SPY_NOTES", file.toLocal8Bit());
+        m_ended = panel(QStringList{"--library", VELKOR_SPY_DRIVER} + arguments);
+        QFile notes(file);
+        EXPECT_TRUE(notes.open(QIODevice::ReadOnly)) << plain(m_ended.err);
+        return QString::fromUtf8(notes.readAll()).split('\n', Qt::SkipEmptyParts);
+    }
+
+    Ended m_ended;
+};
+
+TEST_F(PanelTruth, tagInsideAnother_doesNotKeepTheOthersWordsFromBeingRead) {
+    startPlc();
+    EXPECT_EQ(panel({"write", "DM", "109", "77"}).exitCode, 0);
+    // Handed over as they are, DM 105 would cut the block back and DM 107 to 109 were never read.
+    const Ended ended = panel({"watch", "DM:100:10", "DM:105:2", "DM:108:8", "--scan-interval",
+                               "20", "--until-stable", "--seconds", "10"});
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    EXPECT_TRUE(ended.out.contains("DM 100  0 0 0 0 0 0 0 0 0 77")) << plain(ended.out);
+}
+
+TEST_F(PanelTruth, overlappingTags_areHandedOverWithoutOverlap) {
+    startPlc();
+    const QStringList handed =
+        notes({"watch", "DM:100:10", "DM:105:2", "CIO_bit:100.14:3", "CIO:100", "--scan-interval",
+               "20", "--until-stable", "--seconds", "10"});
+    EXPECT_EQ(m_ended.exitCode, 0) << plain(m_ended.err);
+    // CIO 100.14 to 101.0 lies in words 100 and 101.
+    EXPECT_EQ(plain(handed.join(", ")), "poll station 1 CIO 100 2, poll station 1 DM 100 10");
+}
+
+TEST_F(PanelTruth, everythingHandedOver_hasOneStation) {
+    startPlc();
+    const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\nb,HR,1\n");
+    QStringList handed = notes({"watch", "DM:1", "HR:5", "C:7", "--until-stable"});
+    handed += notes({"recipe", "upload", recipe});
+    handed += notes({"read", "T", "5"});
+    handed += notes({"write", "WR_bit", "1.5", "1"});
+    ASSERT_GE(handed.size(), 7) << plain(handed.join('\n'));
+    for (const QString& note : handed) {
+        EXPECT_TRUE(note.contains(" station 1 ")) << plain(note);
+    }
+}
+
+TEST_F(PanelTruth, bitsAcrossAWord_areReadAsTheWordsThatHoldThem) {
+    startPlc();
+    EXPECT_EQ(panel({"write", "CIO_bit", "1.15", "1", "1"}).exitCode, 0); // 1.15 and 2.0
+    const QStringList handed = notes({"read", "CIO_bit", "1.15", "2", "--format", "csv"});
+    EXPECT_EQ(plain(handed.join(", ")), "read station 1 CIO 1 2");
+    EXPECT_EQ(plain(m_ended.out), "register,address,value\nCIO_bit,1.15,1\nCIO_bit,2.0,1\n");
+}
+
+class PanelMode : public PanelTruth, public testing::WithParamInterface<QStringList> {};
+
+TEST_P(PanelMode, writeThatNeedsMonitorMode_isWrittenOnceMoreAndSaid) {
+    startPlc(QStringList{"--writes-in", "monitor"} + GetParam());
+    const Ended written = panel({"--trace", "write", "DM", "100", "5"});
+    EXPECT_EQ(written.exitCode, 0) << plain(written.err);
+    EXPECT_EQ(written.err.count("set mode MONITOR"), 1) << plain(written.err);
+    EXPECT_TRUE(written.err.contains("the driver has asked for MONITOR mode, writing once more"))
+        << plain(written.err);
+    EXPECT_TRUE(panel({"read", "DM", "100", "--format", "csv"}).out.endsWith("DM,100,5\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(StartedIn, PanelMode,
+                         testing::Values(QStringList{"--mode", "program"},
+                                         QStringList{"--mode", "debug"},
+                                         QStringList{"--mode", "run"},
+                                         QStringList{"--mode", "program", "--alarm"}),
+                         [](const auto& row) { return plain(row.param.join('_').remove('-')); });
+
+TEST_F(PanelTruth, writeThatNeedsMonitorMode_whilePolling_isWrittenOnceMore) {
+    startPlc({"--writes-in", "monitor", "--mode", "program"});
+    const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\nb,HR,1\n");
+    const QString values = file("values.csv", "a,11\nb,12\n");
+    const Ended ended = panel({"recipe", "download", recipe, "--values", values});
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    EXPECT_TRUE(panel({"read", "HR", "1", "--format", "csv"}).out.endsWith("HR,1,12\n"));
+    EXPECT_TRUE(panel({"read", "DM", "1", "--format", "csv"}).out.endsWith("DM,1,11\n"));
+}
+
+TEST_F(PanelTruth, writeThatStaysRefused_failsWithTheModeInWords) {
+    startPlc({"--end-code", "2206"});
+    const Ended ended = panel({"write", "DM", "100", "5"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("wrong mode: the PLC is in RUN mode")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("1. the PLC's operating mode")) << plain(ended.err);
+}
+
+TEST_F(PanelTruth, refusedWrite_isNoSuccess) {
+    startPlc();
+    const Ended ended = panel({"write", "AR", "5", "1"}); // read-only up to AR 447
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("writing AR 5 (1 word) failed: the PLC refused: end code 2101 "
+                                   "read-only"))
+        << plain(ended.err);
+    EXPECT_EQ(plain(ended.out), "");
+}
+
+TEST_F(PanelTruth, refusedRecipeDownload_isNoSuccess) {
+    startPlc();
+    const QString recipe = file("recipe.csv", "name,register,address\na,AR,5\n");
+    const Ended ended =
+        panel({"recipe", "download", recipe, "--values", file("values.csv", "a,1\n")});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("end code 2101 read-only")) << plain(ended.err);
+}
+
+TEST_F(PanelTruth, refusedRead_isToldWithItsEndCode) {
+    startPlc({"--end-code", "1103"});
+    const Ended ended = panel({"read", "DM", "100", "2"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("reading DM 100 (2 words) failed: the PLC refused: end code "
+                                   "1103 address out of range"))
+        << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("1. the address lies beyond this PLC's range"))
+        << plain(ended.err);
+}
+
+TEST_F(PanelTruth, blockTooLongForThePlc_namesTheRemedy) {
+    startPlc({"--max-message", "64"});
+    const Ended ended = panel({"read", "DM", "100", "50"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("end code 110B response too long")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("--words-per-frame")) << plain(ended.err);
+}
+
+TEST_F(PanelTruth, alarmInThePlc_isNoFailure) {
+    startPlc({"--alarm"});
+    EXPECT_EQ(panel({"write", "DM", "1", "5"}).exitCode, 0);
+    EXPECT_EQ(panel({"read", "DM", "1"}).exitCode, 0);
+    EXPECT_TRUE(panel({"probe"}).out.contains("0000 normal; the PLC has a non-fatal alarm"));
+}
+
+TEST_F(PanelTruth, refusedTag_isShownAsNotReadWithTheReason) {
+    startPlc({"--end-code", "1103"});
+    const Ended ended = panel({"watch", "DM:100", "--seconds", "0.5", "--format", "csv"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read,the PLC refused: end code 1103"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.err.contains("without a fresh value when the time was up: DM:100 (not read)"))
+        << plain(ended.err);
+}
+
+TEST_F(PanelTruth, tagOfASilentPlc_isNotReadAndNeverZero) {
+    startPlc({"--faults", "silent 1-100000"});
+    const Ended ended =
+        panel({"watch", "DM:100", "--seconds", "0.6", "--timeout", "50", "--format", "csv"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains(",DM:100,DM 100,,,not read,")) << plain(ended.out);
+    EXPECT_FALSE(ended.out.contains(",0,")) << plain(ended.out);
+}
+
+TEST_F(PanelTruth, tagNoLongerRefreshed_isStaleAndThenFreshAgain) {
+    startPlc({"--faults", "silent 5-12"});
+    Running watch;
+    startPanel(&watch, {"watch", "DM:100", "--timeout", "50", "--scan-interval", "20"});
+    ASSERT_TRUE(watch.waitFor("DM 100  stale: 0")) << plain(watch.output());
+    ASSERT_TRUE(watch.waitFor([](const QString& output) {
+        return output.count("DM 100  0\n") == 2;
+    })) << plain(watch.output());
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+TEST_F(PanelTruth, writtenValueThatThePlcRefused_isNotKeptOnTheScreen) {
+    startPlc({"--mode", "run"});
+    EXPECT_EQ(panel({"write", "AR", "5", "9"}).exitCode, 1);
+    EXPECT_TRUE(panel({"read", "AR", "5", "--format", "csv"}).out.endsWith("AR,5,0\n"));
+}
+
+} // namespace
