@@ -16,13 +16,14 @@ struct FieldPlace {
 };
 
 /// The entry of one field of `object`, an object of the type under test.
-#define FIELD_PLACE(object, field)                                                                 \
-    FieldPlace {                                                                                   \
-#field,                                                                                    \
-            static_cast < std::size_t>(reinterpret_cast <const char*>(&(object).field) -           \
-                                       reinterpret_cast <const char*>(&(object))),                 \
-            sizeof((object).field), alignof(decltype((object).field))                              \
-    }
+#define FIELD_PLACE(object, field) fieldPlace(#field, object, (object).field)
+
+template <typename Object, typename Field>
+FieldPlace fieldPlace(const char* name, const Object& object, const Field& field) {
+    const char* const start = reinterpret_cast<const char*>(&object);
+    const char* const place = reinterpret_cast<const char*>(&field);
+    return FieldPlace{name, static_cast<std::size_t>(place - start), sizeof(Field), alignof(Field)};
+}
 
 /// Each field stands right behind the one before it, but for its own alignment, the first at 0 and
 /// nothing behind the last: no field is missing from the list, none has changed its place.
