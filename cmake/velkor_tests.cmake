@@ -8,6 +8,8 @@ function(velkor_test_program name)
     cmake_parse_arguments(T "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${T_SOURCES})
     velkor_program_settings(${name})
+    # What is tested is compiled as it is shipped; the tests themselves only have to build fast.
+    target_compile_options(${name} PRIVATE -O0)
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES
