@@ -22,6 +22,8 @@ template <typename Object, typename Field>
 FieldPlace fieldPlace(const char* name, const Object& object, const Field& field) {
     const char* const start = reinterpret_cast<const char*>(&object);
     const char* const place = reinterpret_cast<const char*>(&field);
+    // Some fields are pointers, and their own size is what is meant.
+    // NOLINTNEXTLINE(bugprone-sizeof-expression)
     return FieldPlace{name, static_cast<std::size_t>(place - start), sizeof(Field), alignof(Field)};
 }
 
