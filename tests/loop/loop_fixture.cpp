@@ -47,7 +47,7 @@ template <typename Function> Function LoopFixture::entry(const char* name) const
 }
 
 /// An entry point of the loaded library, with the type that the header declares.
-#define ENTRY(name) entry<decltype(&name)>(#name)
+#define ENTRY(name) entry<decltype(&(name))>(#name)
 
 LoopFixture::LoopFixture()
     : plc(nodeOne()), hostBlock(60117, 0), statusBlock(122024, 0xEE), recipeBuffer(4096, 0),
@@ -175,10 +175,7 @@ void LoopFixture::writeWords(const char* regName, int addr, const std::vector<in
 }
 
 void LoopFixture::writeBits(const char* regName, int addr, const std::vector<int>& bits) {
-    std::vector<unsigned char> bytes;
-    for (const int bit : bits) {
-        bytes.push_back(static_cast<unsigned char>(bit));
-    }
+    std::vector<unsigned char> bytes(bits.begin(), bits.end());
     ENTRY(intf_setData)
     (station, QString::fromLatin1(regName), addr, static_cast<int>(bits.size()), bytes.data(), 0);
 }

@@ -72,9 +72,9 @@ TEST_F(WriteLoop, oneValueWrittenAgainAndAgain_lastOneStands) {
 }
 
 TEST_F(WriteLoop, longWrite_isCutIntoFrames) {
-    std::vector<int> words;
-    for (int i = 0; i < 1000; ++i) {
-        words.push_back(7 * i);
+    std::vector<int> words(1000);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+        words[i] = 7 * static_cast<int>(i);
     }
     writeWords("DM", 500, words);
     runUntilIdle();

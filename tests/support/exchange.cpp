@@ -50,7 +50,7 @@ std::string commandOf(const FRAME_PRO& frame) {
 }
 
 std::string describe(const FRAME_PRO& frame) {
-    const std::string command = commandOf(frame);
+    std::string command = commandOf(frame);
     if (command == "mode" || command == "?") {
         return command;
     }
@@ -97,7 +97,7 @@ void Exchange::fail() {
 }
 
 std::string Exchange::turn() {
-    const std::string asked = next();
+    std::string asked = next();
     if (asked != "nothing") {
         EXPECT_EQ(1U, answer()) << asked;
     }

@@ -191,7 +191,8 @@ protected:
             Request block = {false, 20000 + 100 * i, 1 + upTo(8), {}};
             const int offset = upTo(4000);
             for (int word = 0; word < block.len; ++word) {
-                const unsigned short value = recipeBuffer[static_cast<std::size_t>(offset + word)];
+                const unsigned short value =
+                    recipeBuffer[static_cast<std::size_t>(offset) + static_cast<std::size_t>(word)];
                 block.data.push_back(static_cast<unsigned char>(value % 256));
                 block.data.push_back(static_cast<unsigned char>(value / 256));
             }

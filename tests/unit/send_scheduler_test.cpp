@@ -23,9 +23,9 @@ protected:
 
     /// `count` turns, each answered.
     std::vector<std::string> turns(int count) {
-        std::vector<std::string> asked;
-        for (int i = 0; i < count; ++i) {
-            asked.push_back(turn());
+        std::vector<std::string> asked(static_cast<std::size_t>(count));
+        for (std::string& one : asked) {
+            one = turn();
         }
         return asked;
     }
