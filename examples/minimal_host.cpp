@@ -63,8 +63,8 @@ public:
         // tag, writes allowed, unused, tries of a frame, words per frame
         m_driver.initProperty(m_hostBlock.data(), m_statusBlock.data(), nullptr, &out,
                               "1#0#0#3#256", &m_mutex);
-        const unsigned own = m_socket.localAddress().toIPv4Address() & 0xFFU;
-        const unsigned node = plc.toIPv4Address() & 0xFFU; // the last octet, as own
+        const unsigned own = m_socket.localAddress().toIPv4Address() & 0xFFU; // the last octet
+        const unsigned node = plc.toIPv4Address() & 0xFFU;
         m_driver.setNodes(QStringLiteral("6,0,%1,0,0,%2,0").arg(node).arg(own));
         QList<KEY_ADDRESS> keys;
         for (const auto& range : POLLED) {
@@ -75,8 +75,9 @@ public:
             keys.last().len = range.length;
         }
         m_blocks = m_driver.addrMerge(keys);
-        m_deadline.setSingleShot(true);
-        QObject::connect(&m_deadline, &QTimer::timeout, [this] { deal(QByteArray()); });
+        m_timer.setSingleShot(true);
+        QObject::connect(&m_timer, &QTimer::timeout,
+                         [this] { m_inFlight ? deal(QByteArray()) : send(); });
         QObject::connect(&m_socket, &QUdpSocket::readyRead, [this] { receive(); });
         send();
     }
@@ -85,16 +86,16 @@ private:
     void send() {
         if (m_driver.getSendFrame(m_frame) == 1) {
             m_socket.write(reinterpret_cast<const char*>(m_frame.frame), m_frame.sendLen);
-            m_deadline.start(REPLY_MS);
+            m_inFlight = true;
+            m_timer.start(REPLY_MS);
         }
     }
 
     void receive() {
         char buffer[2048];
-        qint64 length = 0;
-        while ((length = m_socket.readDatagram(buffer, sizeof buffer)) >= 0) {
+        for (qint64 length = 0; (length = m_socket.readDatagram(buffer, sizeof buffer)) >= 0;) {
             const bool mine = length >= 10 && uchar(buffer[9]) == m_frame.frame[9];
-            if (mine && m_deadline.isActive()) { // anything else does not end the wait
+            if (mine && m_inFlight) { // anything else does not end the wait
                 deal(QByteArray(buffer, static_cast<int>(length)));
             }
         }
@@ -102,23 +103,22 @@ private:
 
     // Hands the driver a reply, or an empty one when none has come in time.
     void deal(QByteArray reply) {
-        m_deadline.stop();
+        m_inFlight = false;
         QString message;
         const unsigned int result = m_driver.dealRcvFrame(&reply, &message);
         QTextStream out(stdout);
         if (result == REPLY_REQUEST_FAILED) {
             out << "failed: " << message << "\n";
         }
-        for (const auto& change : changes) {
+        for (const auto& [reg, address] : changes) {
             unsigned char value[2] = {}; // a word, low byte first, or one bit
-            m_driver.getData(STATION, change.first, change.second, 1, value);
-            const int number = value[0] + 256 * value[1];
-            out << change.first << " " << change.second << " = " << number << "\n";
+            m_driver.getData(STATION, reg, address, 1, value);
+            out << reg << " " << address << " = " << value[0] + 256 * value[1] << "\n";
         }
         changes.clear();
         m_settled += result == REPLY_REJECTED ? 0 : 1;
         if (result != REPLY_REJECTED && m_settled % m_blocks == 0) { // the scan is complete
-            QTimer::singleShot(SCAN_MS, [this] { send(); });
+            m_timer.start(SCAN_MS);
         } else {
             send(); // the next block, or the same frame again
         }
@@ -126,10 +126,10 @@ private:
 
     const Driver& m_driver;
     QUdpSocket m_socket;
-    QTimer m_deadline;
+    QTimer m_timer; // the reply's deadline or, with no frame in flight, the next scan
+    bool m_inFlight = false;
     FRAME_PRO m_frame = FRAME_PRO();
-    int m_blocks = 0;
-    int m_settled = 0;
+    int m_blocks = 0, m_settled = 0;
     std::vector<unsigned char> m_hostBlock = std::vector<unsigned char>(60117);
     std::vector<unsigned char> m_statusBlock = std::vector<unsigned char>(122024);
     QMutex m_mutex;

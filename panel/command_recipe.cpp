@@ -5,7 +5,6 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSaveFile>
-#include <QtCore/QTimer>
 
 namespace panel {
 namespace {
@@ -23,7 +22,7 @@ int transfer(const Context& context, Session& session, RecipeTransfer direction)
         }
         QCoreApplication::exit(ok ? EXIT_DONE : EXIT_WORK_FAILED);
     };
-    QTimer::singleShot(0, [&session, direction] { session.startRecipe(direction); });
+    session.startRecipe(direction);
     return QCoreApplication::exec();
 }
 

@@ -10,6 +10,7 @@
 #include <QtCore/QTimer>
 
 #include <algorithm>
+#include <limits>
 
 namespace panel {
 namespace {
@@ -44,9 +45,12 @@ int loadTags(const Context& context, QVector<Tag>* tags) {
 }
 
 /// A value counts as stale after some missed scans, and not before a try could time out.
-qint64 staleAfter(const LinkSettings& settings) {
+qint64 shortestStaleAfter(const LinkSettings& settings) {
     return std::max(1000, std::max(5 * settings.scanMs, 2 * settings.timeoutMs)) * qint64(1000);
 }
+
+/// Until the first scan has ended, how long a scan takes is not known.
+const qint64 NEVER = std::numeric_limits<qint64>::max();
 
 /// One line for each change.
 class LineOutput {
@@ -89,7 +93,7 @@ private:
 class Watch {
 public:
     Watch(const Context& context, Session& session, const QVector<Tag>& tags)
-        : m_context(context), m_session(session), m_board(tags, staleAfter(session.settings())) {
+        : m_context(context), m_session(session), m_board(tags, NEVER) {
         session.onSettled = [this](const Settled& settled) { requestSettled(settled); };
         session.onValueChanged = [this](const QString& reg, int address) {
             m_board.valueChanged(reg, address);
@@ -115,10 +119,8 @@ public:
             end.setSingleShot(true);
             end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
         }
-        QTimer::singleShot(0, [this] {
-            m_session.setPolled(
-                disjointRanges(m_board.words(), m_session.settings().wordsPerFrame));
-        });
+        m_lastScanEnd = m_session.now();
+        m_session.setPolled(disjointRanges(m_board.words(), m_session.settings().wordsPerFrame));
         const int exitCode = QCoreApplication::exec();
         m_screen.reset();
         if (exitCode != EXIT_DONE) {
@@ -136,11 +138,14 @@ private:
                 m_screen->writeEnded(settled, reason);
             }
         } else {
-            m_board.readSettled(settled, reason, m_session.now());
+            // The block as it was asked for: it may be another tag's address that was refused.
+            m_board.readSettled(settled, requestText(settled) + QStringLiteral(": ") + reason,
+                                m_session.now());
         }
         if (!settled.ok) {
             m_lastFailure = settled;
             m_failed = true;
+            m_failedInScan = true;
         }
         refresh();
     }
@@ -159,7 +164,20 @@ private:
         }
     }
 
+    /// A value may be as old as a scan takes; a scan that met failures took longer than that.
+    void adaptStaleness() {
+        const qint64 now = m_session.now();
+        if (!m_failedInScan) {
+            m_longestScan = std::max(m_longestScan, now - m_lastScanEnd);
+        }
+        m_board.setStaleAfter(
+            std::max(shortestStaleAfter(m_session.settings()), 3 * m_longestScan));
+        m_lastScanEnd = now;
+        m_failedInScan = false;
+    }
+
     void scanEnded() {
+        adaptStaleness();
         refresh();
         m_quietScans = m_changedInScan || !m_board.allFresh() ? 0 : m_quietScans + 1;
         m_changedInScan = false;
@@ -208,6 +226,9 @@ private:
     Settled m_lastFailure;
     bool m_failed = false;
     bool m_changedInScan = false;
+    bool m_failedInScan = false;
+    qint64 m_lastScanEnd = 0;
+    qint64 m_longestScan = 0;
     int m_quietScans = 0;
 };
 

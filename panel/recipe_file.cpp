@@ -216,6 +216,10 @@ private:
     int m_placed = 0;
 };
 
+std::size_t bufferIndex(const RecipeVariable& variable, int word) {
+    return static_cast<std::size_t>(variable.offset) + static_cast<std::size_t>(word);
+}
+
 /// Stores one row of values; the result is where and what is wrong, or line 0.
 CsvError storeRow(const CsvRow& row, const RecipeVariable& variable,
                   std::vector<unsigned short>* buffer) {
@@ -234,7 +238,7 @@ CsvError storeRow(const CsvRow& row, const RecipeVariable& variable,
         if (!wrong.isEmpty()) {
             return {field.line, field.column, wrong};
         }
-        (*buffer)[static_cast<std::size_t>(variable.offset + word)] = items.first();
+        buffer->at(bufferIndex(variable, word)) = items.first();
     }
     return {};
 }
@@ -309,7 +313,7 @@ QVector<CsvError> readRecipeValues(const QByteArray& csv, const Recipe& recipe,
 Items recipeItems(const RecipeVariable& variable, const std::vector<unsigned short>& buffer) {
     Items items;
     for (int word = 0; word < variable.count; ++word) {
-        items.append(buffer[static_cast<std::size_t>(variable.offset + word)]);
+        items.append(buffer.at(bufferIndex(variable, word)));
     }
     return items;
 }

@@ -51,7 +51,7 @@ Session::~Session() {
 }
 
 QString Session::open() {
-    const QString fault = m_link.open(m_settings.plc, m_settings.local);
+    QString fault = m_link.open(m_settings.plc, m_settings.local);
     if (fault.isEmpty()) {
         chooseNodes();
         bindDriver();

@@ -10,7 +10,16 @@ namespace {
 const int GRAPH_WIDTH = 16;
 const int FIXED_LINES = 5; // title, column names, two of the link, message
 
-QString cut(const QString& text, int width, bool unicode) {
+/// What would move the cursor is no text.
+QString printable(QString text) {
+    for (QChar& character : text) {
+        character = character.isPrint() ? character : QLatin1Char('?');
+    }
+    return text;
+}
+
+QString cut(const QString& wanted, int width, bool unicode) {
+    const QString text = printable(wanted);
     if (text.size() <= width) {
         return text.leftJustified(width);
     }

@@ -36,6 +36,7 @@ public:
     /// A tag is stale when a request for it has failed since it was read, or when it was read
     /// longer than `staleAfter` microseconds ago.
     TagBoard(const QVector<Tag>& tags, qint64 staleAfter);
+    void setStaleAfter(qint64 staleAfter) { m_staleAfter = staleAfter; }
 
     int size() const { return static_cast<int>(m_entries.size()); }
     const TagStatus& at(int index) const { return m_entries.at(index).status; }

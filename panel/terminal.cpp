@@ -1,7 +1,5 @@
 #include "panel/terminal.h"
 
-#include <QtCore/QTimer>
-
 #include <cctype>
 #include <clocale>
 #include <csignal>
@@ -135,6 +133,8 @@ Terminal::Terminal() {
     raw.c_cc[VTIME] = 0;
     tcsetattr(STDIN_FILENO, TCSANOW, &raw);
     writeAll("\x1b[?1049h\x1b[?25l\x1b[2J");
+    m_escapeWait.setSingleShot(true);
+    QObject::connect(&m_escapeWait, &QTimer::timeout, &m_escapeWait, [this] { m_decoder.flush(); });
     m_decoder.onKey = [this](Key key, const QString& text) { onKey(key, text); };
     m_notifier = std::make_unique<QSocketNotifier>(STDIN_FILENO, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
@@ -156,7 +156,7 @@ void Terminal::readKeys() {
     }
     m_decoder.feed(QByteArray(buffer, static_cast<int>(length)));
     if (m_decoder.waiting()) {
-        QTimer::singleShot(ESCAPE_WAIT_MS, m_notifier.get(), [this] { m_decoder.flush(); });
+        m_escapeWait.start(ESCAPE_WAIT_MS);
     }
 }
 

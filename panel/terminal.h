@@ -7,6 +7,7 @@
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
+#include <QtCore/QTimer>
 
 #include <functional>
 #include <memory>
@@ -65,6 +66,7 @@ private:
 
     termios m_before = {};
     KeyDecoder m_decoder;
+    QTimer m_escapeWait;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QStringList m_shown;
     int m_shownInverted = -1;

@@ -42,7 +42,7 @@ QString floatText(float value) {
         return value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf");
     }
     for (int digits = 6; digits < 9; ++digits) {
-        const QString text = QString::number(static_cast<double>(value), 'g', digits);
+        QString text = QString::number(static_cast<double>(value), 'g', digits);
         if (text.toFloat() == value) {
             return text;
         }
@@ -316,13 +316,13 @@ QString parseValues(ValueType type, const QStringList& texts, int wordsForString
         if (texts.size() != 1) {
             return QStringLiteral("a string is one value; put quotes around a text with blanks");
         }
-        const QString error = parseString(texts.first(), wordsForString, &parsed);
+        QString error = parseString(texts.first(), wordsForString, &parsed);
         if (!error.isEmpty()) {
             return error;
         }
     } else {
         for (const QString& text : texts) {
-            const QString error = parseOne(type, text.trimmed(), &parsed);
+            QString error = parseOne(type, text.trimmed(), &parsed);
             if (!error.isEmpty()) {
                 return error;
             }

@@ -264,8 +264,8 @@ TEST_F(PanelCommands, watch_badRow_isNamedByLineAndColumnAndNothingIsPolled) {
 
 TEST_F(PanelCommands, watch_tagsOfTheTank_areAllRead) {
     startPlc({"--process", "tank"});
-    const Ended ended = panel({"watch", VELKOR_EXAMPLES "/tank/tags.csv", "--seconds", "1",
-                               "--scan-interval", "50", "--format", "csv"});
+    const Ended ended = panel({"watch", QString(VELKOR_EXAMPLES) + "/tank/tags.csv", "--seconds",
+                               "1", "--scan-interval", "50", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     EXPECT_TRUE(ended.out.contains("temperature,DM 4,")) << plain(ended.out);
 }

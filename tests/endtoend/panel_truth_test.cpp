@@ -151,7 +151,8 @@ TEST_F(PanelTruth, refusedTag_isShownAsNotReadWithTheReason) {
     startPlc({"--end-code", "1103"});
     const Ended ended = panel({"watch", "DM:100", "--seconds", "0.5", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 1);
-    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read,the PLC refused: end code 1103"))
+    EXPECT_TRUE(ended.out.contains(
+        "DM:100,DM 100,,,not read,DM 100 (1 word): the PLC refused: end code 1103"))
         << plain(ended.out);
     EXPECT_TRUE(ended.err.contains("without a fresh value when the time was up: DM:100 (not read)"))
         << plain(ended.err);

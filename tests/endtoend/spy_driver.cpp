@@ -24,7 +24,7 @@ void note(const char* what, int station, const QString& reg, int address, int le
 
 } // namespace
 
-#define REAL(name) real<decltype(&name)>(#name)
+#define REAL(name) real<decltype(&(name))>(#name)
 
 int intf_initProperty(unsigned char* hostBlock, unsigned char* statusBlock,
                       unsigned short* recipeBuffer, int* out, const char* propertyString,

@@ -103,7 +103,7 @@ protected:
     QStringList agreed(const QStringList& arguments, int exitCode = 0) {
         const Ended ended = panel(QStringList{"--trace", "--pcap", path("c.pcap")} + arguments);
         EXPECT_EQ(ended.exitCode, exitCode) << plain(ended.err);
-        const QStringList traced = framesOfTrace(ended.err);
+        QStringList traced = framesOfTrace(ended.err);
         const QList<QStringList> dissected = dissect(path("c.pcap"));
         EXPECT_FALSE(traced.isEmpty()) << plain(ended.err);
         EXPECT_EQ(plain(framesOfCapture(dissected).join('\n')), plain(traced.join('\n')))

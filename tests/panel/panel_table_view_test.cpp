@@ -118,6 +118,14 @@ TEST(RenderTable, anyWindow_isNeverExceeded) {
     }
 }
 
+TEST(RenderTable, controlCharacters_doNotReachTheTerminal) {
+    Tag tag;
+    tag.name = "a\x1b[2J\nb";
+    tag.reg = "DM";
+    const TableScreen screen = renderTable(TagBoard({tag}, SECOND), LinkStatistics(), TableInput());
+    EXPECT_TRUE(screen.lines.at(2).startsWith("a?[2J?b ")) << plain(screen.lines.at(2));
+}
+
 TEST(RenderTable, longName_isCutVisibly) {
     Tag tag;
     tag.name = "a_name_of_more_than_twenty_four_characters";
