@@ -301,6 +301,17 @@ TEST_F(RecipeTransfer, upload_indexOutsideTheBlocks_storesNothing) {
     }
 }
 
+TEST_F(RecipeTransfer, upload_blockBeforeTheLast_leavesTheNextBlocksVariablesAlone) {
+    // By its address alone DM 12 would lie inside the reply to HR 10..14.
+    recipe({recipeVariable("HR", 10, 5, 0), recipeVariable("DM", 12, 2, 5)});
+    requestUpload();
+    ASSERT_EQ("read HR 10 5", next());
+    EXPECT_EQ(1U, answer(Words{1, 2, 3, 4, 5}));
+    EXPECT_EQ((Notices{recipeWord(0), recipeWord(1), recipeWord(2), recipeWord(3), recipeWord(4)}),
+              takeNotices());
+    EXPECT_EQ(0x4005, buffer(5));
+}
+
 TEST_F(RecipeTransfer, upload_blockAcrossTheLargestAddress_storesItsWords) {
     // The distance of the second variable wraps to 1, as it did when the block was formed.
     recipe({recipeVariable("DM", 2147483647, 1, 0), recipeVariable("DM", -2147483647 - 1, 1, 1)});
