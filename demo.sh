@@ -107,6 +107,10 @@ wait "$watch_pid"
 verify "the panel went on through it" test $? -eq 0
 watch_pid=
 cat "$work/watch.csv"
+verify "values were shown as stale while the PLC was away" \
+    grep -q '^[^,]*,DM:6,.*,stale,' "$work/watch.csv"
+verify "every tag was fresh again when it was back" \
+    test "$(sed '1,/,stale,/d' "$work/watch.csv" | grep ',read,' | cut -d, -f2 | sort -u | wc -l)" -eq 2
 
 title "The PLC's own count"
 stop_plc
