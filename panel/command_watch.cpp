@@ -111,7 +111,7 @@ public:
 
     int run() {
         QTimer check;
-        QObject::connect(&check, &QTimer::timeout, [this] { refresh(); });
+        QObject::connect(&check, &QTimer::timeout, [this] { refresh(Occasion::Timer); });
         check.start(CHECK_INTERVAL_MS);
         QTimer end;
         if (m_context.options.seconds > 0) {
@@ -147,15 +147,15 @@ private:
             m_failed = true;
             m_failedInScan = true;
         }
-        refresh();
+        refresh(Occasion::Read);
     }
 
-    void refresh() {
+    void refresh(Occasion occasion) {
         const QVector<TagEvent> events = m_board.refresh(
             [this](const Tag& tag) {
                 return m_session.items(tag.reg, tag.address, tag.itemCount());
             },
-            m_session.now());
+            m_session.now(), occasion);
         for (const TagEvent& event : events) {
             if (m_lines) {
                 m_lines->print(m_board.at(event.index));
@@ -178,7 +178,7 @@ private:
 
     void scanEnded() {
         adaptStaleness();
-        refresh();
+        refresh(Occasion::ScanEnd);
         m_quietScans = m_changedInScan || !m_board.allFresh() ? 0 : m_quietScans + 1;
         m_changedInScan = false;
         if (m_context.options.untilStable && m_quietScans >= STABLE_SCANS) {

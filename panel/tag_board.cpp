@@ -3,6 +3,7 @@
 #include "panel/catalogue.h"
 
 #include <algorithm>
+#include <numeric>
 
 namespace panel {
 namespace {
@@ -42,6 +43,7 @@ void TagBoard::readSettled(const Settled& settled, const QString& reason, qint64
         if (!touches(entry.words, read)) {
             continue;
         }
+        m_news.append(index);
         if (settled.ok) {
             markRead(&entry, read, now);
         } else {
@@ -57,6 +59,7 @@ void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
     for (int word = first; word < end; ++word) {
         entry->wordReadAt[word - entry->words.address] = now;
     }
+    entry->inPieces = entry->inPieces || end - first < entry->words.length;
     const bool firstTime = entry->status.readAt < 0;
     entry->status.readAt = *std::min_element(entry->wordReadAt.begin(), entry->wordReadAt.end());
     if (firstTime && entry->status.readAt >= 0) {
@@ -70,16 +73,36 @@ void TagBoard::valueChanged(const QString& reg, int address) {
     for (const int index : m_byRegister.value(changed.reg)) {
         Entry& entry = m_entries[index];
         // A bit write is announced by its first bit only, whatever its length.
-        entry.touched = entry.touched || touches(entry.words, changed) || bit;
+        if (touches(entry.words, changed) || bit) {
+            entry.touched = true;
+            m_news.append(index);
+        }
     }
 }
 
-QVector<TagEvent> TagBoard::refresh(const std::function<Items(const Tag&)>& fetch, qint64 now) {
+/// After a read most tags are as they were: with many blocks, looking at each tag after each read
+/// would cost more than the reads.
+QVector<int> TagBoard::lookedAt(Occasion occasion) {
+    QVector<int> indices;
+    if (occasion == Occasion::Read) {
+        indices.swap(m_news);
+        std::sort(indices.begin(), indices.end());
+        indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+    } else {
+        m_news.clear();
+        indices.resize(size());
+        std::iota(indices.begin(), indices.end(), 0);
+    }
+    return indices;
+}
+
+QVector<TagEvent> TagBoard::refresh(const std::function<Items(const Tag&)>& fetch, qint64 now,
+                                    Occasion occasion) {
     QVector<TagEvent> events;
-    for (int index = 0; index < size(); ++index) {
+    for (const int index : lookedAt(occasion)) {
         TagEvent event;
         event.index = index;
-        if (refreshEntry(&m_entries[index], fetch, now, &event.kind)) {
+        if (refreshEntry(&m_entries[index], fetch, now, occasion, &event.kind)) {
             events.append(event);
         }
     }
@@ -87,9 +110,10 @@ QVector<TagEvent> TagBoard::refresh(const std::function<Items(const Tag&)>& fetc
 }
 
 bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>& fetch, qint64 now,
-                            TagEvent::Kind* kind) {
+                            Occasion occasion, TagEvent::Kind* kind) {
     TagStatus& status = entry->status;
-    if (status.readAt < 0) {
+    const bool whole = !entry->inPieces || occasion == Occasion::ScanEnd;
+    if (status.readAt < 0 || (status.items.isEmpty() && !whole)) {
         *kind = TagEvent::Unreadable;
         const bool news = entry->failedAt >= 0 && !entry->told;
         entry->told = entry->told || news;
@@ -105,7 +129,7 @@ bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>
         status.reason = QStringLiteral("not refreshed");
     }
     bool changed = false;
-    if (entry->touched) {
+    if (entry->touched && whole) {
         entry->touched = false;
         const Items items = fetch(status.tag);
         changed = items != status.items;

@@ -25,6 +25,13 @@ struct TagStatus {
     QVector<double> history; ///< of the last values, oldest first
 };
 
+/// When the board is refreshed.
+enum class Occasion {
+    Read,    ///< a request has ended: only what it touched is looked at
+    Timer,   ///< in between: what has grown old
+    ScanEnd, ///< every polled word has been asked for since the last one
+};
+
 struct TagEvent {
     enum Kind { Value, NowStale, Unreadable };
     int index = 0;
@@ -50,8 +57,10 @@ public:
     /// The driver has announced a change of a word, or of a bit of a bit register.
     void valueChanged(const QString& reg, int address);
 
-    /// Fetches what may have changed and tells what is new, in the tags' order.
-    QVector<TagEvent> refresh(const std::function<Items(const Tag&)>& fetch, qint64 now);
+    /// Fetches what may have changed and tells what is new, in the tags' order. A tag whose words
+    /// come in several reads is fetched at the scan's end only: before, some of them are old.
+    QVector<TagEvent> refresh(const std::function<Items(const Tag&)>& fetch, qint64 now,
+                              Occasion occasion = Occasion::ScanEnd);
 
     bool allFresh() const;
 
@@ -61,18 +70,21 @@ private:
         WordRange words;
         QVector<qint64> wordReadAt;
         qint64 failedAt = -1;
-        bool touched = false; ///< the value is to be fetched
-        bool told = false;    ///< that it is unreadable, while NotRead
+        bool touched = false;  ///< the value is to be fetched
+        bool inPieces = false; ///< no single read brings all its words
+        bool told = false;     ///< that it is unreadable, while NotRead
         qint64 sampledAt = -1;
     };
 
     void markRead(Entry* entry, const WordRange& read, qint64 now);
     bool refreshEntry(Entry* entry, const std::function<Items(const Tag&)>& fetch, qint64 now,
-                      TagEvent::Kind* kind);
+                      Occasion occasion, TagEvent::Kind* kind);
+    QVector<int> lookedAt(Occasion occasion);
     static void sample(Entry* entry, qint64 now);
 
     QVector<Entry> m_entries;
     QHash<QString, QVector<int>> m_byRegister; ///< indices by word register
+    QVector<int> m_news; ///< indices of the entries that something has happened to
     qint64 m_staleAfter;
 };
 

@@ -152,6 +152,59 @@ TEST_F(Board, failureBeforeTheFirstRead_isToldOnceWithItsReason) {
     EXPECT_TRUE(refresh(&board, SECOND).isEmpty());
 }
 
+/// Of a value in two words the first read brings one new word beside an old one.
+TEST_F(Board, tagReadInTwoPieces_isFetchedAtTheEndOfTheScanOnly) {
+    TagBoard board({wordTag("a", 100, ValueType::Uint32)}, STALE_AFTER);
+    const auto fetch = [this](const Tag&) { return Items(2, m_value); };
+    board.readSettled(readOf(90, 11), "", SECOND);
+    board.readSettled(readOf(101, 5), "", SECOND);
+    EXPECT_TRUE(board.refresh(fetch, SECOND, Occasion::Read).isEmpty());
+    EXPECT_EQ(board.at(0).state, TagState::NotRead);
+    EXPECT_EQ(board.refresh(fetch, SECOND, Occasion::ScanEnd).size(), 1);
+    EXPECT_EQ(board.at(0).items, Items({0, 0}));
+
+    m_value = 7;
+    board.valueChanged("DM", 100);
+    board.readSettled(readOf(90, 11), "", SECOND);
+    EXPECT_TRUE(board.refresh(fetch, SECOND, Occasion::Read).isEmpty());
+    EXPECT_TRUE(board.refresh(fetch, SECOND, Occasion::Timer).isEmpty());
+    EXPECT_EQ(board.at(0).items, Items({0, 0}));
+    EXPECT_EQ(board.refresh(fetch, SECOND, Occasion::ScanEnd).size(), 1);
+    EXPECT_EQ(board.at(0).items, Items({7, 7}));
+}
+
+TEST_F(Board, tagReadInOnePiece_isFetchedAfterTheRead) {
+    TagBoard board({wordTag("a", 100, ValueType::Uint32)}, STALE_AFTER);
+    const auto fetch = [](const Tag&) { return Items({7, 7}); };
+    board.readSettled(readOf(90, 20), "", SECOND);
+    EXPECT_EQ(board.refresh(fetch, SECOND, Occasion::Read).size(), 1);
+    EXPECT_EQ(board.at(0).items, Items({7, 7}));
+}
+
+TEST_F(Board, tagInPieces_whoseSecondReadFails_isStaleBeforeTheScanEnds) {
+    TagBoard board({wordTag("a", 100, ValueType::Uint32)}, STALE_AFTER);
+    board.readSettled(readOf(100, 1), "", SECOND);
+    board.readSettled(readOf(101, 1), "", SECOND);
+    refresh(&board, SECOND);
+    board.readSettled(readOf(101, 1, false), "refused", SECOND + 1);
+    const QVector<TagEvent> events =
+        board.refresh([](const Tag&) { return Items(); }, SECOND + 1, Occasion::Read);
+    ASSERT_EQ(events.size(), 1);
+    EXPECT_EQ(events.first().kind, TagEvent::NowStale);
+}
+
+TEST_F(Board, refreshAfterARead_tellsSeveralTagsInTheirOrder) {
+    TagBoard board({wordTag("a", 100), wordTag("b", 200), wordTag("c", 101)}, STALE_AFTER);
+    board.readSettled(readOf(200, 1), "", SECOND);
+    board.readSettled(readOf(100, 2), "", SECOND);
+    const QVector<TagEvent> events =
+        board.refresh([](const Tag&) { return Items{1}; }, SECOND, Occasion::Read);
+    ASSERT_EQ(events.size(), 3);
+    EXPECT_EQ(events.at(0).index, 0);
+    EXPECT_EQ(events.at(1).index, 1);
+    EXPECT_EQ(events.at(2).index, 2);
+}
+
 TEST_F(Board, allFresh_needsEveryTag) {
     TagBoard board({wordTag("a", 100), wordTag("b", 200)}, STALE_AFTER);
     board.readSettled(readOf(100, 1), "", SECOND);
