@@ -6,8 +6,9 @@ namespace panel {
 namespace {
 
 void appendCut(const QString& reg, int from, int to, int limit, QVector<WordRange>* out) {
-    for (int at = from; at < to; at += limit) {
-        out->append({reg, at, std::min(limit, to - at)});
+    const int piece = to - from > limit ? pieceLength(limit) : limit;
+    for (int at = from; at < to; at += piece) {
+        out->append({reg, at, std::min(piece, to - at)});
     }
 }
 

@@ -1,5 +1,7 @@
 #include "panel/recipe_file.h"
 
+#include "panel/tag.h"
+
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 
@@ -253,13 +255,15 @@ QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int statio
                                    int wordsPerFrame) {
     QVector<_RCP_VAR_PRO> pieces;
     for (const RecipeVariable& variable : recipe.variables) {
-        for (int at = 0; at < variable.count; at += wordsPerFrame) {
+        const int most =
+            variable.count > wordsPerFrame ? pieceLength(wordsPerFrame) : wordsPerFrame;
+        for (int at = 0; at < variable.count; at += most) {
             _RCP_VAR_PRO piece = _RCP_VAR_PRO();
             piece.hostTag = hostTag;
             piece.station = station;
             piece.regName = variable.reg;
             piece.addr = variable.address + at;
-            piece.len = std::min(wordsPerFrame, variable.count - at);
+            piece.len = std::min(most, variable.count - at);
             piece.rcpOffset = variable.offset + at;
             pieces.append(piece);
         }

@@ -110,11 +110,13 @@ void Session::setPolled(const QVector<WordRange>& ranges) {
 }
 
 void Session::read(const WordRange& range) {
-    for (int at = 0; at < range.length; at += m_settings.wordsPerFrame) {
+    const int most = range.length > m_settings.wordsPerFrame ? pieceLength(m_settings.wordsPerFrame)
+                                                             : m_settings.wordsPerFrame;
+    for (int at = 0; at < range.length; at += most) {
         Job job;
         job.reg = range.reg;
         job.address = range.address + at;
-        job.length = std::min(m_settings.wordsPerFrame, range.length - at);
+        job.length = std::min(most, range.length - at);
         m_jobs.enqueue(job);
     }
     work();
@@ -122,8 +124,10 @@ void Session::read(const WordRange& range) {
 
 void Session::write(const QString& reg, int address, const Items& items) {
     const bool bits = reg.endsWith(QLatin1String("_bit"));
-    const int most =
-        std::min(m_settings.wordsPerFrame, bits ? LARGEST_WRITE_BITS : LARGEST_WRITE_WORDS);
+    int most = std::min(m_settings.wordsPerFrame, bits ? LARGEST_WRITE_BITS : LARGEST_WRITE_WORDS);
+    if (!bits && items.size() > most) {
+        most = pieceLength(most);
+    }
     for (int at = 0; at < items.size(); at += most) {
         Job job;
         job.write = true;

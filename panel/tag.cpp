@@ -21,6 +21,10 @@ WordRange wordsHolding(const QString& reg, bool bitRegister, int address, int co
     return range;
 }
 
+int pieceLength(int limit) {
+    return limit > 1 ? limit - limit % 2 : 1;
+}
+
 WordRange wordsHolding(const Tag& tag) {
     return wordsHolding(tag.reg, tag.bitRegister, tag.address, tag.itemCount());
 }

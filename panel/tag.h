@@ -38,6 +38,10 @@ QString tagAddressText(const Tag& tag);
 WordRange wordsHolding(const QString& reg, bool bitRegister, int address, int count);
 WordRange wordsHolding(const Tag& tag);
 
+/// The longest piece of at most `limit` words that a long range is cut into: an even number of
+/// them, so that no 32-bit value is read or written in two halves.
+int pieceLength(int limit);
+
 } // namespace panel
 
 #endif

@@ -158,6 +158,30 @@ TEST_F(PanelTruth, refusedTag_isShownAsNotReadWithTheReason) {
         << plain(ended.err);
 }
 
+/// One bad address fails the whole block: the reason names the block, not only the tag.
+TEST_F(PanelTruth, refusedBlock_isNamedInTheReasonOfEachOfItsTags) {
+    startPlc({"--end-code", "1104"});
+    const Ended ended =
+        panel({"watch", "DM:100", "DM:102:3", "--seconds", "0.5", "--format", "csv"});
+    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read,DM 100 (5 words): the PLC refused"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("DM:102:3,DM 102,,,not read,DM 100 (5 words): the PLC refused"))
+        << plain(ended.out);
+}
+
+TEST_F(PanelTruth, valuesOfTwoWords_areNotCutByAnOddFrameLength) {
+    startPlc();
+    const QStringList odd{"--words-per-frame", "3", "--type", "int32", "--trace"};
+    const Ended written = panel(odd + QStringList{"write", "DM", "600", "-1", "2", "-3"});
+    EXPECT_EQ(written.exitCode, 0) << plain(written.err);
+    const Ended read = panel(odd + QStringList{"read", "DM", "600", "3", "--format", "csv"});
+    EXPECT_EQ(plain(read.out), "register,address,value\nDM,600,-1\nDM,602,2\nDM,604,-3\n");
+    for (const char* piece : {"DM 600 count=2", "DM 602 count=2", "DM 604 count=2"}) {
+        EXPECT_TRUE(written.err.contains(piece)) << plain(written.err);
+        EXPECT_TRUE(read.err.contains(piece)) << plain(read.err);
+    }
+}
+
 TEST_F(PanelTruth, tagOfASilentPlc_isNotReadAndNeverZero) {
     startPlc({"--faults", "silent 1-100000"});
     const Ended ended =

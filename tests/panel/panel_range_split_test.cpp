@@ -43,6 +43,11 @@ TEST(DisjointRanges, rangeLongerThanTheLimit_isCut) {
     EXPECT_EQ(text(disjointRanges({{"DM", 0, 25}}, 10)), "DM 0+10, DM 10+10, DM 20+5");
 }
 
+TEST(DisjointRanges, oddLimit_cutsNo32BitValueInTwo) {
+    EXPECT_EQ(text(disjointRanges({{"DM", 0, 12}}, 5)), "DM 0+4, DM 4+4, DM 8+4");
+    EXPECT_EQ(text(disjointRanges({{"DM", 0, 5}}, 5)), "DM 0+5");
+}
+
 TEST(DisjointRanges, sameNumbersOfOtherRegisters_doNotOverlap) {
     EXPECT_EQ(text(disjointRanges({{"DM", 5, 4}, {"HR", 5, 4}}, 256)), "DM 5+4, HR 5+4");
 }
