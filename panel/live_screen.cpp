@@ -11,6 +11,7 @@ namespace {
 
 const int DRAW_INTERVAL_MS = 250;
 const int PAGE = 10;
+const qint64 MESSAGE_TIME = 10000000; // microseconds; then what is wrong now is shown again
 
 } // namespace
 
@@ -38,7 +39,14 @@ void LiveScreen::draw() {
     input.height = m_terminal.height();
     input.unicode = m_unicode;
     input.now = m_session.now();
-    input.message = m_typing ? prompt() : m_message;
+    if (m_typing) {
+        input.message = prompt();
+        if (input.message.size() > input.width) { // the end is where the cursor is
+            input.message = QStringLiteral("...") + input.message.right(input.width - 3);
+        }
+    } else if (input.now - m_messageAt < MESSAGE_TIME) {
+        input.message = m_message;
+    }
     if (input.message.isEmpty()) {
         // Of a value that is not as it should be: why.
         input.message = m_board.at(m_selected).reason;
@@ -110,6 +118,7 @@ void LiveScreen::select(int index) {
 
 void LiveScreen::writeTyped() {
     m_typing = false;
+    m_messageAt = m_session.now();
     if (m_typed.isEmpty()) {
         return;
     }
@@ -129,6 +138,7 @@ void LiveScreen::writeTyped() {
 }
 
 void LiveScreen::writeEnded(const Settled& settled, const QString& reason) {
+    m_messageAt = m_session.now();
     m_message = settled.ok
                     ? QStringLiteral("written: ") + requestText(settled)
                     : QStringLiteral("writing %1 failed: %2").arg(requestText(settled), reason);

@@ -33,6 +33,7 @@ private:
     bool m_typing = false;
     QString m_typed;
     QString m_message;
+    qint64 m_messageAt = 0;
     const bool m_unicode;
 };
 

@@ -1,5 +1,7 @@
 #include "panel/statistics.h"
 
+#include "panel/end_codes.h"
+
 #include <algorithm>
 
 namespace panel {
@@ -43,6 +45,18 @@ void LinkStatistics::settled(const Settled& settled, qint64 now) {
     m_failures += settled.ok ? 0 : 1;
     if (settled.endCode >= 0) {
         m_lastEndCode = settled.endCode;
+    }
+    const int error = settled.endCode >= 0 && !isNormalEnd(settled.endCode)
+                          ? settled.endCode
+                          : settled.refusalBeforeModeChange;
+    if (error >= 0) {
+        m_lastError = error;
+        m_lastErrorAt = now;
+    }
+    if (settled.ok || settled.silent < settled.tries) {
+        m_silentSince = -1;
+    } else if (m_silentSince < 0) {
+        m_silentSince = now - settled.waited;
     }
     if (settled.ok && settled.roundTrip >= 0) {
         m_roundTrips.add(settled.roundTrip);

@@ -37,6 +37,11 @@ public:
     qint64 dropped() const { return m_dropped; }
     qint64 failures() const { return m_failures; }
     int lastEndCode() const { return m_lastEndCode; }
+    /// The last end code that was an error, and when it came; -1: none so far.
+    int lastError() const { return m_lastError; }
+    qint64 lastErrorAt() const { return m_lastErrorAt; }
+    /// Since when no request has been answered; -1: the last one was.
+    qint64 silentSince() const { return m_silentSince; }
 
     /// Settled requests per second over the last two seconds.
     double exchangeRate(qint64 now) const;
@@ -50,6 +55,9 @@ private:
     qint64 m_dropped = 0;
     qint64 m_failures = 0;
     int m_lastEndCode = -1;
+    int m_lastError = -1;
+    qint64 m_lastErrorAt = -1;
+    qint64 m_silentSince = -1;
 };
 
 } // namespace panel

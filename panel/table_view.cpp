@@ -76,10 +76,24 @@ QString milliseconds(qint64 microseconds) {
                : QStringLiteral("%1 ms").arg(static_cast<double>(microseconds) / 1000, 0, 'f', 2);
 }
 
+/// "last end code 0000 normal   no answer for 2.6 s   last error 2101 read-only, 14 s ago"
+QString endCodeLine(const LinkStatistics& statistics, qint64 now) {
+    QString text = QStringLiteral("last end code ") + (statistics.lastEndCode() < 0
+                                                           ? QStringLiteral("none yet")
+                                                           : endCodeText(statistics.lastEndCode()));
+    if (statistics.silentSince() >= 0) {
+        text += QStringLiteral("   no answer for ") + ageText(now - statistics.silentSince());
+    }
+    if (statistics.lastError() >= 0) {
+        text +=
+            QStringLiteral("   last error %1, %2 ago")
+                .arg(endCodeText(statistics.lastError()), ageText(now - statistics.lastErrorAt()));
+    }
+    return text;
+}
+
 QStringList linkLines(const LinkStatistics& statistics, const TableInput& input) {
     const RoundTrips& trips = statistics.roundTrips();
-    const QString endCode = statistics.lastEndCode() < 0 ? QStringLiteral("none yet")
-                                                         : endCodeText(statistics.lastEndCode());
     return {QStringLiteral("round trip %1 (99 %: %2)   %3 exchanges/s   %4 retries   %5 failures   "
                            "%6 dropped")
                 .arg(milliseconds(trips.percentile(50)), milliseconds(trips.percentile(99)))
@@ -88,7 +102,18 @@ QStringList linkLines(const LinkStatistics& statistics, const TableInput& input)
                 .arg(statistics.failures())
                 .arg(statistics.dropped())
                 .left(input.width),
-            QStringLiteral("last end code %1").arg(endCode).left(input.width)};
+            endCodeLine(statistics, input.now).left(input.width)};
+}
+
+/// Says at its right end which tags are shown when not all are.
+QString titleLine(const QString& title, int first, int rows, int tags, int width) {
+    if (tags <= rows) {
+        return title.left(width);
+    }
+    const QString part =
+        QStringLiteral("  %1-%2 of %3").arg(first + 1).arg(std::min(tags, first + rows)).arg(tags);
+    const int room = std::max(0, width - static_cast<int>(part.size()));
+    return (title.leftJustified(room, QLatin1Char(' '), true) + part).left(width);
 }
 
 /// The first tag shown, so that the selected one is visible and the page turns in one piece.
@@ -157,7 +182,7 @@ TableScreen renderTable(const TagBoard& board, const LinkStatistics& statistics,
     const Widths widths = widthsFor(board, input.width);
     const int rows = std::max(1, input.height - FIXED_LINES);
     const int first = firstVisible(input.selected, rows);
-    screen.lines.append(input.title.left(input.width));
+    screen.lines.append(titleLine(input.title, first, rows, board.size(), input.width));
     screen.lines.append(
         row(widths,
             {QStringLiteral("NAME"), QStringLiteral("ADDRESS"), QStringLiteral("VALUE"),

@@ -105,6 +105,50 @@ TEST(RenderTable, moreTagsThanLines_keepsTheSelectedOneVisible) {
     }
 }
 
+TEST(RenderTable, moreTagsThanLines_tellsInTheTitleWhichAreShown) {
+    // 15 lines hold 10 tags.
+    EXPECT_EQ(plain(render(100, 49, 30, 15).lines.first()), "title             41-50 of 100");
+    EXPECT_EQ(plain(render(12, 11, 30, 15).lines.first()), "title              11-12 of 12");
+}
+
+Settled ended(bool ok, int endCode) {
+    Settled settled;
+    settled.ok = ok;
+    settled.tries = 3;
+    settled.endCode = endCode;
+    settled.refused = !ok && endCode >= 0;
+    settled.silent = ok || settled.refused ? 0 : 3;
+    settled.waited = SECOND;
+    return settled;
+}
+
+QString endCodeLine(const LinkStatistics& statistics, qint64 now) {
+    TableInput input;
+    input.width = 200;
+    input.now = now;
+    return renderTable(board(1), statistics, input).lines.at(4);
+}
+
+TEST(RenderTable, silentPlc_isSaidBesideTheLastEndCode) {
+    LinkStatistics statistics;
+    statistics.settled(ended(true, 0), SECOND);
+    EXPECT_EQ(plain(endCodeLine(statistics, 2 * SECOND)), "last end code 0000 normal");
+    statistics.settled(ended(false, -1), 4 * SECOND); // asked at 3 s
+    statistics.settled(ended(false, -1), 6 * SECOND);
+    EXPECT_EQ(plain(endCodeLine(statistics, 7 * SECOND)),
+              "last end code 0000 normal   no answer for 4.0 s");
+    statistics.settled(ended(true, 0), 8 * SECOND);
+    EXPECT_EQ(plain(endCodeLine(statistics, 9 * SECOND)), "last end code 0000 normal");
+}
+
+TEST(RenderTable, refusal_isStillToldAfterTheNextGoodReply) {
+    LinkStatistics statistics;
+    statistics.settled(ended(false, 0x2101), SECOND);
+    statistics.settled(ended(true, 0), 2 * SECOND);
+    EXPECT_EQ(plain(endCodeLine(statistics, 6 * SECOND)),
+              "last end code 0000 normal   last error 2101 read-only, 5.0 s ago");
+}
+
 TEST(RenderTable, anyWindow_isNeverExceeded) {
     for (const int width : {1, 5, 20, 40, 79, 200}) {
         for (const int height : {1, 2, 4, 5, 6, 24}) {
