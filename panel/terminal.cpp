@@ -132,7 +132,8 @@ Terminal::Terminal() {
     raw.c_cc[VMIN] = 1;
     raw.c_cc[VTIME] = 0;
     tcsetattr(STDIN_FILENO, TCSANOW, &raw);
-    writeAll("\x1b[?1049h\x1b[?25l\x1b[2J");
+    // Without line wrap a name of wide characters is cut at the edge and shifts no other line.
+    writeAll("\x1b[?1049h\x1b[?25l\x1b[?7l\x1b[2J");
     m_escapeWait.setSingleShot(true);
     QObject::connect(&m_escapeWait, &QTimer::timeout, &m_escapeWait, [this] { m_decoder.flush(); });
     m_decoder.onKey = [this](Key key, const QString& text) { onKey(key, text); };
@@ -142,7 +143,7 @@ Terminal::Terminal() {
 }
 
 Terminal::~Terminal() {
-    writeAll("\x1b[?25h\x1b[?1049l");
+    writeAll("\x1b[?7h\x1b[?25h\x1b[?1049l");
     tcsetattr(STDIN_FILENO, TCSANOW, &m_before);
 }
 
@@ -178,11 +179,12 @@ void Terminal::show(const QStringList& lines, int invertedLine) {
         if (same) {
             continue;
         }
-        bytes += "\x1b[" + QByteArray::number(index + 1) + ";1H";
+        // Cleared before it is drawn: after a full line the cursor still stands on its last
+        // character.
+        bytes += "\x1b[" + QByteArray::number(index + 1) + ";1H\x1b[K";
         bytes += index == invertedLine ? "\x1b[7m" : "";
         bytes += lines.at(index).toUtf8();
         bytes += index == invertedLine ? "\x1b[0m" : "";
-        bytes += "\x1b[K";
     }
     if (m_shown.isEmpty() || m_shown.size() > lines.size()) {
         bytes += "\x1b[" + QByteArray::number(static_cast<int>(lines.size())) + ";1H\x1b[1B\r";
@@ -196,7 +198,7 @@ void Terminal::show(const QStringList& lines, int invertedLine) {
 Signals::Signals() {
     sigset_t wanted;
     sigemptyset(&wanted);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) {
+    for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGWINCH}) {
         sigaddset(&wanted, signal);
     }
     pthread_sigmask(SIG_BLOCK, &wanted, nullptr);

@@ -97,9 +97,9 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    /// Normal screen, visible cursor, echo and line mode.
+    /// Normal screen, line wrap, visible cursor, echo and line mode.
     void expectRestored() {
-        EXPECT_TRUE(m_shown.endsWith("\x1b[?25h\x1b[?1049l")) << m_shown.toStdString();
+        EXPECT_TRUE(m_shown.endsWith("\x1b[?7h\x1b[?25h\x1b[?1049l")) << m_shown.toStdString();
         termios after = {};
         if (tcgetattr(m_terminal, &after) == 0) {
             EXPECT_EQ(after.c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
@@ -190,7 +190,7 @@ TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
     ASSERT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
     m_shown.clear();
     const QString title = plcAddress() + "  1 tags, scan 20 ms";
-    EXPECT_TRUE(shows((title.left(30) + "\x1b[K").toUtf8().constData()));
+    EXPECT_TRUE(shows(("\x1b[1;1H\x1b[K" + title.left(30) + "\x1b[2;1H").toUtf8().constData()));
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }
@@ -206,7 +206,8 @@ TEST_P(PanelTerminalSignal, watch_endedByASignal_restoresTheTerminal) {
     expectRestored();
 }
 
-INSTANTIATE_TEST_SUITE_P(Each, PanelTerminalSignal, testing::Values(SIGINT, SIGTERM, SIGHUP),
+INSTANTIATE_TEST_SUITE_P(Each, PanelTerminalSignal,
+                         testing::Values(SIGINT, SIGTERM, SIGQUIT, SIGHUP),
                          [](const auto& row) { return "signal" + std::to_string(row.param); });
 
 } // namespace
