@@ -26,6 +26,7 @@ private:
     }
 
     void step() {
+        checkCharacter();
         if (current() == QLatin1Char('\n')) {
             ++m_line;
             m_column = 1;
@@ -33,6 +34,25 @@ private:
             ++m_column;
         }
         ++m_at;
+    }
+
+    /// A file in another encoding, or no text at all, is said once; a control character could do
+    /// anything to the terminal that shows it.
+    void checkCharacter() {
+        const QChar character = current();
+        const bool blank = character == QLatin1Char('\n') || character == QLatin1Char('\r') ||
+                           character == QLatin1Char('\t');
+        if (m_foreign || blank) {
+            return;
+        }
+        if (character == QChar(QChar::ReplacementCharacter)) {
+            error(QStringLiteral("this is no UTF-8; save the file as text in UTF-8"));
+            m_foreign = true;
+        } else if (character.category() == QChar::Other_Control) {
+            error(QStringLiteral("a control character (code %1); a file of values is plain text")
+                      .arg(character.unicode()));
+            m_foreign = true;
+        }
     }
 
     void skipLineEnd() {
@@ -115,6 +135,7 @@ private:
     int m_at = 0;
     int m_line = 1;
     int m_column = 1;
+    bool m_foreign = false; ///< has been said
     CsvContent m_content;
 };
 
@@ -146,6 +167,12 @@ QString csvLine(const QStringList& fields) {
     return quoted.join(QLatin1Char(','));
 }
 
+QString oneLineFault(const QString& text) {
+    return text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'))
+               ? QStringLiteral("goes over two lines; right is one line")
+               : QString();
+}
+
 QString errorText(const QString& file, const CsvError& error) {
     return QStringLiteral("%1:%2:%3: %4")
         .arg(file)
@@ -161,6 +188,14 @@ CsvTable::CsvTable(const CsvContent& content, const QStringList& required,
     if (content.rows.isEmpty()) {
         errors->append(
             {1, 1, QStringLiteral("the file is empty; its first line is %1").arg(known)});
+        return;
+    }
+    const CsvField& first = content.rows.first().fields.first();
+    if (content.rows.first().fields.size() == 1 && first.text.contains(QLatin1Char(';'))) {
+        errors->append({first.line, first.column,
+                        QStringLiteral("the columns are separated by semicolons; right are commas, "
+                                       "as in %1")
+                            .arg(known)});
         return;
     }
     for (const CsvField& field : content.rows.first().fields) {

@@ -105,7 +105,7 @@ private:
                 .arg(text);
         }
         m_names.insert(text);
-        return QString();
+        return oneLineFault(text);
     }
 
     QString registerFault(const QString& text, const RegisterInfo* info) const {

@@ -89,6 +89,7 @@ private:
         const RegisterInfo* info = m_catalogue.find(reg.text);
         tag.name = name.text;
         bool bad = fault(name, QStringLiteral("name"), nameFault(name.text));
+        bad |= fault(field("unit"), QStringLiteral("unit"), oneLineFault(field("unit").text));
         bad |= fault(field("count"), QStringLiteral("count"),
                      parseCount(field("count").text, &tag.count));
         bad |= fault(reg, QStringLiteral("register"),
@@ -122,7 +123,7 @@ private:
             return QStringLiteral("\"%1\" is there twice; a tag has a name of its own").arg(name);
         }
         m_names.insert(name);
-        return QString();
+        return oneLineFault(name);
     }
 
     const Catalogue& m_catalogue;

@@ -64,7 +64,7 @@ struct BadCase {
 
 class ParseCsvFault : public testing::TestWithParam<BadCase> {};
 
-TEST_P(ParseCsvFault, badQuoting_isNamedByLineAndColumn) {
+TEST_P(ParseCsvFault, badText_isNamedByLineAndColumn) {
     const CsvContent content = parseCsv(GetParam().csv);
     ASSERT_FALSE(content.errors.isEmpty());
     EXPECT_EQ(content.errors.first().line, GetParam().line);
@@ -75,6 +75,12 @@ const BadCase BAD_CASES[] = {
     {"neverClosed", "a\nb,\"c\n", 2, 3},
     {"quoteInsideBareField", "a,b\"c\n", 1, 4},
     {"textAfterQuote", "\"a\"b,c\n", 1, 4},
+    {"latin1",
+     "a,b\nc,\xB0"
+     "C\n",
+     2, 3},
+    {"controlCharacter", "a,b\nc,d\x1B[31m\n", 2, 4},
+    {"controlCharacterInQuotes", "a\n\"\x07\"\n", 2, 2},
 };
 
 INSTANTIATE_TEST_SUITE_P(Panel, ParseCsvFault, testing::ValuesIn(BAD_CASES),
@@ -109,6 +115,14 @@ TEST(CsvTable, unknownColumn_isNamedWithItsPlace) {
     ASSERT_EQ(errors.size(), 1);
     EXPECT_EQ(plain(errorText("t.csv", errors.first())),
               "t.csv:1:3: \"zz\" is no column; the columns are a");
+}
+
+TEST(CsvTable, semicolons_areNamedInsteadOfEveryColumn) {
+    QVector<CsvError> errors;
+    const CsvTable table(parseCsv("a;b\n1;2\n"), {"a", "b"}, {}, &errors);
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_EQ(plain(errorText("t.csv", errors.first())),
+              "t.csv:1:1: the columns are separated by semicolons; right are commas, as in a,b");
 }
 
 TEST(CsvTable, tooManyFields_isAnErrorAtTheFirstOne) {

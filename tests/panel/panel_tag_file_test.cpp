@@ -66,6 +66,8 @@ const BadRow BAD_ROWS[] = {
     {"unknownType", "a,DM,1,double,1,,\n", 8, "the types are bool, uint16"},
     {"boolInWordRegister", "a,DM,1,bool,1,,\n", 8, "word register"},
     {"wordTypeInBitRegister", "a,CIO_bit,1.0,int16,1,,\n", 15, "its type is bool"},
+    {"nameOverTwoLines", "\"a\nb\",DM,1,uint16,1,,\n", 1, "name: goes over two lines"},
+    {"unitOverTwoLines", "a,DM,1,uint16,1,\"k\nW\",\n", 17, "unit: goes over two lines"},
     {"countZero", "a,DM,1,uint16,0,,\n", 15, "from 1 to 32768"},
     {"countNoNumber", "a,DM,1,uint16,two,,\n", 15, "\"two\" is no count"},
 };
