@@ -8,50 +8,67 @@ namespace panel {
 namespace {
 
 const int PROBES = 50;
+const int UNANSWERED_IN_A_ROW = 3; // then it has stopped answering
 
-double milliseconds(qint64 microseconds) {
-    return static_cast<double>(microseconds) / 1000;
+/// A percentile in milliseconds; null where every first try went unanswered.
+Cell milliseconds(const RoundTrips& roundTrips, int percent) {
+    if (roundTrips.count() == 0) {
+        Cell unknown("null");
+        unknown.number = true;
+        return unknown;
+    }
+    return Cell(static_cast<double>(roundTrips.percentile(percent)) / 1000, 3);
+}
+
+QString roundTripText(const RoundTrips& roundTrips) {
+    return roundTrips.count() == 0
+               ? QStringLiteral("unknown: every first try went unanswered")
+               : QStringLiteral("minimum %1 ms, median %2 ms, 99th percentile %3 ms")
+                     .arg(milliseconds(roundTrips, 0).text, milliseconds(roundTrips, 50).text,
+                          milliseconds(roundTrips, 99).text);
 }
 
 /// What the answers have told so far.
 struct Findings {
     int asked = 0;
     int answered = 0;
+    int unansweredInARow = 0;
     RoundTrips roundTrips;
-    Settled last;
+    Settled last; ///< answered request
+    Settled lastUnanswered;
 };
 
 void printFindings(const Context& context, const Session& session, const Findings& findings) {
-    const auto trip = [&](int percent) {
-        return milliseconds(findings.roundTrips.percentile(percent));
-    };
+    const RoundTrips& trips = findings.roundTrips;
     const Settled& last = findings.last;
     const QString endCode = last.endCode < 0 ? QStringLiteral("none") : endCodeText(last.endCode);
     if (context.options.format != OutputFormat::Table) {
-        printRecords(context.out, context.options.format,
-                     {QStringLiteral("plc"), QStringLiteral("asked"), QStringLiteral("answered"),
-                      QStringLiteral("network"), QStringLiteral("node"), QStringLiteral("unit"),
-                      QStringLiteral("min_ms"), QStringLiteral("median_ms"),
-                      QStringLiteral("p99_ms"), QStringLiteral("end_code")},
-                     {{endpointText(session.settings().plc), findings.asked, findings.answered,
-                       last.replyNode[0], last.replyNode[1], last.replyNode[2], Cell(trip(0), 3),
-                       Cell(trip(50), 3), Cell(trip(99), 3), endCode}});
+        printRecords(
+            context.out, context.options.format,
+            {QStringLiteral("plc"), QStringLiteral("asked"), QStringLiteral("answered"),
+             QStringLiteral("network"), QStringLiteral("node"), QStringLiteral("unit"),
+             QStringLiteral("min_ms"), QStringLiteral("median_ms"), QStringLiteral("p99_ms"),
+             QStringLiteral("end_code")},
+            {{endpointText(session.settings().plc), findings.asked, findings.answered,
+              last.replyNode[0], last.replyNode[1], last.replyNode[2], milliseconds(trips, 0),
+              milliseconds(trips, 50), milliseconds(trips, 99), endCode}});
         return;
     }
-    context.out << QStringLiteral(
-                       "%1 answers: %2 of %3 requests\n"
-                       "node        %4 (network %5, unit %6)\n"
-                       "round trip  minimum %7 ms, median %8 ms, 99th percentile %9 ms\n")
+    context.out << QStringLiteral("%1 answers: %2 of %3 requests\n"
+                                  "node        %4 (network %5, unit %6)\n"
+                                  "round trip  %7\n")
                        .arg(endpointText(session.settings().plc))
                        .arg(findings.answered)
                        .arg(findings.asked)
                        .arg(last.replyNode[1])
                        .arg(last.replyNode[0])
                        .arg(last.replyNode[2])
-                       .arg(trip(0), 0, 'f', 3)
-                       .arg(trip(50), 0, 'f', 3)
-                       .arg(trip(99), 0, 'f', 3)
+                       .arg(roundTripText(trips))
                 << "end code    " << endCode << '\n';
+    if (session.statistics().retries() > 0) {
+        context.out << "resent      " << session.statistics().retries()
+                    << " frames that had no usable reply\n";
+    }
     if (session.statistics().dropped() > 0) {
         context.out << "dropped     " << session.statistics().dropped()
                     << " datagrams that were no reply to the frame in flight\n";
@@ -79,13 +96,13 @@ int runProbe(const Context& context) {
         // A refusal is an answer too.
         const bool answered = settled.ok || settled.refused;
         findings.answered += answered ? 1 : 0;
+        findings.unansweredInARow = answered ? 0 : findings.unansweredInARow + 1;
         if (settled.roundTrip >= 0) {
             findings.roundTrips.add(settled.roundTrip);
         }
-        if (answered || findings.answered == 0) {
-            findings.last = settled;
-        }
-        if (findings.asked == PROBES || findings.answered == 0) {
+        (answered ? findings.last : findings.lastUnanswered) = settled;
+        if (findings.asked == PROBES || findings.answered == 0 ||
+            findings.unansweredInARow == UNANSWERED_IN_A_ROW) {
             QCoreApplication::exit(EXIT_DONE);
         } else {
             session->read(first);
@@ -93,11 +110,13 @@ int runProbe(const Context& context) {
     };
     session->read(first);
     QCoreApplication::exec();
-    if (findings.answered == 0) {
-        return context.fail(EXIT_WORK_FAILED,
-                            failureText(findings.last, session->settings(), session->nodes()));
+    if (findings.answered > 0) {
+        printFindings(context, *session, findings);
     }
-    printFindings(context, *session, findings);
+    if (findings.answered == 0 || findings.unansweredInARow == UNANSWERED_IN_A_ROW) {
+        return context.fail(EXIT_WORK_FAILED, failureText(findings.lastUnanswered,
+                                                          session->settings(), session->nodes()));
+    }
     return EXIT_DONE;
 }
 

@@ -72,7 +72,8 @@ int runRead(const Context& context) {
         count = context.options.arguments.at(2).toInt(&ok);
         if (!ok || count < 1 || count > 100000) {
             return context.fail(EXIT_WRONG_USAGE,
-                                QStringLiteral("COUNT \"%1\": right is a whole number from 1")
+                                QStringLiteral("COUNT \"%1\": right is a whole number from 1 to "
+                                               "100000")
                                     .arg(context.options.arguments.at(2)));
         }
     }

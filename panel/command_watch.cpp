@@ -25,7 +25,9 @@ int loadTags(const Context& context, QVector<Tag>* tags) {
         QByteArray csv;
         const QString unreadable = readFile(arguments.first(), &csv);
         if (!unreadable.isEmpty()) {
-            return context.fail(EXIT_WRONG_USAGE, unreadable);
+            return context.fail(EXIT_WRONG_USAGE,
+                                unreadable + QStringLiteral("; right is a file of tags, or "
+                                                            "REGISTER:ADDRESS[:COUNT]..."));
         }
         const TagList list = readTags(csv, context.catalogue);
         *tags = list.tags;

@@ -44,6 +44,10 @@ QString besideProgram() {
 } // namespace
 
 QString loadDriver(const QString& path, DriverApi* api) {
+    if (!path.isEmpty() && !QFileInfo(path).isFile()) {
+        return QStringLiteral("cannot load the driver: there is no file %1; --library names it")
+            .arg(path);
+    }
     QLibrary library;
     if (!path.isEmpty()) {
         library.setFileName(QFileInfo(path).absoluteFilePath());

@@ -26,6 +26,11 @@ QString findPlc(const Context& context, Endpoint* plc) {
         return QStringLiteral("--plc \"%1\": right is HOST or HOST:PORT, the port from 1 to 65535")
             .arg(context.options.plc);
     }
+    if (host.contains(QLatin1Char(':')) || host.contains(QLatin1Char('['))) {
+        return QStringLiteral(
+                   "--plc \"%1\": right is an IPv4 address or a name, not an IPv6 address")
+            .arg(context.options.plc);
+    }
     if (plc->address.setAddress(host)) {
         return plc->address.protocol() == QAbstractSocket::IPv4Protocol
                    ? QString()

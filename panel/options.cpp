@@ -105,6 +105,7 @@ public:
         : m_parser(parser), m_options(*options) {}
 
     QString read() {
+        refuseEmptyValues();
         m_options.plc = text("plc");
         m_options.library = text("library");
         m_options.capture = text("pcap");
@@ -127,6 +128,18 @@ public:
 private:
     QString text(const char* name) const {
         return unmark(m_parser.value(QString::fromLatin1(name)));
+    }
+
+    /// As from an unset variable of a script: the default would be another PLC than the one meant.
+    void refuseEmptyValues() {
+        for (const char* name :
+             {"plc", "nodes", "words-per-frame", "retries", "timeout", "scan-interval", "bind",
+              "library", "type", "values", "seconds", "pcap", "format"}) {
+            if (m_parser.isSet(QString::fromLatin1(name)) && text(name).isEmpty()) {
+                fault(name, QString(),
+                      QStringLiteral("a value; without the option its default holds"));
+            }
+        }
     }
 
     void fault(const char* name, const QString& value, const QString& right) {

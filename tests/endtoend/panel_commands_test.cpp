@@ -249,6 +249,13 @@ TEST_F(PanelCommands, watch_json_isOneObjectALine) {
         << plain(ended.out);
 }
 
+TEST_F(PanelCommands, watch_neitherFileNorTag_saysBothForms) {
+    const Ended ended = bare({"watch", "DM"});
+    EXPECT_EQ(ended.exitCode, 2);
+    EXPECT_TRUE(ended.err.contains("cannot read DM")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("REGISTER:ADDRESS[:COUNT]")) << plain(ended.err);
+}
+
 TEST_F(PanelCommands, watch_badRow_isNamedByLineAndColumnAndNothingIsPolled) {
     startPlc();
     const QString tags = file("tags.csv", "name,register,address,type\n"
@@ -280,7 +287,8 @@ TEST_F(PanelCommands, helpAndVersion_areDone) {
 TEST_F(PanelCommands, library_missing_saysSo) {
     const Ended ended = bare({"--library", "/nowhere/libvelkor.so.1", "registers"});
     EXPECT_EQ(ended.exitCode, 1);
-    EXPECT_TRUE(ended.err.contains("--library")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("there is no file /nowhere/libvelkor.so.1; --library names it"))
+        << plain(ended.err);
 }
 
 TEST_F(PanelCommands, library_notADriver_saysWhatIsMissing) {

@@ -136,6 +136,35 @@ TEST_F(PanelFaults, wrongPort_isSaidWithoutSpinning) {
     EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
 }
 
+TEST_F(PanelFaults, probe_plcThatStopsAnswering_isSaidAfterThreeRequests) {
+    startPlc({"--faults", "silent 3-100000"});
+    const Ended ended = panel({"--timeout", "50", "--retries", "2", "probe"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("answers: 2 of 5 requests")) << plain(ended.out);
+    EXPECT_TRUE(ended.err.contains("no usable answer")) << plain(ended.err);
+}
+
+TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
+    QStringList odd;
+    for (int request = 1; request < 100; request += 2) {
+        odd.append(QString::number(request));
+    }
+    startPlc({"--faults", "drop " + odd.join(", ")});
+    const Ended ended = panel({"--timeout", "20", "probe"});
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    EXPECT_TRUE(ended.out.contains("answers: 50 of 50 requests")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("round trip  unknown")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("resent      50 frames")) << plain(ended.out);
+}
+
+TEST_F(PanelFaults, ipv6Address_isWrongUsage) {
+    for (const char* address : {"::1", "[::1]:9600"}) {
+        const Ended ended = bare({"--plc", address, "read", "DM", "0"});
+        EXPECT_EQ(ended.exitCode, 2);
+        EXPECT_TRUE(ended.err.contains("not an IPv6 address")) << plain(ended.err);
+    }
+}
+
 TEST_F(PanelFaults, unknownHost_isSaid) {
     const Ended ended = bare({"--plc", "no-such-plc.invalid", "read", "DM", "0"});
     EXPECT_EQ(ended.exitCode, 1);

@@ -114,6 +114,10 @@ const Wrong WRONG[] = {
     {"seconds", {"--seconds", "0", "probe"}, "above 0"},
     {"format", {"--format", "xml", "probe"}, "table, csv or json"},
     {"type", {"--type", "double", "probe"}, "one of bool, uint16"},
+    {"emptyPlc", {"--plc", "", "probe"}, "--plc \"\": right is a value"},
+    {"emptyNodes", {"--nodes", "", "probe"}, "--nodes \"\": right is a value"},
+    {"emptySeconds", {"--seconds", "", "watch", "DM:1"}, "--seconds \"\": right is a value"},
+    {"emptyCapture", {"--pcap", "", "probe"}, "--pcap \"\": right is a value"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Panel, WrongCommandLine, testing::ValuesIn(WRONG),
