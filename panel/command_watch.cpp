@@ -1,5 +1,6 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
+#include "panel/end_codes.h"
 #include "panel/live_screen.h"
 #include "panel/range_split.h"
 #include "panel/tag_file.h"
@@ -100,6 +101,9 @@ public:
         session.onValueChanged = [this](const QString& reg, int address) {
             m_board.valueChanged(reg, address);
         };
+        session.onWrittenAgain = [this](const Settled& settled) {
+            m_modeSwitched = settled.modeChangeEnd >= 0 && isNormalEnd(settled.modeChangeEnd);
+        };
         session.onScanEnd = [this] { scanEnded(); };
         m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
         if (onTerminal() && context.options.format == OutputFormat::Table &&
@@ -137,8 +141,9 @@ private:
             settled.ok ? QString() : failureReason(settled, m_session.settings());
         if (settled.write) {
             if (m_screen) {
-                m_screen->writeEnded(settled, reason);
+                m_screen->writeEnded(settled, reason, m_modeSwitched);
             }
+            m_modeSwitched = false;
         } else {
             // The block as it was asked for: it may be another tag's address that was refused.
             m_board.readSettled(settled, requestText(settled) + QStringLiteral(": ") + reason,
@@ -227,6 +232,7 @@ private:
     std::unique_ptr<LineOutput> m_lines;
     Settled m_lastFailure;
     bool m_failed = false;
+    bool m_modeSwitched = false; ///< for the write under way
     bool m_changedInScan = false;
     bool m_failedInScan = false;
     qint64 m_lastScanEnd = 0;

@@ -137,11 +137,14 @@ void LiveScreen::writeTyped() {
     }
 }
 
-void LiveScreen::writeEnded(const Settled& settled, const QString& reason) {
+void LiveScreen::writeEnded(const Settled& settled, const QString& reason, bool modeSwitched) {
     m_messageAt = m_session.now();
     m_message = settled.ok
                     ? QStringLiteral("written: ") + requestText(settled)
                     : QStringLiteral("writing %1 failed: %2").arg(requestText(settled), reason);
+    if (modeSwitched) {
+        m_message += QStringLiteral("; for it the PLC was switched to MONITOR mode");
+    }
 }
 
 } // namespace panel

@@ -14,7 +14,8 @@ public:
     LiveScreen(Session& session, const TagBoard& board);
 
     void redrawAll();
-    void writeEnded(const Settled& settled, const QString& reason);
+    /// `modeSwitched`: the PLC was switched to MONITOR mode for this write.
+    void writeEnded(const Settled& settled, const QString& reason, bool modeSwitched);
 
 private:
     void draw();

@@ -160,12 +160,14 @@ TEST_F(PanelTerminal, watch_refusedWrite_saysTheEndCode) {
     EXPECT_EQ(exitCode(), 0);
 }
 
-TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDone) {
+TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) {
     startPlc({"--mode", "program", "--writes-in", "monitor"});
     watch({"DM:5"});
     ASSERT_TRUE(shows("DM:5"));
     type("\r8\r");
-    EXPECT_TRUE(shows("written: DM 5 (1 word)"));
+    EXPECT_TRUE(shows("written: DM 5 (1 word); for it the PLC was switched to MONITOR mode"));
+    type("\r8\r");
+    EXPECT_TRUE(shows("written: DM 5 (1 word)\x1b")); // no switch this time
     EXPECT_TRUE(panel({"read", "DM", "5", "--format", "csv"}).out.endsWith("DM,5,8\n"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
