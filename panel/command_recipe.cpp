@@ -16,9 +16,16 @@ int transfer(const Context& context, Session& session, RecipeTransfer direction)
                     << "); the driver has asked for MONITOR mode, starting once more\n";
         context.err.flush();
     };
-    session.onRecipeEnd = [&](bool ok, const Settled& last) {
+    session.onRecipeEnd = [&, direction](bool ok, const Settled& last) {
         if (!ok) {
             context.fail(EXIT_WORK_FAILED, failureText(last, session.settings(), session.nodes()));
+            if (direction == RecipeTransfer::Download && session.recipeBlocksDone() > 0) {
+                context.fail(
+                    EXIT_WORK_FAILED,
+                    QStringLiteral("the PLC now holds a part of the recipe: blocks written "
+                                   "before that: %1")
+                        .arg(session.recipeBlocksDone()));
+            }
         }
         QCoreApplication::exit(ok ? EXIT_DONE : EXIT_WORK_FAILED);
     };

@@ -36,12 +36,24 @@ QString parseTarget(const Context& context, int count, Tag* tag) {
 
 /// Runs the event loop until every request of the session has ended or one has failed.
 int runUntilDone(const Context& context, Session& session) {
+    Settled written; // so far, of a long write
     session.onSettled = [&](const Settled& settled) {
         if (!settled.ok) {
             context.fail(EXIT_WORK_FAILED,
                          failureText(settled, session.settings(), session.nodes()));
+            if (written.length > 0) {
+                context.fail(EXIT_WORK_FAILED,
+                             QStringLiteral("written before that: ") + requestText(written));
+            }
             QCoreApplication::exit(EXIT_WORK_FAILED);
-        } else if (session.pending() == 0) {
+            return;
+        }
+        if (settled.write) {
+            const int length = written.length + settled.length;
+            written = written.length == 0 ? settled : written;
+            written.length = length;
+        }
+        if (session.pending() == 0) {
             QCoreApplication::exit(EXIT_DONE);
         }
     };

@@ -149,6 +149,7 @@ void Session::startRecipe(RecipeTransfer transfer) {
     m_transfer = transfer;
     m_recipeActive = true;
     m_recipeAgain = false;
+    m_recipeBlocksDone = 0;
     requestRecipe(true);
     work();
 }
@@ -308,11 +309,13 @@ void Session::cyclicSettled() {
 
 /// The driver clears the request byte when the transfer has ended, well or not.
 void Session::recipeSettled(const Settled& settled) {
+    m_recipeBlocksDone += settled.ok ? 1 : 0;
     if (recipeRequested()) {
         return;
     }
     if (!settled.ok && settled.modeChange && !m_recipeAgain) {
         m_recipeAgain = true;
+        m_recipeBlocksDone = 0; // it starts with the first block
         requestRecipe(true);
         if (onWrittenAgain) {
             onWrittenAgain(settled);

@@ -82,6 +82,8 @@ public:
     void setRecipe(const QVector<_RCP_VAR_PRO>& variables);
     std::vector<unsigned short>& recipeBuffer() { return m_recipe; }
     void startRecipe(RecipeTransfer transfer);
+    /// Blocks that the transfer has moved so far.
+    int recipeBlocksDone() const { return m_recipeBlocksDone; }
 
     /// Items as the host should show them (intf_getData).
     Items items(const QString& reg, int address, int count) const;
@@ -167,6 +169,7 @@ private:
 
     bool m_recipeActive = false;
     bool m_recipeAgain = false;
+    int m_recipeBlocksDone = 0;
     RecipeTransfer m_transfer = RecipeTransfer::Upload;
 };
 

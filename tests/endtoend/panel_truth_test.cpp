@@ -121,6 +121,27 @@ TEST_F(PanelTruth, refusedRecipeDownload_isNoSuccess) {
     EXPECT_TRUE(ended.err.contains("end code 2101 read-only")) << plain(ended.err);
 }
 
+TEST_F(PanelTruth, recipeRefusedInTheMiddle_saysThatAPartIsWritten) {
+    startPlc();
+    const QString recipe = file("recipe.csv", "name,register,address\na,HR,1\nb,AR,5\n");
+    const Ended ended =
+        panel({"recipe", "download", recipe, "--values", file("values.csv", "a,11\nb,12\n")});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("writing AR 5 (1 word) failed")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("a part of the recipe: blocks written before that: 1"))
+        << plain(ended.err);
+    EXPECT_TRUE(panel({"read", "HR", "1", "--format", "csv"}).out.endsWith("HR,1,11\n"));
+}
+
+TEST_F(PanelTruth, longWriteThatFailsInTheMiddle_saysWhatIsWritten) {
+    startPlc({"--faults", "silent 3-100"});
+    const Ended ended = panel({"--words-per-frame", "2", "--timeout", "50", "write", "DM", "10",
+                               "1", "2", "3", "4", "5", "6"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("writing DM 14 (2 words) failed")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("written before that: DM 10 (4 words)")) << plain(ended.err);
+}
+
 TEST_F(PanelTruth, refusedRead_isToldWithItsEndCode) {
     startPlc({"--end-code", "1103"});
     const Ended ended = panel({"read", "DM", "100", "2"});
