@@ -37,8 +37,37 @@ QString resolveAll(QLibrary* library, DriverApi* api) {
     return missing;
 }
 
-QString besideProgram() {
-    return QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("libvelkor.so.1"));
+QString libraryName() {
+    return QStringLiteral("libvelkor.so.1");
+}
+
+/// Where it lies in a build folder, and where it is installed to, seen from the program.
+QStringList foldersOfProgram() {
+    const QDir program(QCoreApplication::applicationDirPath());
+    const QString installed = program.absoluteFilePath(QStringLiteral(VELKOR_LIBRARY_FROM_PROGRAM));
+    return {program.path(), QDir::cleanPath(installed)};
+}
+
+/// The first of the program's folders that has the library, else its bare name: the system looks
+/// for that one.
+QString findLibrary() {
+    for (const QString& folder : foldersOfProgram()) {
+        const QString file = QDir(folder).filePath(libraryName());
+        if (QFileInfo(file).isFile()) {
+            return file;
+        }
+    }
+    return libraryName();
+}
+
+QString unloadableText(const QLibrary& library) {
+    if (library.fileName() != libraryName()) {
+        return QStringLiteral("cannot load the driver: %1; --library names its file")
+            .arg(library.errorString());
+    }
+    return QStringLiteral("cannot load the driver: there is no %1 in %2, and the system finds none "
+                          "(%3); --library names its file")
+        .arg(libraryName(), foldersOfProgram().join(QStringLiteral(" or ")), library.errorString());
 }
 
 } // namespace
@@ -48,17 +77,9 @@ QString loadDriver(const QString& path, DriverApi* api) {
         return QStringLiteral("cannot load the driver: there is no file %1; --library names it")
             .arg(path);
     }
-    QLibrary library;
-    if (!path.isEmpty()) {
-        library.setFileName(QFileInfo(path).absoluteFilePath());
-    } else if (QFileInfo::exists(besideProgram())) {
-        library.setFileName(besideProgram());
-    } else {
-        library.setFileNameAndVersion(QStringLiteral("velkor"), 1);
-    }
+    QLibrary library(path.isEmpty() ? findLibrary() : QFileInfo(path).absoluteFilePath());
     if (!library.load()) {
-        return QStringLiteral("cannot load the driver: %1; --library names its file")
-            .arg(library.errorString());
+        return unloadableText(library);
     }
     const QString missing = resolveAll(&library, api);
     if (!missing.isEmpty()) {

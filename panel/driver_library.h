@@ -27,9 +27,9 @@ struct DriverApi {
     decltype(&intf_multiCopy) multiCopy = nullptr;
 };
 
-/// Loads `path`, or, when it is empty, libvelkor.so.1 from the program's own folder or else from
-/// where the system looks. The library stays loaded until the program ends. The result is empty or
-/// says what is wrong.
+/// Loads `path`, or, when it is empty, libvelkor.so.1 from the program's own folder, else from
+/// where the installation puts libraries, else from where the system looks. The library stays
+/// loaded until the program ends. The result is empty or says what is wrong.
 QString loadDriver(const QString& path, DriverApi* api);
 
 /// The registers as the loaded driver tells them.

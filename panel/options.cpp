@@ -65,7 +65,8 @@ void addOptions(QCommandLineParser* parser) {
         valued("bind", QStringLiteral("Local address and port. Default: any."), "ADDR:PORT"));
     parser->addOption(valued("library",
                              QStringLiteral("The driver. Default: libvelkor.so.1 beside this "
-                                            "program, else the system's."),
+                                            "program, else where it is installed, else the "
+                                            "system's."),
                              "PATH"));
     parser->addOption(valued("type",
                              QStringLiteral("How to show or take values: %1. Default: bool for bit "
