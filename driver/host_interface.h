@@ -19,8 +19,8 @@
 /// 4. Lists given out are appended to (marked "appends"), texts are replaced. Where a call says
 ///    "unchanged", not one byte of the output has been written.
 /// 5. Nothing is thrown at the host, and no input is fatal but one whose length does not fit in
-/// memory. Names and addresses in data calls are
-///    not checked; a wrong one is refused by the PLC later.
+///    memory. Names and addresses in data calls are not checked; a wrong one is refused by the PLC
+///    later.
 /// 6. Register names are compared exactly, case and blanks included. Decimal numbers in texts are
 ///    read as QString::toInt does in base 10: blanks around the number and a sign are accepted
 ///    (but not in the bit of word.bit, whose length counts).
@@ -118,8 +118,8 @@ extern "C" {
 ///
 /// `hostBlock`: host shared block; bytes 60115 and 60116 must exist. `statusBlock`: host status
 /// block; bytes 122022 and 122023 must exist. `recipeBuffer`: as many words as the recipe variables
-/// address. `mutex` guards the host shared block; the calling
-/// thread must not hold it during any call.
+/// address. `mutex` guards the host shared block; the calling thread must not hold it during any
+/// call.
 ///
 /// Request lists, cache and frame queue are emptied. Recipe variables, node settings, the service
 /// ID and the callback stay. Returns 1.
@@ -127,8 +127,8 @@ VELKOR_EXPORT int intf_initProperty(unsigned char* hostBlock, unsigned char* sta
                                     unsigned short* recipeBuffer, int* out,
                                     const char* propertyString, QMutex* mutex);
 
-/// Registers the value-change callback. Set it before the first intf_setData,
-/// intf_getSendFrame or intf_dealRcvFrame.
+/// Registers the value-change callback. Set it before the first intf_setData, intf_getSendFrame or
+/// intf_dealRcvFrame.
 VELKOR_EXPORT void intf_setAddrValueChangeCallBack(AddrValueChangeCallBack callback);
 
 /// Query. Stores 1 in `*out`.
@@ -136,8 +136,8 @@ VELKOR_EXPORT void intf_getProtocolType(int* out);
 
 /// Query. Replaces `out` by the default parameter string: 22 comma fields, of which 7 is the PLC's
 /// IPv4 address, 8 its UDP port, 9 the protocol identifier and 10 to 21 the register names. The
-/// driver never reads such a string back; fields 1 to 4 are the host's serial
-/// settings, 0, 5 and 6 other settings of the host.
+/// driver never reads such a string back; fields 1 to 4 are the host's serial settings, 0, 5 and 6
+/// other settings of the host.
 VELKOR_EXPORT void intf_getDriverParameter(QString& out);
 
 /// Query. Replaces `out` by the description of the node settings page: "6_0" (six settings), then
