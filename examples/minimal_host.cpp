@@ -1,5 +1,5 @@
-// A complete small host: loads the driver, polls a few words and bits of one PLC over UDP and
-// prints what changes. Usage: minimal_host LIBRARY HOST PORT
+// A complete small host: polls a few words and bits of one PLC and prints what changes (a first
+// value of 0 is no change; try it on velkor-plc --process tank). minimal_host LIBRARY HOST PORT
 
 #include <velkor/host_interface.h>
 
@@ -60,7 +60,7 @@ public:
         m_socket.connectToHost(plc, port); // only the PLC's datagrams arrive
         int out = 0;
         m_driver.setCallback(valueChanged);
-        // tag, writes allowed, unused, tries of a frame, words per frame
+        // tag, write disable (0: writes are sent), unused, tries of a frame, words per frame
         m_driver.initProperty(m_hostBlock.data(), m_statusBlock.data(), nullptr, &out,
                               "1#0#0#3#256", &m_mutex);
         const unsigned own = m_socket.localAddress().toIPv4Address() & 0xFFU; // the last octet
@@ -142,8 +142,8 @@ int main(int argc, char** argv) {
     const QStringList arguments = QCoreApplication::arguments();
     const Driver driver(arguments.value(1));
     if (arguments.size() < 4 || driver.getData == nullptr) {
-        QTextStream(stderr) << "usage: minimal_host LIBRARY HOST PORT\n";
-        return 2;
+        QTextStream(stderr) << "minimal_host LIBRARY HOST PORT: " << driver.library.errorString();
+        return arguments.size() < 4 ? 2 : 1;
     }
     const Host host(driver, QHostAddress(arguments.at(2)), arguments.at(3).toUShort());
     return QCoreApplication::exec();
