@@ -61,5 +61,11 @@ int main(int argc, char** argv) {
         return panel::EXIT_WORK_FAILED;
     }
     const panel::DriverCatalogue catalogue(api);
-    return run({parsed.options, api, catalogue, out, err});
+    const int exitCode = run({parsed.options, api, catalogue, out, err});
+    out.flush();
+    if (exitCode == panel::EXIT_DONE && out.status() != QTextStream::Ok) {
+        err << "velkor-panel: the output could not be written; its disk may be full\n";
+        return panel::EXIT_WORK_FAILED;
+    }
+    return exitCode;
 }

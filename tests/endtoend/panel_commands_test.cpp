@@ -284,6 +284,15 @@ TEST_F(PanelCommands, helpAndVersion_areDone) {
     EXPECT_EQ(plain(version.out), "velkor-panel " VELKOR_VERSION "\n");
 }
 
+TEST_F(PanelCommands, outputThatCannotBeWritten_isNoSuccess) {
+    QProcess process;
+    process.setStandardOutputFile("/dev/full");
+    process.start(VELKOR_PANEL_PROGRAM, {"registers"});
+    ASSERT_TRUE(process.waitForFinished(PATIENCE_MS));
+    EXPECT_EQ(process.exitCode(), 1);
+    EXPECT_TRUE(process.readAllStandardError().contains("could not be written"));
+}
+
 TEST_F(PanelCommands, library_missing_saysSo) {
     const Ended ended = bare({"--library", "/nowhere/libvelkor.so.1", "registers"});
     EXPECT_EQ(ended.exitCode, 1);
