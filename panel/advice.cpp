@@ -2,13 +2,10 @@
 
 #include "panel/catalogue.h"
 #include "panel/end_codes.h"
+#include "panel/output.h"
 
 namespace panel {
 namespace {
-
-QString number(int count, const char* one, const char* many) {
-    return QStringLiteral("%1 %2").arg(count).arg(QString::fromLatin1(count == 1 ? one : many));
-}
 
 QString secondsText(qint64 microseconds) {
     return QStringLiteral("%1 s").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 2);
@@ -85,12 +82,12 @@ QString requestText(const Settled& settled) {
     const bool bits = settled.reg.endsWith(QLatin1String("_bit"));
     return QStringLiteral("%1 %2 (%3)")
         .arg(settled.reg, addressText(settled.address, bits),
-             bits ? number(settled.length, "bit", "bits")
-                  : number(settled.length, "word", "words"));
+             bits ? counted(settled.length, "bit", "bits")
+                  : counted(settled.length, "word", "words"));
 }
 
 QString failureReason(const Settled& settled, const LinkSettings& settings) {
-    const QString tries = number(settled.tries, "try", "tries");
+    const QString tries = counted(settled.tries, "try", "tries");
     const int endCode = decidingEndCode(settled);
     if (endCode >= 0) {
         QString text = QStringLiteral("the PLC refused: end code %1").arg(endCodeText(endCode));
@@ -118,6 +115,27 @@ QString failureReason(const Settled& settled, const LinkSettings& settings) {
         .arg(endpointText(settings.plc), tries)
         .arg(settings.timeoutMs)
         .arg(secondsText(settled.waited));
+}
+
+QString shortReason(const Settled& settled, const LinkSettings& settings) {
+    const int endCode = decidingEndCode(settled);
+    if (endCode >= 0) {
+        return QStringLiteral("refused: end code %1 when %2 %3")
+            .arg(endCodeText(endCode),
+                 settled.write ? QStringLiteral("writing") : QStringLiteral("reading"),
+                 requestText(settled));
+    }
+    const QString plc = endpointText(settings.plc);
+    if (settled.refusedPort > 0) {
+        return QStringLiteral("port unreachable: nothing listens on ") + plc;
+    }
+    if (settled.silent < settled.tries && settled.wrongLength > 0) {
+        return QStringLiteral("wrong length: replies of %1 to %2").arg(plc, requestText(settled));
+    }
+    return QStringLiteral("no answer: %1 of %2 ms to %3")
+        .arg(counted(settled.tries, "try", "tries"))
+        .arg(settings.timeoutMs)
+        .arg(plc);
 }
 
 QStringList likelyCauses(const Settled& settled, const LinkSettings& settings,

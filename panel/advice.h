@@ -15,6 +15,10 @@ QString requestText(const Settled& settled);
 /// One line: why the request failed: tries, waiting time, end code in words.
 QString failureReason(const Settled& settled, const LinkSettings& settings);
 
+/// The same for a line of limited width, the key words first: "no answer: ...", "port unreachable:
+/// ...", "refused: ...", "wrong length: ...".
+QString shortReason(const Settled& settled, const LinkSettings& settings);
+
 /// The likely causes, the likeliest first.
 QStringList likelyCauses(const Settled& settled, const LinkSettings& settings,
                          const QVector<int>& nodes);

@@ -2,6 +2,7 @@
 #include "panel/commands.h"
 #include "panel/end_codes.h"
 #include "panel/live_screen.h"
+#include "panel/output.h"
 #include "panel/range_split.h"
 #include "panel/tag_file.h"
 #include "panel/terminal.h"
@@ -128,7 +129,10 @@ public:
         m_lastScanEnd = m_session.now();
         m_session.setPolled(disjointRanges(m_board.words(), m_session.settings().wordsPerFrame));
         const int exitCode = QCoreApplication::exec();
-        m_screen.reset();
+        if (m_screen) {
+            m_screen.reset();
+            printSummary();
+        }
         if (exitCode != EXIT_DONE) {
             explainFailure();
         }
@@ -145,10 +149,10 @@ private:
             }
             m_modeSwitched = false;
         } else {
-            // The block as it was asked for: it may be another tag's address that was refused.
-            m_board.readSettled(settled, requestText(settled) + QStringLiteral(": ") + reason,
+            m_board.readSettled(settled, shortReason(settled, m_session.settings()),
                                 m_session.now());
         }
+        noteLink(settled);
         if (!settled.ok) {
             m_lastFailure = settled;
             m_failed = true;
@@ -157,7 +161,19 @@ private:
         refresh(Occasion::Read);
     }
 
+    void noteLink(const Settled& settled) {
+        if (settled.ok || settled.refused) {
+            m_board.linkAnswers();
+        } else {
+            m_board.linkFails(shortReason(settled, m_session.settings()),
+                              m_session.now() - settled.waited);
+        }
+    }
+
     void refresh(Occasion occasion) {
+        if (const std::optional<Settled> trouble = m_session.requestInTrouble()) {
+            noteLink(*trouble);
+        }
         const QVector<TagEvent> events = m_board.refresh(
             [this](const Tag& tag) {
                 return m_session.items(tag.reg, tag.address, tag.itemCount());
@@ -184,6 +200,7 @@ private:
     }
 
     void scanEnded() {
+        ++m_scans;
         adaptStaleness();
         refresh(Occasion::ScanEnd);
         m_quietScans = m_changedInScan || !m_board.allFresh() ? 0 : m_quietScans + 1;
@@ -197,6 +214,19 @@ private:
     void timeIsUp() {
         const bool done = m_board.allFresh() && !m_context.options.untilStable;
         QCoreApplication::exit(done ? EXIT_DONE : EXIT_WORK_FAILED);
+    }
+
+    /// The table leaves nothing behind on the terminal.
+    void printSummary() {
+        const LinkStatistics& statistics = m_session.statistics();
+        m_context.out << QStringLiteral("watched %1: %2, %3, %4, %5, %6 dropped\n")
+                             .arg(counted(m_board.size(), "tag", "tags"),
+                                  counted(m_scans, "scan", "scans"),
+                                  counted(statistics.exchanges(), "exchange", "exchanges"),
+                                  counted(statistics.retries(), "retry", "retries"),
+                                  counted(statistics.failures(), "failure", "failures"))
+                             .arg(statistics.dropped());
+        m_context.out.flush();
     }
 
     void explainFailure() {
@@ -238,6 +268,7 @@ private:
     qint64 m_lastScanEnd = 0;
     qint64 m_longestScan = 0;
     int m_quietScans = 0;
+    qint64 m_scans = 0;
 };
 
 } // namespace

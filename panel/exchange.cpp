@@ -3,6 +3,8 @@
 #include "panel/end_codes.h"
 #include "panel/fins_decode.h"
 
+#include <algorithm>
+
 namespace panel {
 namespace {
 
@@ -137,6 +139,16 @@ void Exchange::portRefused() {
     if (m_inFlight) {
         ++m_request.refusedPort;
     }
+}
+
+std::optional<Settled> Exchange::requestInTrouble() const {
+    if (!m_requestOpen || (m_request.silent == 0 && m_request.refusedPort == 0)) {
+        return std::nullopt;
+    }
+    Settled soFar = m_request;
+    soFar.tries = std::max(1, soFar.silent); // without the one that is still waiting
+    soFar.waited = m_clock.now() - m_begun;
+    return soFar;
 }
 
 void Exchange::poll() {

@@ -13,6 +13,8 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
+#include <optional>
+
 namespace panel {
 
 /// The driver's side: the two calls of the exchange.
@@ -107,6 +109,10 @@ public:
     /// The PLC's computer has said that nothing listens on the port. The try waits on all the same:
     /// the PLC may be just starting, and waiting is what keeps the panel from sending without end.
     void portRefused();
+
+    /// The request under way, so far, once a try of it has gone unanswered or has met a closed
+    /// port: why values grow old is known before it has failed for good.
+    std::optional<Settled> requestInTrouble() const;
 
     /// When poll() is to be called next, on the clock's scale; -1 when idle.
     qint64 deadline() const { return m_inFlight ? m_deadline : -1; }

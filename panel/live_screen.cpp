@@ -1,6 +1,7 @@
 #include "panel/live_screen.h"
 
 #include "panel/advice.h"
+#include "panel/output.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -11,7 +12,6 @@ namespace {
 
 const int DRAW_INTERVAL_MS = 250;
 const int PAGE = 10;
-const qint64 MESSAGE_TIME = 10000000; // microseconds; then what is wrong now is shown again
 
 } // namespace
 
@@ -30,10 +30,10 @@ void LiveScreen::redrawAll() {
 
 void LiveScreen::draw() {
     TableInput input;
-    input.title = QStringLiteral("%1  %2 tags, scan %3 ms   q quits, arrows select, enter writes")
-                      .arg(endpointText(m_session.settings().plc))
-                      .arg(m_board.size())
-                      .arg(m_session.settings().scanMs);
+    input.title =
+        QStringLiteral("%1  %2, scan %3 ms   q quits, arrows select, enter writes")
+            .arg(endpointText(m_session.settings().plc), counted(m_board.size(), "tag", "tags"))
+            .arg(m_session.settings().scanMs);
     input.selected = m_selected;
     input.width = m_terminal.width();
     input.height = m_terminal.height();
@@ -44,12 +44,8 @@ void LiveScreen::draw() {
         if (input.message.size() > input.width) { // the end is where the cursor is
             input.message = QStringLiteral("...") + input.message.right(input.width - 3);
         }
-    } else if (input.now - m_messageAt < MESSAGE_TIME) {
-        input.message = m_message;
-    }
-    if (input.message.isEmpty()) {
-        // Of a value that is not as it should be: why.
-        input.message = m_board.at(m_selected).reason;
+    } else {
+        input.message = m_message.text(reasonLine(m_board.at(m_selected), input.now), input.now);
     }
     const TableScreen screen = renderTable(m_board, m_session.statistics(), input);
     m_terminal.show(screen.lines, screen.selectedLine);
@@ -118,7 +114,6 @@ void LiveScreen::select(int index) {
 
 void LiveScreen::writeTyped() {
     m_typing = false;
-    m_messageAt = m_session.now();
     if (m_typed.isEmpty()) {
         return;
     }
@@ -127,23 +122,29 @@ void LiveScreen::writeTyped() {
                                   ? QStringList(m_typed)
                                   : m_typed.simplified().split(QLatin1Char(' '));
     Items items;
-    m_message = parseValues(tag.type, texts, tag.count, &items);
-    if (m_message.isEmpty() && items.size() > tag.itemCount()) {
-        m_message = QStringLiteral("%1 takes %2 values").arg(tag.name).arg(tag.count);
+    QString wrong = parseValues(tag.type, texts, tag.count, &items);
+    if (wrong.isEmpty() && items.size() > tag.itemCount()) {
+        wrong = QStringLiteral("%1 takes %2").arg(tag.name, counted(tag.count, "value", "values"));
     }
-    if (m_message.isEmpty()) {
-        m_message = QStringLiteral("writing %1 ...").arg(tag.name);
-        m_session.write(tag.reg, tag.address, items);
+    if (!wrong.isEmpty()) {
+        m_message.warn(wrong, m_session.now());
+        return;
     }
+    m_message.note(QStringLiteral("writing %1 ...").arg(tag.name), m_session.now());
+    m_session.write(tag.reg, tag.address, items);
 }
 
 void LiveScreen::writeEnded(const Settled& settled, const QString& reason, bool modeSwitched) {
-    m_messageAt = m_session.now();
-    m_message = settled.ok
-                    ? QStringLiteral("written: ") + requestText(settled)
-                    : QStringLiteral("writing %1 failed: %2").arg(requestText(settled), reason);
+    QString text = settled.ok
+                       ? QStringLiteral("written: ") + requestText(settled)
+                       : QStringLiteral("writing %1 failed: %2").arg(requestText(settled), reason);
     if (modeSwitched) {
-        m_message += QStringLiteral("; for it the PLC was switched to MONITOR mode");
+        text += QStringLiteral("; for it the PLC was switched to MONITOR mode");
+    }
+    if (settled.ok && !modeSwitched) {
+        m_message.note(text, m_session.now());
+    } else {
+        m_message.warn(text, m_session.now());
     }
 }
 

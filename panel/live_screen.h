@@ -3,6 +3,7 @@
 
 /// watch on a terminal: draws the table at a modest rate and takes keys.
 
+#include "panel/message_line.h"
 #include "panel/session.h"
 #include "panel/table_view.h"
 #include "panel/terminal.h"
@@ -33,8 +34,7 @@ private:
     int m_selected = 0;
     bool m_typing = false;
     QString m_typed;
-    QString m_message;
-    qint64 m_messageAt = 0;
+    MessageLine m_message;
     const bool m_unicode;
 };
 

@@ -54,6 +54,10 @@ void printTable(QTextStream& out, const QStringList& columns, const QVector<Reco
 
 } // namespace
 
+QString counted(qint64 count, const char* one, const char* many) {
+    return QStringLiteral("%1 %2").arg(count).arg(QString::fromLatin1(count == 1 ? one : many));
+}
+
 QString jsonString(const QString& text) {
     const QByteArray array =
         QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact); // ["..."]

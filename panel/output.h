@@ -32,6 +32,9 @@ void printRecords(QTextStream& out, OutputFormat format, const QStringList& colu
 QString recordHeader(OutputFormat format, const QStringList& columns);
 QString recordLine(OutputFormat format, const QStringList& columns, const Record& record);
 
+/// "1 retry", "2 retries"
+QString counted(qint64 count, const char* one, const char* many);
+
 /// A JSON string with its quotes.
 QString jsonString(const QString& text);
 

@@ -85,6 +85,9 @@ public:
     /// Blocks that the transfer has moved so far.
     int recipeBlocksDone() const { return m_recipeBlocksDone; }
 
+    /// See Exchange.
+    std::optional<Settled> requestInTrouble() const { return m_exchange.requestInTrouble(); }
+
     /// Items as the host should show them (intf_getData).
     Items items(const QString& reg, int address, int count) const;
 

@@ -45,6 +45,7 @@ void LinkStatistics::settled(const Settled& settled, qint64 now) {
     m_failures += settled.ok ? 0 : 1;
     if (settled.endCode >= 0) {
         m_lastEndCode = settled.endCode;
+        m_lastEndCodeAt = now;
     }
     const int error = settled.endCode >= 0 && !isNormalEnd(settled.endCode)
                           ? settled.endCode

@@ -37,6 +37,7 @@ public:
     qint64 dropped() const { return m_dropped; }
     qint64 failures() const { return m_failures; }
     int lastEndCode() const { return m_lastEndCode; }
+    qint64 lastEndCodeAt() const { return m_lastEndCodeAt; }
     /// The last end code that was an error, and when it came; -1: none so far.
     int lastError() const { return m_lastError; }
     qint64 lastErrorAt() const { return m_lastErrorAt; }
@@ -55,6 +56,7 @@ private:
     qint64 m_dropped = 0;
     qint64 m_failures = 0;
     int m_lastEndCode = -1;
+    qint64 m_lastEndCodeAt = -1;
     int m_lastError = -1;
     qint64 m_lastErrorAt = -1;
     qint64 m_silentSince = -1;

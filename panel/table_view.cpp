@@ -1,6 +1,7 @@
 #include "panel/table_view.h"
 
 #include "panel/end_codes.h"
+#include "panel/output.h"
 
 #include <algorithm>
 
@@ -8,6 +9,7 @@ namespace panel {
 namespace {
 
 const int GRAPH_WIDTH = 16;
+const int FLOAT_DIGITS = 6;
 const int FIXED_LINES = 5; // title, column names, two of the link, message
 
 /// What would move the cursor is no text.
@@ -55,16 +57,36 @@ QString row(const Widths& widths, const QStringList& cells, const TableInput& in
     const QString text = cut(cells.value(0), widths.name, input.unicode) + gap +
                          cut(cells.value(1), widths.address, input.unicode) + gap +
                          cut(cells.value(2), widths.value, input.unicode) + gap +
-                         cut(cells.value(3), 8, input.unicode) + gap +
-                         cells.value(4).rightJustified(7) + gap + cells.value(5);
+                         cells.value(3).rightJustified(8) + gap + cells.value(4).rightJustified(7) +
+                         gap + cells.value(5);
     return text.left(input.width);
+}
+
+/// A unit that begins with a number is a factor: 241 x 0.1 l.
+QString valueText(const TagStatus& status, const QString& value, bool unicode) {
+    if (status.state == TagState::NotRead) {
+        return QStringLiteral("not read");
+    }
+    QString text = value;
+    const QString& unit = status.tag.unit;
+    if (!unit.isEmpty()) {
+        const QChar times = unicode ? QChar(0x00D7) : QLatin1Char('x');
+        text += unit.at(0).isDigit() ? QStringLiteral(" %1 ").arg(times) : QStringLiteral(" ");
+        text += unit;
+    }
+    return status.state == TagState::Stale ? QStringLiteral("stale: ") + text : text;
+}
+
+/// Of a float no more digits than stand still.
+QString tableValue(const TagStatus& status, bool unicode) {
+    return valueText(status, formatItems(status.tag.type, status.items, FLOAT_DIGITS), unicode);
 }
 
 QString tagRow(const Widths& widths, const TagStatus& status, const TableInput& input) {
     const QString age =
         status.readAt < 0 ? QStringLiteral("-") : ageText(input.now - status.readAt);
     return row(widths,
-               {status.tag.name, tagAddressText(status.tag), shownValue(status), age,
+               {status.tag.name, tagAddressText(status.tag), tableValue(status, input.unicode), age,
                 QString::number(status.changes),
                 sparkline(status.history, GRAPH_WIDTH, input.unicode)},
                input);
@@ -76,12 +98,17 @@ QString milliseconds(qint64 microseconds) {
                : QStringLiteral("%1 ms").arg(static_cast<double>(microseconds) / 1000, 0, 'f', 2);
 }
 
-/// "last end code 0000 normal   no answer for 2.6 s   last error 2101 read-only, 14 s ago"
+/// "last end code 0000 normal, 14 s ago   no answer for 12.6 s   last error 2101 read-only, 15 s
+/// ago"
 QString endCodeLine(const LinkStatistics& statistics, qint64 now) {
+    const bool silent = statistics.silentSince() >= 0;
     QString text = QStringLiteral("last end code ") + (statistics.lastEndCode() < 0
                                                            ? QStringLiteral("none yet")
                                                            : endCodeText(statistics.lastEndCode()));
-    if (statistics.silentSince() >= 0) {
+    if (silent && statistics.lastEndCode() >= 0) {
+        text += QStringLiteral(", %1 ago").arg(ageText(now - statistics.lastEndCodeAt()));
+    }
+    if (silent) {
         text += QStringLiteral("   no answer for ") + ageText(now - statistics.silentSince());
     }
     if (statistics.lastError() >= 0) {
@@ -94,12 +121,11 @@ QString endCodeLine(const LinkStatistics& statistics, qint64 now) {
 
 QStringList linkLines(const LinkStatistics& statistics, const TableInput& input) {
     const RoundTrips& trips = statistics.roundTrips();
-    return {QStringLiteral("round trip %1 (99 %: %2)   %3 exchanges/s   %4 retries   %5 failures   "
-                           "%6 dropped")
+    return {QStringLiteral("round trip %1 (99 %: %2)   %3 exchanges/s   %4   %5   %6 dropped")
                 .arg(milliseconds(trips.percentile(50)), milliseconds(trips.percentile(99)))
                 .arg(statistics.exchangeRate(input.now), 0, 'f', 1)
-                .arg(statistics.retries())
-                .arg(statistics.failures())
+                .arg(counted(statistics.retries(), "retry", "retries"),
+                     counted(statistics.failures(), "failure", "failures"))
                 .arg(statistics.dropped())
                 .left(input.width),
             endCodeLine(statistics, input.now).left(input.width)};
@@ -110,8 +136,10 @@ QString titleLine(const QString& title, int first, int rows, int tags, int width
     if (tags <= rows) {
         return title.left(width);
     }
-    const QString part =
-        QStringLiteral("  %1-%2 of %3").arg(first + 1).arg(std::min(tags, first + rows)).arg(tags);
+    const QString part = QStringLiteral("  rows %1-%2 of %3")
+                             .arg(first + 1)
+                             .arg(std::min(tags, first + rows))
+                             .arg(tags);
     const int room = std::max(0, width - static_cast<int>(part.size()));
     return (title.leftJustified(room, QLatin1Char(' '), true) + part).left(width);
 }
@@ -166,14 +194,17 @@ QString stateName(TagState state) {
 }
 
 QString shownValue(const TagStatus& status) {
-    if (status.state == TagState::NotRead) {
-        return QStringLiteral("not read");
+    return valueText(status, formatItems(status.tag.type, status.items), true);
+}
+
+QString reasonLine(const TagStatus& status, qint64 now) {
+    if (status.reason.isEmpty() || status.failingSince < 0) {
+        return status.reason;
     }
-    QString text = formatItems(status.tag.type, status.items);
-    if (!status.tag.unit.isEmpty()) {
-        text += QLatin1Char(' ') + status.tag.unit;
-    }
-    return status.state == TagState::Stale ? QStringLiteral("stale: ") + text : text;
+    const auto colon = status.reason.indexOf(QLatin1Char(':'));
+    const auto end = colon < 0 ? status.reason.size() : colon;
+    return status.reason.left(end) + QStringLiteral(" for ") + ageText(now - status.failingSince) +
+           status.reason.mid(end);
 }
 
 TableScreen renderTable(const TagBoard& board, const LinkStatistics& statistics,

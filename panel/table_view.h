@@ -21,6 +21,9 @@ QString ageText(qint64 microseconds);
 /// one without saying so.
 QString shownValue(const TagStatus& status);
 
+/// Why the tag is not read or stale, and for how long: "no answer for 4.2 s: 3 tries of ...".
+QString reasonLine(const TagStatus& status, qint64 now);
+
 /// "read", "stale" or "not read".
 QString stateName(TagState state);
 

@@ -47,6 +47,9 @@ void TagBoard::readSettled(const Settled& settled, const QString& reason, qint64
         if (settled.ok) {
             markRead(&entry, read, now);
         } else {
+            if (entry.failedAt <= entry.status.readAt) {
+                entry.status.failingSince = now - settled.waited;
+            }
             entry.failedAt = now;
             entry.status.reason = reason;
         }
@@ -115,6 +118,7 @@ bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>
     const bool whole = !entry->inPieces || occasion == Occasion::ScanEnd;
     if (status.readAt < 0 || (status.items.isEmpty() && !whole)) {
         *kind = TagEvent::Unreadable;
+        explain(entry, entry->failedAt > status.readAt);
         const bool news = entry->failedAt >= 0 && !entry->told;
         entry->told = entry->told || news;
         return news;
@@ -123,11 +127,7 @@ bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>
     const bool failed = entry->failedAt > status.readAt;
     const bool old = now - status.readAt > m_staleAfter;
     status.state = failed || old ? TagState::Stale : TagState::Fresh;
-    if (status.state == TagState::Fresh) {
-        status.reason.clear();
-    } else if (!failed) {
-        status.reason = QStringLiteral("not refreshed");
-    }
+    explain(entry, failed);
     bool changed = false;
     if (entry->touched && whole) {
         entry->touched = false;
@@ -141,6 +141,29 @@ bool TagBoard::refreshEntry(Entry* entry, const std::function<Items(const Tag&)>
     }
     *kind = status.state == TagState::Fresh ? TagEvent::Value : TagEvent::NowStale;
     return changed || status.state != before;
+}
+
+/// A failed request of its own has left its reason already.
+void TagBoard::explain(Entry* entry, bool failed) {
+    TagStatus& status = entry->status;
+    if (status.state == TagState::Fresh) {
+        status.reason.clear();
+        status.failingSince = -1;
+    } else if (!failed && !m_linkFailure.isEmpty()) {
+        status.reason = m_linkFailure;
+        status.failingSince = m_linkFailingSince;
+    } else if (!failed) {
+        status.reason =
+            status.state == TagState::Stale ? QStringLiteral("not refreshed") : QString();
+        status.failingSince = status.readAt;
+    }
+}
+
+void TagBoard::linkFails(const QString& reason, qint64 since) {
+    if (m_linkFailure.isEmpty()) {
+        m_linkFailingSince = since;
+    }
+    m_linkFailure = reason;
 }
 
 void TagBoard::sample(Entry* entry, qint64 now) {

@@ -18,11 +18,12 @@ enum class TagState { NotRead, Fresh, Stale };
 struct TagStatus {
     Tag tag;
     TagState state = TagState::NotRead;
-    Items items;             ///< empty until read
-    qint64 readAt = -1;      ///< microseconds; of the word read longest ago; -1: not all read
-    int changes = 0;         ///< since the first value
-    QString reason;          ///< why it is not read or stale
-    QVector<double> history; ///< of the last values, oldest first
+    Items items;              ///< empty until read
+    qint64 readAt = -1;       ///< microseconds; of the word read longest ago; -1: not all read
+    int changes = 0;          ///< since the first value
+    QString reason;           ///< why it is not read or stale; before a colon, the key words
+    qint64 failingSince = -1; ///< microseconds; of `reason`; -1: not known
+    QVector<double> history;  ///< of the last values, oldest first
 };
 
 /// When the board is refreshed.
@@ -62,6 +63,11 @@ public:
     QVector<TagEvent> refresh(const std::function<Items(const Tag&)>& fetch, qint64 now,
                               Occasion occasion = Occasion::ScanEnd);
 
+    /// The PLC does not answer: the reason of every tag that has no failure of its own. `since` is
+    /// of the first call since linkAnswers().
+    void linkFails(const QString& reason, qint64 since);
+    void linkAnswers() { m_linkFailure.clear(); }
+
     bool allFresh() const;
 
 private:
@@ -76,6 +82,7 @@ private:
         qint64 sampledAt = -1;
     };
 
+    void explain(Entry* entry, bool failed);
     void markRead(Entry* entry, const WordRange& read, qint64 now);
     bool refreshEntry(Entry* entry, const std::function<Items(const Tag&)>& fetch, qint64 now,
                       Occasion occasion, TagEvent::Kind* kind);
@@ -86,6 +93,8 @@ private:
     QHash<QString, QVector<int>> m_byRegister; ///< indices by word register
     QVector<int> m_news; ///< indices of the entries that something has happened to
     qint64 m_staleAfter;
+    QString m_linkFailure; ///< empty: the PLC answers
+    qint64 m_linkFailingSince = -1;
 };
 
 } // namespace panel

@@ -33,21 +33,21 @@ float asFloat(quint32 bits) {
     return value;
 }
 
-/// The shortest text that gives the same float again.
-QString floatText(float value) {
+/// The shortest text that gives the same float again, cut to `mostDigits`.
+QString floatText(float value, int mostDigits) {
     if (std::isnan(value)) {
         return QStringLiteral("nan");
     }
     if (std::isinf(value)) {
         return value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf");
     }
-    for (int digits = 6; digits < 9; ++digits) {
+    for (int digits = 6; digits < mostDigits; ++digits) {
         QString text = QString::number(static_cast<double>(value), 'g', digits);
         if (text.toFloat() == value) {
             return text;
         }
     }
-    return QString::number(static_cast<double>(value), 'g', 9);
+    return QString::number(static_cast<double>(value), 'g', mostDigits);
 }
 
 /// The decimal number in four BCD digits, or -1.
@@ -82,7 +82,7 @@ QString stringText(const Items& items) {
     return text;
 }
 
-QString formatOne(ValueType type, const Items& items, int index) {
+QString formatOne(ValueType type, const Items& items, int index, int mostDigits) {
     const quint16 word = items.at(index);
     switch (type) {
     case ValueType::Int16:
@@ -98,7 +98,7 @@ QString formatOne(ValueType type, const Items& items, int index) {
     case ValueType::Int32:
         return QString::number(static_cast<qint32>(doubleWord(items, index)));
     case ValueType::Float32:
-        return floatText(asFloat(doubleWord(items, index)));
+        return floatText(asFloat(doubleWord(items, index)), mostDigits);
     case ValueType::Bool:
     case ValueType::Uint16:
     case ValueType::String:
@@ -274,14 +274,14 @@ int itemsPerValue(ValueType type) {
                                                                                                : 1;
 }
 
-QString formatItems(ValueType type, const Items& items) {
+QString formatItems(ValueType type, const Items& items, int mostDigits) {
     if (type == ValueType::String) {
         return stringText(items);
     }
     QStringList texts;
     const int step = itemsPerValue(type);
     for (int index = 0; index + step <= items.size(); index += step) {
-        texts.append(formatOne(type, items, index));
+        texts.append(formatOne(type, items, index, mostDigits));
     }
     return texts.join(QLatin1Char(' '));
 }

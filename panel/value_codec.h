@@ -31,8 +31,9 @@ bool typeFitsRegister(ValueType type, bool bitRegister);
 /// Items that one value takes: 2 for 32-bit types, else 1. A string's count is its words.
 int itemsPerValue(ValueType type);
 
-/// The values, separated by one blank. A word that is no decimal number in BCD is shown as such.
-QString formatItems(ValueType type, const Items& items);
+/// The values, separated by one blank. A word that is no decimal number in BCD is shown as such. A
+/// float has as many digits as tell it from every other float, 6 to `mostDigits`.
+QString formatItems(ValueType type, const Items& items, int mostDigits = 9);
 
 /// The first value as a number, for the small graph; nothing for texts and words that are not BCD.
 std::optional<double> numericValue(ValueType type, const Items& items);

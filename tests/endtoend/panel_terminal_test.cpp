@@ -2,6 +2,8 @@
 
 #include "endtoend/programs.h"
 
+#include <QtCore/QRegularExpression>
+
 #include <csignal>
 #include <cstring>
 #include <poll.h>
@@ -97,9 +99,18 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    /// Normal screen, line wrap, visible cursor, echo and line mode.
+    /// Normal screen, line wrap, visible cursor, echo and line mode; behind that, one line that
+    /// says what has been.
     void expectRestored() {
-        EXPECT_TRUE(m_shown.endsWith("\x1b[?7h\x1b[?25h\x1b[?1049l")) << m_shown.toStdString();
+        const QByteArray restored = "\x1b[?7h\x1b[?25h\x1b[?1049l";
+        const auto at = m_shown.lastIndexOf(restored);
+        EXPECT_GE(at, 0) << m_shown.toStdString();
+        const QString rest = QString::fromUtf8(m_shown.mid(at + restored.size()));
+        EXPECT_TRUE(QRegularExpression("^watched 1 tag: \\d+ scans?, \\d+ exchanges?, 0 retries, "
+                                       "0 failures, 0 dropped\r\n$")
+                        .match(rest)
+                        .hasMatch())
+            << plain(rest);
         termios after = {};
         if (tcgetattr(m_terminal, &after) == 0) {
             EXPECT_EQ(after.c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
@@ -173,6 +184,30 @@ TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) 
     EXPECT_EQ(exitCode(), 0);
 }
 
+TEST_F(PanelTerminal, watch_plcGone_saysWhyEvenAfterAWrite) {
+    startPlc();
+    watch({"DM:5"});
+    ASSERT_TRUE(shows("last end code 0000 normal"));
+    type("\r8\r");
+    EXPECT_TRUE(shows("written: DM 5 (1 word)"));
+    m_plc.kill();
+    EXPECT_TRUE(shows("stale: 8"));
+    EXPECT_TRUE(shows("port unreachable for "));
+    EXPECT_TRUE(shows((": nothing listens on " + plcAddress()).toUtf8().constData()));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_plcNeverThere_saysWhyNothingIsRead) {
+    startPlc();
+    m_plc.kill(); // its port is free now
+    watch({"DM:5"});
+    EXPECT_TRUE(shows("not read"));
+    EXPECT_TRUE(shows("port unreachable for "));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
 TEST_F(PanelTerminal, watch_valueNotRead_isShownAsSuch) {
     startPlc({"--end-code", "1103"});
     watch({"DM:5"});
@@ -191,7 +226,7 @@ TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
     size.ws_col = 30;
     ASSERT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
     m_shown.clear();
-    const QString title = plcAddress() + "  1 tags, scan 20 ms";
+    const QString title = plcAddress() + "  1 tag, scan 20 ms";
     EXPECT_TRUE(shows(("\x1b[1;1H\x1b[K" + title.left(30) + "\x1b[2;1H").toUtf8().constData()));
     type("q");
     EXPECT_EQ(exitCode(), 0);

@@ -173,7 +173,8 @@ TEST_F(PanelTruth, refusedTag_isShownAsNotReadWithTheReason) {
     const Ended ended = panel({"watch", "DM:100", "--seconds", "0.5", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 1);
     EXPECT_TRUE(ended.out.contains(
-        "DM:100,DM 100,,,not read,DM 100 (1 word): the PLC refused: end code 1103"))
+        "DM:100,DM 100,,,not read,refused: end code 1103 address out of range when reading "
+        "DM 100 (1 word)"))
         << plain(ended.out);
     EXPECT_TRUE(ended.err.contains("without a fresh value when the time was up: DM:100 (not read)"))
         << plain(ended.err);
@@ -184,10 +185,10 @@ TEST_F(PanelTruth, refusedBlock_isNamedInTheReasonOfEachOfItsTags) {
     startPlc({"--end-code", "1104"});
     const Ended ended =
         panel({"watch", "DM:100", "DM:102:3", "--seconds", "0.5", "--format", "csv"});
-    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read,DM 100 (5 words): the PLC refused"))
-        << plain(ended.out);
-    EXPECT_TRUE(ended.out.contains("DM:102:3,DM 102,,,not read,DM 100 (5 words): the PLC refused"))
-        << plain(ended.out);
+    const QString reason =
+        "refused: end code 1104 address range exceeded when reading DM 100 (5 words)";
+    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read," + reason)) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("DM:102:3,DM 102,,,not read," + reason)) << plain(ended.out);
 }
 
 TEST_F(PanelTruth, valuesOfTwoWords_areNotCutByAnOddFrameLength) {

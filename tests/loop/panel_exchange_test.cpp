@@ -405,6 +405,27 @@ TEST_F(PanelExchange, portRefused_isCountedAndTheTryWaitsOn) {
     EXPECT_EQ(m_record.settled.at(0).refusedPort, 1);
 }
 
+TEST_F(PanelExchange, requestInTrouble_isKnownFromTheFirstUnansweredTryToTheEnd) {
+    poll("DM", 100, 1);
+    ASSERT_TRUE(m_exchange.start());
+    EXPECT_FALSE(m_exchange.requestInTrouble().has_value());
+    passDeadline();
+    const std::optional<Settled> trouble = m_exchange.requestInTrouble();
+    ASSERT_TRUE(trouble.has_value());
+    EXPECT_EQ(trouble->tries, 1); // the second is still waiting
+    EXPECT_EQ(trouble->waited, TIMEOUT);
+    answer(0x0000, "002A");
+    EXPECT_FALSE(m_exchange.requestInTrouble().has_value());
+}
+
+TEST_F(PanelExchange, requestInTrouble_portRefused_isKnownAtOnce) {
+    poll("DM", 100, 1);
+    ASSERT_TRUE(m_exchange.start());
+    m_exchange.portRefused();
+    ASSERT_TRUE(m_exchange.requestInTrouble().has_value());
+    EXPECT_EQ(m_exchange.requestInTrouble()->refusedPort, 1);
+}
+
 TEST_F(PanelExchange, receive_refusalAfterSilence_isTheReasonThatCounts) {
     poll("DM", 100, 1);
     m_exchange.start();

@@ -52,6 +52,22 @@ TEST(LikelyCauses, silence_startsWithTheAddressAndThenTheNodes) {
     EXPECT_TRUE(causes.at(3).contains("firewall"));
 }
 
+TEST(ShortReason, keyWords_standFirst) {
+    EXPECT_EQ(plain(shortReason(failedRead(), settings())),
+              "no answer: 3 tries of 500 ms to 192.168.250.1:9600");
+    Settled closed = failedRead();
+    closed.refusedPort = 1;
+    EXPECT_EQ(plain(shortReason(closed, settings())),
+              "port unreachable: nothing listens on 192.168.250.1:9600");
+    EXPECT_EQ(plain(shortReason(refusedRead(0x2101), settings())),
+              "refused: end code 2101 read-only when reading DM 100 (2 words)");
+    Settled cut = failedRead();
+    cut.silent = 0;
+    cut.wrongLength = 3;
+    EXPECT_EQ(plain(shortReason(cut, settings())),
+              "wrong length: replies of 192.168.250.1:9600 to DM 100 (2 words)");
+}
+
 TEST(FailureReason, portUnreachable_isSaid) {
     Settled settled = failedRead();
     settled.refusedPort = 3;

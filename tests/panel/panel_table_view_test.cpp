@@ -45,6 +45,12 @@ TEST(ShownValue, states_areTellable) {
     EXPECT_EQ(plain(shownValue(status(TagState::NotRead))), "not read");
 }
 
+TEST(ShownValue, unitThatBeginsWithANumber_isAFactor) {
+    TagStatus tenths = status(TagState::Fresh);
+    tenths.tag.unit = "0.1 l";
+    EXPECT_EQ(plain(shownValue(tenths)), "42 × 0.1 l");
+}
+
 TagBoard board(int tags) {
     QVector<Tag> list;
     for (int index = 0; index < tags; ++index) {
@@ -107,8 +113,8 @@ TEST(RenderTable, moreTagsThanLines_keepsTheSelectedOneVisible) {
 
 TEST(RenderTable, moreTagsThanLines_tellsInTheTitleWhichAreShown) {
     // 15 lines hold 10 tags.
-    EXPECT_EQ(plain(render(100, 49, 30, 15).lines.first()), "title             41-50 of 100");
-    EXPECT_EQ(plain(render(12, 11, 30, 15).lines.first()), "title              11-12 of 12");
+    EXPECT_EQ(plain(render(100, 49, 30, 15).lines.first()), "title        rows 41-50 of 100");
+    EXPECT_EQ(plain(render(12, 11, 30, 15).lines.first()), "title         rows 11-12 of 12");
 }
 
 Settled ended(bool ok, int endCode) {
@@ -136,9 +142,67 @@ TEST(RenderTable, silentPlc_isSaidBesideTheLastEndCode) {
     statistics.settled(ended(false, -1), 4 * SECOND); // asked at 3 s
     statistics.settled(ended(false, -1), 6 * SECOND);
     EXPECT_EQ(plain(endCodeLine(statistics, 7 * SECOND)),
-              "last end code 0000 normal   no answer for 4.0 s");
+              "last end code 0000 normal, 6.0 s ago   no answer for 4.0 s");
     statistics.settled(ended(true, 0), 8 * SECOND);
     EXPECT_EQ(plain(endCodeLine(statistics, 9 * SECOND)), "last end code 0000 normal");
+}
+
+QString countsLine(const LinkStatistics& statistics) {
+    TableInput input;
+    input.width = 200;
+    input.now = 2 * SECOND;
+    return renderTable(board(1), statistics, input).lines.at(3);
+}
+
+TEST(RenderTable, oneRetryAndFailure_areInTheSingular) {
+    LinkStatistics statistics;
+    statistics.sent(1);
+    statistics.sent(2);
+    statistics.settled(ended(false, -1), SECOND);
+    EXPECT_TRUE(countsLine(statistics).contains("   1 retry   1 failure   0 dropped"))
+        << plain(countsLine(statistics));
+    statistics.sent(3);
+    EXPECT_TRUE(countsLine(statistics).contains("   2 retries   1 failure   "))
+        << plain(countsLine(statistics));
+}
+
+TEST(RenderTable, ages_endInOneColumn) {
+    const TableScreen screen = render(1, 0, 100, 24);
+    const int end = static_cast<int>(screen.lines.at(1).indexOf("AGE")) + 3;
+    EXPECT_EQ(plain(screen.lines.at(2).mid(end - 8, 8)), "   1.0 s");
+}
+
+TEST(RenderTable, float_hasSixDigitsInTheTable) {
+    Tag tag;
+    tag.name = "f";
+    tag.reg = "DM";
+    tag.type = ValueType::Float32;
+    TagBoard floats({tag}, SECOND);
+    Settled read = ended(true, 0);
+    read.reg = "DM";
+    read.length = 2;
+    floats.readSettled(read, "", SECOND);
+    // 0x41A00001 is 20.0000019..., the float after 20.
+    floats.refresh([](const Tag&) { return Items{0x0001, 0x41A0}; }, SECOND);
+    EXPECT_EQ(plain(shownValue(floats.at(0))), "20.000002");
+    TableInput input;
+    input.now = SECOND;
+    const QString line = renderTable(floats, LinkStatistics(), input).lines.at(2);
+    EXPECT_TRUE(line.contains("  20  ")) << plain(line);
+}
+
+TEST(ReasonLine, sinceWhen_standsBehindTheKeyWords) {
+    TagStatus stale = status(TagState::Stale);
+    stale.reason = "no answer: 3 tries of 500 ms to 192.168.250.1:9600";
+    stale.failingSince = SECOND;
+    EXPECT_EQ(plain(reasonLine(stale, 5 * SECOND)),
+              "no answer for 4.0 s: 3 tries of 500 ms to 192.168.250.1:9600");
+    stale.reason = "not refreshed";
+    EXPECT_EQ(plain(reasonLine(stale, 3 * SECOND)), "not refreshed for 2.0 s");
+}
+
+TEST(ReasonLine, freshValue_hasNone) {
+    EXPECT_EQ(plain(reasonLine(status(TagState::Fresh), SECOND)), "");
 }
 
 TEST(RenderTable, refusal_isStillToldAfterTheNextGoodReply) {

@@ -142,6 +142,50 @@ TEST_F(Board, notRefreshedForTooLong_isStale) {
     EXPECT_EQ(board.at(0).state, TagState::Stale);
 }
 
+TEST_F(Board, staleWhileThePlcIsSilent_saysSoAndSinceWhen) {
+    TagBoard board({wordTag("a", 100)}, STALE_AFTER);
+    board.readSettled(readOf(100, 1), "", SECOND);
+    refresh(&board, SECOND);
+    refresh(&board, 4 * SECOND);
+    EXPECT_EQ(plain(board.at(0).reason), "not refreshed");
+    EXPECT_EQ(board.at(0).failingSince, SECOND);
+    board.linkFails("no answer: 1 try", 2 * SECOND);
+    board.linkFails("no answer: 2 tries", 3 * SECOND);
+    refresh(&board, 4 * SECOND);
+    EXPECT_EQ(plain(board.at(0).reason), "no answer: 2 tries");
+    EXPECT_EQ(board.at(0).failingSince, 2 * SECOND);
+    board.linkAnswers();
+    refresh(&board, 4 * SECOND);
+    EXPECT_EQ(plain(board.at(0).reason), "not refreshed");
+}
+
+TEST_F(Board, neverReadWhileThePlcIsSilent_saysSo) {
+    TagBoard board({wordTag("a", 100)}, STALE_AFTER);
+    board.linkFails("no answer: 1 try", 2 * SECOND);
+    EXPECT_TRUE(refresh(&board, 3 * SECOND).isEmpty());
+    EXPECT_EQ(board.at(0).state, TagState::NotRead);
+    EXPECT_EQ(plain(board.at(0).reason), "no answer: 1 try");
+    EXPECT_EQ(board.at(0).failingSince, 2 * SECOND);
+}
+
+TEST_F(Board, ownFailure_isKeptWhileThePlcIsSilent) {
+    TagBoard board({wordTag("a", 100)}, STALE_AFTER);
+    board.readSettled(readOf(100, 1, false), "refused: end code 1103", SECOND);
+    board.linkFails("no answer", 2 * SECOND);
+    refresh(&board, 3 * SECOND);
+    EXPECT_EQ(plain(board.at(0).reason), "refused: end code 1103");
+}
+
+TEST_F(Board, failingAgain_isSinceTheFirstFailure) {
+    TagBoard board({wordTag("a", 100)}, STALE_AFTER);
+    Settled failure = readOf(100, 1, false);
+    failure.waited = SECOND;
+    board.readSettled(failure, "no answer", 3 * SECOND);
+    board.readSettled(failure, "no answer", 5 * SECOND);
+    refresh(&board, 5 * SECOND);
+    EXPECT_EQ(board.at(0).failingSince, 2 * SECOND);
+}
+
 TEST_F(Board, failureBeforeTheFirstRead_isToldOnceWithItsReason) {
     TagBoard board({wordTag("a", 100)}, STALE_AFTER);
     board.readSettled(readOf(100, 1, false), "refused", SECOND);
