@@ -10,4 +10,6 @@ werror=OFF
 [ "${CI:-}" = true ] && werror=ON
 cmake --preset "$preset" -DVELKOR_WERROR=$werror
 cmake --build --preset "$preset"
-ctest --preset "$preset" -j "$(nproc)"
+progress=
+[ -t 1 ] && progress=--progress # one line on a terminal instead of two for each test
+ctest --preset "$preset" -j "$(nproc)" $progress

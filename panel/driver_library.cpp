@@ -52,7 +52,7 @@ QStringList foldersOfProgram() {
 /// for that one.
 QString findLibrary() {
     for (const QString& folder : foldersOfProgram()) {
-        const QString file = QDir(folder).filePath(libraryName());
+        QString file = QDir(folder).filePath(libraryName());
         if (QFileInfo(file).isFile()) {
             return file;
         }

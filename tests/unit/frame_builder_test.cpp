@@ -212,7 +212,8 @@ TEST_F(FrameBuilder, getWriteFrame_smallestCount_wrapsItsLength) {
 }
 
 TEST_F(FrameBuilder, getWriteFrame_countThatWrapsBeyondTheFrame_buildsNothing) {
-    getWriteFrame(makeRequest("DM", 0, -2147483144));      // twice that wraps to 1008, and 1006 bytes fit
+    getWriteFrame(
+        makeRequest("DM", 0, -2147483144)); // twice that wraps to 1008, and 1006 bytes fit
     getWriteFrame(makeRequest("CIO_bit", 0, INT_MIN + 1)); // 18 + that is far below zero
     ASSERT_EQ(1, driver.frameQueue.size());
     EXPECT_EQ(INT_MIN + 19, queued(0).sendLen);
