@@ -43,15 +43,17 @@ void printFindings(const Context& context, const Session& session, const Finding
     const Settled& last = findings.last;
     const QString endCode = last.endCode < 0 ? QStringLiteral("none") : endCodeText(last.endCode);
     if (context.options.format != OutputFormat::Table) {
-        printRecords(
-            context.out, context.options.format,
-            {QStringLiteral("plc"), QStringLiteral("asked"), QStringLiteral("answered"),
-             QStringLiteral("network"), QStringLiteral("node"), QStringLiteral("unit"),
-             QStringLiteral("min_ms"), QStringLiteral("median_ms"), QStringLiteral("p99_ms"),
-             QStringLiteral("end_code")},
-            {{endpointText(session.settings().plc), findings.asked, findings.answered,
-              last.replyNode[0], last.replyNode[1], last.replyNode[2], milliseconds(trips, 0),
-              milliseconds(trips, 50), milliseconds(trips, 99), endCode}});
+        printRecords(context.out, context.options.format,
+                     {QStringLiteral("plc"), QStringLiteral("asked"), QStringLiteral("answered"),
+                      QStringLiteral("network"), QStringLiteral("node"), QStringLiteral("unit"),
+                      QStringLiteral("min_ms"), QStringLiteral("median_ms"),
+                      QStringLiteral("p99_ms"), QStringLiteral("end_code"),
+                      QStringLiteral("retries"), QStringLiteral("dropped")},
+                     {{endpointText(session.settings().plc), findings.asked, findings.answered,
+                       last.replyNode[0], last.replyNode[1], last.replyNode[2],
+                       milliseconds(trips, 0), milliseconds(trips, 50), milliseconds(trips, 99),
+                       endCode, static_cast<int>(session.statistics().retries()),
+                       static_cast<int>(session.statistics().dropped())}});
         return;
     }
     context.out << QStringLiteral("%1 answers: %2 of %3 requests\n"
@@ -66,12 +68,12 @@ void printFindings(const Context& context, const Session& session, const Finding
                        .arg(roundTripText(trips))
                 << "end code    " << endCode << '\n';
     if (session.statistics().retries() > 0) {
-        context.out << "resent      " << session.statistics().retries()
-                    << " frames that had no usable reply\n";
+        context.out << "retries     " << session.statistics().retries()
+                    << ": frames sent again that had no usable reply\n";
     }
     if (session.statistics().dropped() > 0) {
         context.out << "dropped     " << session.statistics().dropped()
-                    << " datagrams that were no reply to the frame in flight\n";
+                    << ": datagrams that were no reply to the frame in flight\n";
     }
     context.out.flush();
 }

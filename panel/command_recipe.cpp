@@ -1,6 +1,7 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
 #include "panel/end_codes.h"
+#include "panel/output.h"
 #include "panel/recipe_file.h"
 
 #include <QtCore/QCoreApplication>
@@ -51,6 +52,10 @@ void printUpload(const Context& context, const Recipe& recipe,
                  records);
 }
 
+QString variablesText(const Recipe& recipe) {
+    return counted(recipe.variables.size(), "variable", "variables");
+}
+
 int saveUpload(const Context& context, const Recipe& recipe,
                const std::vector<unsigned short>& buffer) {
     // Written whole or not at all.
@@ -60,6 +65,11 @@ int saveUpload(const Context& context, const Recipe& recipe,
         return context.fail(
             EXIT_WORK_FAILED,
             QStringLiteral("cannot write %1: %2").arg(context.options.values, file.errorString()));
+    }
+    if (context.options.format == OutputFormat::Table) {
+        context.out << "uploaded: " << variablesText(recipe) << " to " << context.options.values
+                    << '\n';
+        context.out.flush();
     }
     return EXIT_DONE;
 }
@@ -123,7 +133,7 @@ int runRecipe(const Context& context) {
         return exitCode;
     }
     if (download) {
-        context.out << "downloaded: " << recipe.variables.size() << " variables\n";
+        context.out << "downloaded: " << variablesText(recipe) << '\n';
         context.out.flush();
         return EXIT_DONE;
     }

@@ -27,8 +27,8 @@ QString findPlc(const Context& context, Endpoint* plc) {
             .arg(context.options.plc);
     }
     if (host.contains(QLatin1Char(':')) || host.contains(QLatin1Char('['))) {
-        return QStringLiteral(
-                   "--plc \"%1\": right is an IPv4 address or a name, not an IPv6 address")
+        return QStringLiteral("--plc \"%1\": right is HOST or HOST:PORT with an IPv4 address or a "
+                              "name, not an IPv6 address")
             .arg(context.options.plc);
     }
     if (plc->address.setAddress(host)) {

@@ -2,6 +2,8 @@
 
 #include <QtCore/QCommandLineParser>
 
+#include <algorithm>
+
 namespace plc {
 
 namespace {
@@ -159,7 +161,10 @@ private:
         if (!parser_.isSet(text("faults"))) {
             return;
         }
-        const QString script = value("faults");
+        // In one line, so that the mark below it stands under its column.
+        QString script = value("faults");
+        std::replace_if(
+            script.begin(), script.end(), [](QChar c) { return c.isSpace(); }, QLatin1Char(' '));
         // Latin-1 has one byte for each character, so that columns are characters.
         ParsedFaults parsed = parseFaultScript(script.toLatin1().toStdString());
         if (parsed.error && !error_) {

@@ -156,8 +156,9 @@ private:
         return there;
     }
 
+    // Line breaks are blanks: long scripts are written over several lines.
     std::size_t skipBlanks() {
-        while (peek() == ' ') {
+        while (std::isspace(static_cast<unsigned char>(peek())) != 0) {
             ++position_;
         }
         return position_;

@@ -6,7 +6,7 @@
 //     verb   = "drop" | "duplicate" | "truncate" | "delay" | "late" | "corrupt" | "silent"
 //            | "sid+" NUMBER | "sid-" NUMBER
 //
-// "to" belongs to truncate and "by" to delay, and both need it. Requests are numbered from 1. What
+// Blanks and line breaks may stand between them. "to" belongs to truncate and "by" to delay, and both need it. Requests are numbered from 1. What
 // each verb does is told in docs/simulated-plc.md.
 #pragma once
 

@@ -148,7 +148,7 @@ TEST_F(PanelCommands, probe_tellsNodeAndRoundTrip) {
     const Ended ended = panel({"--nodes", "0,42,0,0,9,0", "probe", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     const QStringList fields = ended.out.section('\n', 1, 1).split(',');
-    ASSERT_EQ(fields.size(), 10) << plain(ended.out);
+    ASSERT_EQ(fields.size(), 12) << plain(ended.out);
     EXPECT_EQ(plain(fields.at(1)), plain(fields.at(2))); // asked, answered
     EXPECT_EQ(plain(fields.at(4)), "42");
     EXPECT_GT(fields.at(6).toDouble(), 0);
@@ -174,12 +174,20 @@ TEST_F(PanelCommands, recipe_downloadThenUpload_givesTheSameValues) {
     const QByteArray values = "name,values\nb,6\na,1,2\na2,3,4,5\nh,65535\n";
     const Ended down = panel({"recipe", "download", recipe, "--values", file("in.csv", values)});
     EXPECT_EQ(down.exitCode, 0) << plain(down.err);
+    EXPECT_EQ(plain(down.out), "downloaded: 4 variables\n");
     EXPECT_TRUE(panel({"read", "DM", "104", "--format", "csv"}).out.endsWith("DM,104,5\n"));
     const Ended up = panel({"recipe", "upload", recipe, "--values", path("out.csv")});
     EXPECT_EQ(up.exitCode, 0) << plain(up.err);
+    EXPECT_EQ(plain(up.out), "uploaded: 4 variables to " + plain(path("out.csv")) + "\n");
     QFile out(path("out.csv"));
     ASSERT_TRUE(out.open(QIODevice::ReadOnly));
     EXPECT_EQ(out.readAll(), values);
+    for (const char* format : {"csv", "json"}) { // whose output is for programs
+        EXPECT_EQ(plain(panel({"recipe", "upload", recipe, "--values", path("out.csv"), "--format",
+                               format})
+                            .out),
+                  "");
+    }
     EXPECT_EQ(plain(panel({"recipe", "upload", recipe, "--format", "csv"}).out),
               values.toStdString());
 }

@@ -144,6 +144,18 @@ TEST_F(PanelFaults, probe_plcThatStopsAnswering_isSaidAfterThreeRequests) {
     EXPECT_TRUE(ended.err.contains("no usable answer")) << plain(ended.err);
 }
 
+TEST_F(PanelFaults, probe_lostReplies_areCountedAsRetriesInEveryFormat) {
+    for (const char* format : {"csv", "json", "table"}) {
+        startPlc({"--faults", "drop 3, 7-8"});
+        const Ended ended = panel({"--timeout", "200", "--format", format, "probe"});
+        EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+        const QString out = ended.out;
+        EXPECT_TRUE(out.endsWith(",3,0\n") || out.endsWith("\"retries\": 3, \"dropped\": 0}\n") ||
+                    out.contains("\nretries     3: "))
+            << plain(out);
+    }
+}
+
 TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
     QStringList odd;
     for (int request = 1; request < 100; request += 2) {
@@ -154,7 +166,13 @@ TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     EXPECT_TRUE(ended.out.contains("answers: 50 of 50 requests")) << plain(ended.out);
     EXPECT_TRUE(ended.out.contains("round trip  unknown")) << plain(ended.out);
-    EXPECT_TRUE(ended.out.contains("resent      50 frames")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("retries     50: ")) << plain(ended.out);
+}
+
+TEST_F(PanelFaults, addressOfTooManyParts_isWrongUsage) {
+    const Ended ended = bare({"--plc", "127.0.0.1:47406:1:2", "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 2);
+    EXPECT_TRUE(ended.err.contains("right is HOST or HOST:PORT")) << plain(ended.err);
 }
 
 TEST_F(PanelFaults, ipv6Address_isWrongUsage) {

@@ -310,6 +310,9 @@ TEST_F(PlcProgram, faults_wrongScript_isRefusedWithItsColumn) {
     expectRefusal({latin("--faults"), latin("drop 3; lose 4")}, 2,
                   {latin("--faults, column 9: expected a fault: drop,"),
                    latin("\n  drop 3; lose 4\n          ^\n")});
+    expectRefusal({latin("--faults"), latin("drop 3;\n\tlose 4")}, 2,
+                  {latin("--faults, column 10: expected a fault: drop,"),
+                   latin("\n  drop 3;  lose 4\n           ^\n")});
 }
 
 TEST_F(PlcProgram, wrongUsage_isRefusedWithWhatWouldBeRight) {

@@ -29,6 +29,7 @@ const VerbCase kVerbs[] = {
     {"silent 20-40", FaultVerb::Silent, 20, 40, 0, 0},
     {"drop 10%", FaultVerb::Drop, 10, 0, 10, 0},
     {"  drop   7 - 9  ", FaultVerb::Drop, 7, 9, 0, 0},
+    {"\n drop\r\n\t7\n-\n9\n", FaultVerb::Drop, 7, 9, 0, 0},
 };
 
 TEST(PlcFaultScript, parse_eachVerb_isRead) {
@@ -80,6 +81,7 @@ const ErrorCase kErrors[] = {
     {"lose 3", 1, "expected a fault: drop,"},
     {"drop 3; lose 4", 9, "expected a fault: drop,"},
     {"drop 3;", 8, "expected a fault: drop,"},
+    {"drop 3;\n lose 4", 10, "expected a fault: drop,"},
     {"drop", 5, "expected a request number"},
     {"drop x", 6, "expected a request number"},
     {"drop 0", 6, "a request number from 1 to"},
