@@ -6,8 +6,8 @@
 //     verb   = "drop" | "duplicate" | "truncate" | "delay" | "late" | "corrupt" | "silent"
 //            | "sid+" NUMBER | "sid-" NUMBER
 //
-// Blanks and line breaks may stand between them. "to" belongs to truncate and "by" to delay, and both need it. Requests are numbered from 1. What
-// each verb does is told in docs/simulated-plc.md.
+// Blanks and line breaks may stand between them. "to" belongs to truncate and "by" to delay, and
+// both need it. Requests are numbered from 1. What each verb does is told in docs/simulated-plc.md.
 #pragma once
 
 #include <cstddef>
