@@ -21,7 +21,6 @@ enum FinsOffset {
     OFFSET_SID = 9,
     OFFSET_MRC = 10, ///< main request code
     OFFSET_SRC = 11, ///< sub request code
-    OFFSET_PARAMETERS = 12,
     // Memory area read and write:
     OFFSET_AREA = 12,
     OFFSET_ADDRESS = 13,

@@ -30,11 +30,6 @@ plc::Options nodeOne() {
 
 } // namespace
 
-std::ostream& operator<<(std::ostream& stream, const Notice& notice) {
-    return stream << '(' << notice.tag << ", " << notice.station << ", \"" << notice.regName
-                  << "\", " << notice.address << ')';
-}
-
 LoopFixture* LoopFixture::listener = nullptr;
 
 template <typename Function> Function LoopFixture::entry(const char* name) const {

@@ -6,30 +6,15 @@
 
 #include "driver/host_interface.h"
 #include "plc/plc_core.h"
+#include "support/notice.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <initializer_list>
-#include <ostream>
 #include <string>
 #include <vector>
-
-/// One call of the value-change callback.
-struct Notice {
-    int tag;
-    int station;
-    std::string regName;
-    int address;
-
-    bool operator==(const Notice& other) const {
-        return tag == other.tag && station == other.station && regName == other.regName &&
-               address == other.address;
-    }
-};
-
-std::ostream& operator<<(std::ostream& out, const Notice& notice);
 
 /// A piece of a register that the host polls or writes.
 struct Tag {

@@ -27,11 +27,6 @@ void rebuildDriver() {
     new (storage) velkor();
 }
 
-std::ostream& operator<<(std::ostream& out, const Notice& notice) {
-    return out << '(' << notice.tag << ", " << notice.station << ", \"" << notice.regName << "\", "
-               << notice.address << ')';
-}
-
 FreshDriver* FreshDriver::current = nullptr;
 
 FreshDriver::FreshDriver()

@@ -5,28 +5,13 @@
 /// after the library has been loaded, bound to a host made of plain memory.
 
 #include "driver/velkor.h"
+#include "support/notice.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <ostream>
 #include <string>
 #include <vector>
-
-/// One call of the value-change callback.
-struct Notice {
-    int tag;
-    int station;
-    std::string regName;
-    int address;
-
-    bool operator==(const Notice& other) const {
-        return tag == other.tag && station == other.station && regName == other.regName &&
-               address == other.address;
-    }
-};
-
-std::ostream& operator<<(std::ostream& out, const Notice& notice);
 
 /// Destroys `driver`, zeroes its bytes and constructs it in place: the driver as static
 /// initialisation leaves it, bound to no host.
