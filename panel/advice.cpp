@@ -1,8 +1,8 @@
 #include "panel/advice.h"
 
-#include "panel/catalogue.h"
-#include "panel/end_codes.h"
 #include "panel/output.h"
+#include <velkor/host/end_codes.h>
+#include <velkor/host/registers.h>
 
 namespace panel {
 namespace {

@@ -1,6 +1,6 @@
 #include "panel/capture_file.h"
 
-#include "panel/udp_packet.h"
+#include "host/watch/udp_packet.h"
 
 #include <QtCore/QFile>
 

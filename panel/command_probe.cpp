@@ -1,6 +1,6 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
-#include "panel/end_codes.h"
+#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 

@@ -1,8 +1,8 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
-#include "panel/end_codes.h"
 #include "panel/output.h"
 #include "panel/recipe_file.h"
+#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QSaveFile>

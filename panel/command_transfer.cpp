@@ -1,7 +1,7 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
 
-#include "panel/end_codes.h"
+#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 

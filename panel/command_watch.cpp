@@ -1,11 +1,11 @@
+#include "host/poll/disjoint_ranges.h"
 #include "panel/advice.h"
 #include "panel/commands.h"
-#include "panel/end_codes.h"
 #include "panel/live_screen.h"
 #include "panel/output.h"
-#include "panel/range_split.h"
 #include "panel/tag_file.h"
 #include "panel/terminal.h"
+#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>

@@ -3,7 +3,8 @@
 
 /// Loads the driver as any host does: by name, at run time, with its types taken from its header.
 
-#include "panel/catalogue.h"
+#include "panel/host_names.h"
+#include <velkor/host/registers.h>
 
 #include <velkor/host_interface.h>
 

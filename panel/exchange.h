@@ -8,6 +8,7 @@
 /// ends a try: anything else is dropped and counted, and the wait goes on, so that one late reply
 /// does not set off a chain of resends each of whose replies comes too late in turn.
 
+#include "panel/host_names.h"
 #include <velkor/host_interface.h>
 
 #include <QtCore/QByteArray>

@@ -3,9 +3,10 @@
 
 /// Recipes: a CSV file that lays variables into the recipe buffer, and a CSV file of their values.
 
-#include "panel/catalogue.h"
 #include "panel/csv_reader.h"
-#include "panel/value_codec.h"
+#include "panel/host_names.h"
+#include <velkor/host/registers.h>
+#include <velkor/host/value.h>
 
 #include <velkor/records.h>
 

@@ -1,6 +1,6 @@
 #include "panel/statistics.h"
 
-#include "panel/end_codes.h"
+#include <velkor/host/end_codes.h>
 
 #include <algorithm>
 

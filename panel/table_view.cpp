@@ -1,7 +1,7 @@
 #include "panel/table_view.h"
 
-#include "panel/end_codes.h"
 #include "panel/output.h"
+#include <velkor/host/end_codes.h>
 
 #include <algorithm>
 

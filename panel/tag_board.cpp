@@ -1,6 +1,6 @@
 #include "panel/tag_board.h"
 
-#include "panel/catalogue.h"
+#include <velkor/host/registers.h>
 
 #include <algorithm>
 #include <numeric>

@@ -3,9 +3,10 @@
 
 /// The list of tags: a CSV file or arguments of the form REGISTER:ADDRESS[:COUNT].
 
-#include "panel/catalogue.h"
 #include "panel/csv_reader.h"
+#include "panel/host_names.h"
 #include "panel/tag.h"
+#include <velkor/host/registers.h>
 
 namespace panel {
 

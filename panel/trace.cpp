@@ -1,7 +1,7 @@
 #include "panel/trace.h"
 
-#include "panel/end_codes.h"
-#include "panel/fins_decode.h"
+#include "host/wire/fins_decode.h"
+#include <velkor/host/end_codes.h>
 
 #include <QtCore/QDateTime>
 

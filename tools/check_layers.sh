@@ -3,7 +3,7 @@
 #
 #   driver <- data <- scan <- fins   a folder includes itself, those left of it, <QtCore/...> and
 #                                    the C++ standard library
-#   panel/ examples/                 of the library only its installed headers, <velkor/...>
+#   host/ panel/ examples/           of the library only its installed headers, <velkor/...>
 #   plc/                             nothing of the library
 #
 # Usage: tools/check_layers.sh [tree]   (default: the tree this script lies in)
@@ -79,6 +79,7 @@ check_outsider() { # folder installed_headers_allowed(yes|no)
         '<velkor/host_interface.h>' | '<velkor/records.h>')
             [ "$allowed" = yes ] ||
                 breach "$file" "$line" "$included" "$folder/ knows nothing of the library" ;;
+        '<velkor/host/'*'>') [ "$allowed" = yes ] || breach "$file" "$line" "$included" "$folder/ knows nothing of the host layer" ;;
         '<velkor/'* | '"velkor/'*)
             breach "$file" "$line" "$included" \
                 'the installed headers are <velkor/host_interface.h> and <velkor/records.h>' ;;
@@ -103,6 +104,7 @@ for layer in "${layers[@]}"; do
     # shellcheck disable=SC2086  # the folders are words
     check_layer "$layer" $visible
 done
+check_outsider host yes
 check_outsider panel yes
 check_outsider examples yes
 check_outsider plc no

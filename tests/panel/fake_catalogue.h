@@ -1,13 +1,13 @@
 #ifndef VELKOR_TESTS_PANEL_FAKE_CATALOGUE_H
 #define VELKOR_TESTS_PANEL_FAKE_CATALOGUE_H
 
-#include "panel/catalogue.h"
+#include <velkor/host/registers.h>
 
 #include <QtCore/QStringList>
 
 /// Two registers with the address syntax of the driver, typed in anew: DM 0 to 32767 and CIO_bit
 /// 0.0 to 6143.15; and HR 0 to 1535 so that there is a second word register.
-class FakeCatalogue : public panel::Catalogue {
+class FakeCatalogue : public velkor_host::Catalogue {
 public:
     FakeCatalogue() {
         m_registers = {{"CIO_bit", "ddddd.DD (DD:0~15)", "0.0", "6143.15", true, "1"},
@@ -16,7 +16,7 @@ public:
     }
 
 protected:
-    int checkAddress(const panel::RegisterInfo& info, const QString& text, int count,
+    int checkAddress(const velkor_host::RegisterInfo& info, const QString& text, int count,
                      int* address) const override {
         bool ok = false;
         *address = number(info, text, &ok);
@@ -28,7 +28,7 @@ protected:
     }
 
 private:
-    static int number(const panel::RegisterInfo& info, const QString& text, bool* ok) {
+    static int number(const velkor_host::RegisterInfo& info, const QString& text, bool* ok) {
         if (!info.bit) {
             return text.toInt(ok);
         }

@@ -1,10 +1,10 @@
-#include "panel/end_codes.h"
+#include <velkor/host/end_codes.h>
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "panel/fins_decode.h"
+#include "host/wire/fins_decode.h"
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

@@ -1,10 +1,12 @@
-#include "panel/range_split.h"
+#include "host/poll/disjoint_ranges.h"
+
+#include <QtCore/QStringList>
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "panel/udp_packet.h"
+#include "host/watch/udp_packet.h"
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

@@ -1,10 +1,10 @@
-#include "panel/value_codec.h"
+#include <velkor/host/value.h>
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

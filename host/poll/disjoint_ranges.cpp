@@ -1,8 +1,8 @@
-#include "panel/range_split.h"
+#include "host/poll/disjoint_ranges.h"
 
 #include <algorithm>
 
-namespace panel {
+namespace velkor_host {
 namespace {
 
 void appendCut(const QString& reg, int from, int to, int limit, QVector<WordRange>* out) {
@@ -59,4 +59,4 @@ QVector<WordRange> disjointRanges(QVector<WordRange> ranges, int limit) {
     return out;
 }
 
-} // namespace panel
+} // namespace velkor_host

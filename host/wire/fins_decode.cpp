@@ -1,6 +1,6 @@
-#include "panel/fins_decode.h"
+#include "host/wire/fins_decode.h"
 
-namespace panel {
+namespace velkor_host {
 namespace {
 
 const int COUNTER_BASE = 0x8000;
@@ -90,4 +90,4 @@ QString commandText(int command) {
     }
 }
 
-} // namespace panel
+} // namespace velkor_host

@@ -1,12 +1,12 @@
-#ifndef VELKOR_PANEL_CATALOGUE_H
-#define VELKOR_PANEL_CATALOGUE_H
+#ifndef VELKOR_HOST_REGISTERS_H
+#define VELKOR_HOST_REGISTERS_H
 
 /// The PLC's registers as the driver describes them.
 
 #include <QtCore/QString>
 #include <QtCore/QVector>
 
-namespace panel {
+namespace velkor_host {
 
 struct RegisterInfo {
     QString name;
@@ -60,6 +60,6 @@ QString addressText(int address, bool bitRegister);
 /// "CIO" for "CIO_bit"; word registers keep their name.
 QString wordRegisterName(const QString& name);
 
-} // namespace panel
+} // namespace velkor_host
 
 #endif

@@ -1,10 +1,10 @@
-#include "panel/value_codec.h"
+#include <velkor/host/value.h>
 
 #include <cmath>
 #include <cstring>
 #include <limits>
 
-namespace panel {
+namespace velkor_host {
 namespace {
 
 struct TypeName {
@@ -356,4 +356,4 @@ Items fromDriverBytes(const QByteArray& bytes, bool bitRegister) {
     return items;
 }
 
-} // namespace panel
+} // namespace velkor_host

@@ -1,10 +1,10 @@
-#include "panel/catalogue.h"
+#include <velkor/host/registers.h>
 
 #include <velkor/host_interface.h>
 
 #include <QtCore/QStringList>
 
-namespace panel {
+namespace velkor_host {
 
 const RegisterInfo* Catalogue::find(const QString& name) const {
     for (const RegisterInfo& info : m_registers) {
@@ -72,4 +72,4 @@ QString wordRegisterName(const QString& name) {
     return name.endsWith(QLatin1String("_bit")) ? name.left(name.size() - 4) : name;
 }
 
-} // namespace panel
+} // namespace velkor_host

@@ -1,8 +1,8 @@
-#include "panel/udp_packet.h"
+#include "host/watch/udp_packet.h"
 
 #include <QtCore/QtEndian>
 
-namespace panel {
+namespace velkor_host {
 namespace {
 
 const int IP_HEADER = 20;
@@ -77,4 +77,4 @@ QByteArray udpPacket(quint32 sourceAddress, quint16 sourcePort, quint32 targetAd
     return ip + udp;
 }
 
-} // namespace panel
+} // namespace velkor_host

@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_VALUE_CODEC_H
-#define VELKOR_PANEL_VALUE_CODEC_H
+#ifndef VELKOR_HOST_VALUE_H
+#define VELKOR_HOST_VALUE_H
 
 /// Values as people write them, and the PLC words or bits that hold them.
 ///
@@ -14,7 +14,7 @@
 
 #include <optional>
 
-namespace panel {
+namespace velkor_host {
 
 typedef QVector<quint16> Items;
 
@@ -47,6 +47,6 @@ QString parseValues(ValueType type, const QStringList& texts, int wordsForString
 QByteArray toDriverBytes(const Items& items, bool bitRegister);
 Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);
 
-} // namespace panel
+} // namespace velkor_host
 
 #endif

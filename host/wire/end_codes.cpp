@@ -1,6 +1,6 @@
-#include "panel/end_codes.h"
+#include <velkor/host/end_codes.h>
 
-namespace panel {
+namespace velkor_host {
 namespace {
 
 const int RELAY_ERROR = 0x8000;
@@ -115,4 +115,4 @@ QString endCodeText(int endCode) {
     return code + QLatin1Char(' ') + endCodeWords(endCode);
 }
 
-} // namespace panel
+} // namespace velkor_host

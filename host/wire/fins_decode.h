@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_FINS_DECODE_H
-#define VELKOR_PANEL_FINS_DECODE_H
+#ifndef VELKOR_HOST_WIRE_FINS_DECODE_H
+#define VELKOR_HOST_WIRE_FINS_DECODE_H
 
 /// What a FINS frame or reply says, for the trace, the statistics and the judgement of a reply. The
 /// panel's own reading of the bytes; it builds none.
@@ -7,7 +7,7 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
 
-namespace panel {
+namespace velkor_host {
 
 enum FinsCommand {
     FINS_MEMORY_READ = 0x0101,
@@ -46,6 +46,6 @@ QString memoryText(const FinsFrame& frame);
 /// "read", "write", "set mode", or the code.
 QString commandText(int command);
 
-} // namespace panel
+} // namespace velkor_host
 
 #endif

@@ -1,12 +1,12 @@
-#ifndef VELKOR_PANEL_END_CODES_H
-#define VELKOR_PANEL_END_CODES_H
+#ifndef VELKOR_HOST_END_CODES_H
+#define VELKOR_HOST_END_CODES_H
 
 /// FINS end codes in words. An end code is MRES * 256 + SRES as it stands in bytes 12 and 13 of a
 /// reply.
 
 #include <QtCore/QString>
 
-namespace panel {
+namespace velkor_host {
 
 /// The code without its flags: MRES bit 7 (the error arose at a relay), SRES bit 7 (the PLC has a
 /// fatal error) and SRES bit 6 (a non-fatal one). The flags tell of the PLC, not of the command:
@@ -25,6 +25,6 @@ QString endCodeWords(int endCode);
 /// The plain code and its words: "1103 address out of range".
 QString endCodeText(int endCode);
 
-} // namespace panel
+} // namespace velkor_host
 
 #endif
