@@ -1,13 +1,14 @@
 // velkor-panel's live table on a pseudo terminal.
 
+#include "endtoend/process_signal.h"
 #include "endtoend/programs.h"
 
 #include <QtCore/QRegularExpression>
 
-#include <csignal>
 #include <cstring>
 #include <poll.h>
 #include <pty.h>
+#include <stdexcept>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <termios.h>
@@ -19,8 +20,7 @@ namespace {
 class PanelTerminal : public Programs {
 protected:
     ~PanelTerminal() override {
-        if (m_pid > 0) {
-            ::kill(m_pid, SIGKILL);
+        if (signalProcess(m_pid, SIGKILL)) {
             waitpid(m_pid, nullptr, 0);
         }
         if (m_terminal >= 0) {
@@ -43,7 +43,9 @@ protected:
         size.ws_row = 24;
         size.ws_col = 100;
         m_pid = forkpty(&m_terminal, nullptr, nullptr, &size);
-        ASSERT_GE(m_pid, 0);
+        if (m_pid < 0) {
+            throw std::runtime_error("velkor-panel did not start");
+        }
         if (m_pid == 0) {
             setenv("LC_ALL", "C.UTF-8", 1);
             execv(argv.front(), argv.data());
@@ -238,7 +240,7 @@ TEST_P(PanelTerminalSignal, watch_endedByASignal_restoresTheTerminal) {
     startPlc();
     watch({"DM:5"});
     ASSERT_TRUE(shows("last end code"));
-    ASSERT_EQ(::kill(m_pid, GetParam()), 0);
+    ASSERT_TRUE(signalProcess(m_pid, GetParam()));
     EXPECT_EQ(exitCode(), 0);
     expectRestored();
 }

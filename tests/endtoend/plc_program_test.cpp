@@ -1,6 +1,8 @@
 // velkor-plc as a program: started at a port of the kernel's choice, spoken to over loopback UDP.
 // A reply that must not come is shown by the next one, which comes first; nothing waits for
 // silence.
+#include "endtoend/process_signal.h"
+
 #include <gtest/gtest.h>
 
 #include <QtCore/QCoreApplication>
@@ -12,7 +14,7 @@
 #include <QtNetwork/QNetworkDatagram>
 #include <QtNetwork/QUdpSocket>
 
-#include <csignal>
+#include <stdexcept>
 
 namespace {
 
@@ -25,16 +27,18 @@ QString latin(const char* text) {
 class PlcProgram : public testing::Test {
 protected:
     ~PlcProgram() override {
-        if (process_.state() != QProcess::NotRunning) {
-            process_.kill();
+        if (signalProcess(process_.processId(), SIGKILL)) {
             process_.waitForFinished(kPatienceMs);
         }
     }
 
+    // Throws when it does not start, which ends the test: nothing after it could hold.
     void start(const QStringList& arguments, const QString& listen = latin("127.0.0.1:0")) {
         process_.start(latin(VELKOR_PLC_PROGRAM),
                        QStringList{latin("--listen"), listen} + arguments);
-        ASSERT_TRUE(process_.waitForStarted(kPatienceMs));
+        if (!process_.waitForStarted(kPatienceMs)) {
+            throw std::runtime_error("velkor-plc did not start");
+        }
     }
 
     // Starts it and takes the port from its first line.
@@ -42,9 +46,10 @@ protected:
         start(arguments);
         const QString line = readLine();
         const QString begin = latin("listening on 127.0.0.1:");
-        ASSERT_TRUE(line.startsWith(begin)) << qPrintable(line);
+        if (!line.startsWith(begin)) {
+            throw std::runtime_error("velkor-plc does not listen: " + line.toStdString());
+        }
         port_ = line.mid(begin.size()).toUShort();
-        ASSERT_NE(port_, 0);
         ASSERT_TRUE(socket_.bind(QHostAddress(QHostAddress::LocalHost), 0));
     }
 
@@ -78,7 +83,7 @@ protected:
     }
 
     void stop(int signal) {
-        ASSERT_EQ(::kill(static_cast<pid_t>(process_.processId()), signal), 0);
+        ASSERT_TRUE(signalProcess(process_.processId(), signal));
         ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
     }
 

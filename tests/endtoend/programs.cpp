@@ -1,8 +1,10 @@
 #include "endtoend/programs.h"
 
+#include "endtoend/process_signal.h"
+
 #include <QtCore/QFile>
 
-#include <csignal>
+#include <stdexcept>
 #include <unistd.h>
 
 namespace {
@@ -15,7 +17,9 @@ void Running::start(const QString& program, const QStringList& arguments) {
     m_output.clear();
     m_process.setProcessChannelMode(QProcess::MergedChannels);
     m_process.start(program, arguments);
-    ASSERT_TRUE(m_process.waitForStarted(PATIENCE_MS));
+    if (!m_process.waitForStarted(PATIENCE_MS)) {
+        throw std::runtime_error(plain(program + " did not start: " + m_process.errorString()));
+    }
 }
 
 void Running::read() {
@@ -43,7 +47,7 @@ bool Running::waitFor(const QString& text) {
 
 Ended Running::stop(int signal) {
     if (m_process.state() != QProcess::NotRunning) {
-        ::kill(static_cast<pid_t>(pid()), signal);
+        signalProcess(pid(), signal);
     }
     return waitForEnd();
 }
@@ -51,14 +55,14 @@ Ended Running::stop(int signal) {
 Ended Running::waitForEnd() {
     m_process.waitForFinished(PATIENCE_MS);
     read();
-    const bool ended =
-        m_process.state() == QProcess::NotRunning && m_process.exitStatus() == QProcess::NormalExit;
+    const bool ended = m_process.state() == QProcess::NotRunning &&
+                       m_process.error() != QProcess::FailedToStart &&
+                       m_process.exitStatus() == QProcess::NormalExit;
     return {ended ? m_process.exitCode() : -1, m_output, QString()};
 }
 
 void Running::kill() {
-    if (m_process.state() != QProcess::NotRunning) {
-        m_process.kill();
+    if (m_process.state() != QProcess::NotRunning && signalProcess(pid(), SIGKILL)) {
         m_process.waitForFinished(PATIENCE_MS);
     }
 }
@@ -79,11 +83,11 @@ void Programs::startPlc(const QStringList& arguments, quint16 port) {
     m_plc.kill();
     m_plc.start(VELKOR_PLC_PROGRAM,
                 QStringList{"--listen", QString("127.0.0.1:%1").arg(port)} + arguments);
-    ASSERT_TRUE(m_plc.waitFor("\n")) << plain(m_plc.output());
-    const QString first = m_plc.output().section('\n', 0, 0);
-    ASSERT_TRUE(first.startsWith("listening on 127.0.0.1:")) << plain(first);
-    m_port = first.section(':', 1).toUShort();
-    ASSERT_NE(m_port, 0);
+    const QString listening = "listening on 127.0.0.1:";
+    if (!m_plc.waitFor("\n") || !m_plc.output().startsWith(listening)) {
+        throw std::runtime_error(plain("velkor-plc does not listen: " + m_plc.output()));
+    }
+    m_port = m_plc.output().mid(listening.size()).section('\n', 0, 0).toUShort();
 }
 
 Ended Programs::bare(const QStringList& arguments) {
@@ -95,8 +99,7 @@ Ended Programs::bare(const QStringList& arguments) {
     ended.err = QString::fromUtf8(process.readAllStandardError());
     if (finished && process.exitStatus() == QProcess::NormalExit) {
         ended.exitCode = process.exitCode();
-    } else {
-        process.kill();
+    } else if (signalProcess(process.processId(), SIGKILL)) {
         process.waitForFinished(PATIENCE_MS);
     }
     return ended;

@@ -33,7 +33,9 @@ public:
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
+    /// Throws when it does not start, which ends the test: nothing after it could hold.
     void start(const QString& program, const QStringList& arguments);
+    /// 0 when it is not running.
     qint64 pid() const { return m_process.processId(); }
 
     /// Reads on until `found` holds of all output so far; false when it does not come.
@@ -41,7 +43,7 @@ public:
     bool waitFor(const QString& text);
     QString output() const { return m_output; }
 
-    /// Sends a signal and waits for the end.
+    /// Sends a signal, if it is still running, and waits for the end.
     Ended stop(int signal);
     Ended waitForEnd();
     void kill();
@@ -59,6 +61,7 @@ private:
 class Programs : public testing::Test {
 protected:
     /// Starts a PLC and learns its address from its first line; `port` 0 lets the kernel choose.
+    /// Throws when it does not listen, which ends the test.
     void startPlc(const QStringList& arguments = {}, quint16 port = 0);
     QString plcAddress() const { return QStringLiteral("127.0.0.1:%1").arg(m_port); }
 
