@@ -6,16 +6,19 @@ namespace plc {
 
 namespace {
 
-constexpr std::uint16_t kOnlyProgram = 0xFFFF;
-
-// The program number may be left out; there is but one.
+// The program number may be left out; there is but one. FFFF is its number, and many clients send
+// 0000 for it.
 bool namesOnlyProgram(const Bytes& request) {
-    return request.size() == kParameters || get16(request, kParameters) == kOnlyProgram;
+    if (request.size() == kParameters) {
+        return true;
+    }
+    const std::uint16_t program = get16(request, kParameters);
+    return program == 0xFFFF || program == 0;
 }
 
-void appendText(Bytes& to, const std::string& text, std::size_t width) {
+void appendText(Bytes& to, const std::string& text, std::size_t width, char padding) {
     for (std::size_t i = 0; i < width; ++i) {
-        to.push_back(i < text.size() ? static_cast<std::uint8_t>(text[i]) : std::uint8_t{' '});
+        to.push_back(static_cast<std::uint8_t>(i < text.size() ? text[i] : padding));
     }
 }
 
@@ -40,9 +43,9 @@ void appendAreaData(Bytes& to) {
 
 Bytes identity() {
     Bytes data;
-    appendText(data, "CJ2M-CPU31", 20);
-    appendText(data, "02.01", 20);
-    appendZeros(data, 40); // system use
+    appendText(data, "CJ2M-CPU31", 20, ' ');
+    appendText(data, "02.01", 20, '\0'); // unlike the model, as CPUs of the CP series send it
+    appendZeros(data, 40);               // system use
     appendAreaData(data);
     return data;
 }
@@ -116,17 +119,18 @@ Answer status(const Bytes& request, Mode mode, bool alarm) {
     answer.data.push_back(mode == Mode::Program ? 0 : 1); // 1: the program is running
     answer.data.push_back(static_cast<std::uint8_t>(mode));
     append16(answer.data, 0);                  // no fatal error
-    append16(answer.data, alarm ? 0x0001 : 0); // non-fatal: set by the user's program (bit 0)
-    append16(answer.data, alarm ? 0x8000 : 0); // message 0 is there (bit 15)
+    append16(answer.data, alarm ? 0x8000 : 0); // non-fatal: set by the user's program (bit 15)
+    append16(answer.data, alarm ? 0x0001 : 0); // message 0 is there (bit 0); bits 8 to 15 are 0
     append16(answer.data, alarm ? 0x4101 : 0); // error code of the alarm number 1
-    appendText(answer.data, alarm ? "ALARM 1" : "", 16);
+    appendText(answer.data, alarm ? "ALARM 1" : "", 16, ' ');
     return answer;
 }
 
-Answer clock(const Bytes& request, const ClockTime& now) {
+Answer clock(const Bytes& request, const Clock& timeOfDay) {
     if (request.size() > kParameters) {
         return refused(endcode::kTooLong);
     }
+    const ClockTime now = timeOfDay ? timeOfDay() : ClockTime();
     return {endcode::kNormal,
             {bcd(now.year), bcd(now.month), bcd(now.day), bcd(now.hour), bcd(now.minute),
              bcd(now.second), bcd(now.weekday)}};

@@ -12,6 +12,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 
 #include "plc/bytes.h"
@@ -50,6 +51,8 @@ struct ClockTime {
     int weekday = 6;
 };
 
+using Clock = std::function<ClockTime()>;
+
 // What a datagram is to this PLC. Only a Command is executed.
 enum class Reception {
     Command,
@@ -87,7 +90,9 @@ public:
     void setMode(Mode mode) { options_.mode = mode; }
     void setWritesOnlyIn(std::optional<Mode> mode) { options_.writesOnlyIn = mode; }
     void setAlarm(bool present) { options_.alarm = present; }
-    void setClock(const ClockTime& now) { clock_ = now; }
+    // Asked for each command that needs the time, and by no other: telling the local time costs
+    // more than answering a read. Without one it is midnight of 1 January 2000.
+    void setClock(Clock clock) { clock_ = std::move(clock); }
 
     // The next `times` commands are not executed; each is answered with this end code and no data.
     // Replaces what was forced before; 0 times ends it.
@@ -102,7 +107,7 @@ private:
 
     Options options_;
     Memory memory_;
-    ClockTime clock_;
+    Clock clock_;
     Counters counters_;
     std::uint16_t forcedEndCode_ = 0;
     unsigned forcedTimes_ = 0;

@@ -22,7 +22,8 @@ QByteArray toByteArray(const Bytes& bytes) {
     return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
-ClockTime clockOf(const QDateTime& now) {
+ClockTime localTime() {
+    const QDateTime now = QDateTime::currentDateTime();
     ClockTime clock;
     clock.year = now.date().year() % 100;
     clock.month = now.date().month();
@@ -43,6 +44,7 @@ QString peerText(const Peer& peer) {
 UdpServer::UdpServer(const Settings& settings)
     : settings_(settings), core_(settings.options),
       line_(core_, FaultPlan(settings.faults, settings.seed)) {
+    core_.setClock(localTime);
     if (settings.endCode) {
         core_.forceEndCode(*settings.endCode, std::numeric_limits<unsigned>::max());
     }
@@ -111,7 +113,6 @@ void UdpServer::receiveAll() {
 }
 
 void UdpServer::receive(const Bytes& datagram, const Peer& from) {
-    core_.setClock(clockOf(QDateTime::currentDateTime()));
     const FaultyLine::Result result = line_.receive(datagram, from);
     if (settings_.trace) {
         const QString request = QString::fromStdString(describeRequest(datagram));

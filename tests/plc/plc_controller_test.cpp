@@ -24,6 +24,18 @@ TEST(PlcMode, run_monitorAndRun_changeTheMode) {
     EXPECT_EQ(core.mode(), Mode::Run);
 }
 
+TEST(PlcMode, runAndStop_programNumber0000_isTheOnlyProgramToo) {
+    plc::Core core;
+    EXPECT_EQ(ask(core, "04 01 00 00 02"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Monitor);
+    EXPECT_EQ(ask(core, "04 01 00 00 04"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Run);
+    EXPECT_EQ(ask(core, "04 02 00 00"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Program);
+    EXPECT_EQ(ask(core, "04 01 00 00"), "00 00");
+    EXPECT_EQ(core.mode(), Mode::Monitor);
+}
+
 TEST(PlcMode, run_withoutMode_meansMonitor) {
     plc::Core core;
     EXPECT_EQ(ask(core, "04 01"), "00 00");
@@ -114,7 +126,8 @@ TEST(PlcIdentity, controllerData_whole_has158Bytes) {
     ASSERT_TRUE(reply.has_value());
     ASSERT_EQ(reply->size(), 14U + 158U);
     EXPECT_EQ(std::string(reply->begin() + 14, reply->begin() + 34), "CJ2M-CPU31          ");
-    EXPECT_EQ(std::string(reply->begin() + 34, reply->begin() + 54), "02.01               ");
+    EXPECT_EQ(std::string(reply->begin() + 34, reply->begin() + 54),
+              "02.01" + std::string(15, '\0'));
     EXPECT_EQ(plc_test::text(plc::Bytes(reply->begin() + 94, reply->begin() + 106)),
               "00 14 17 80 00 08 01 00 00 00 00 00");
 }
@@ -147,7 +160,7 @@ TEST(PlcStatus, status_withAlarm_tellsANonFatalError) {
     plc::Core core;
     core.setMode(Mode::Monitor);
     core.setAlarm(true);
-    EXPECT_EQ(ask(core, "06 01"), "00 40 01 02 00 00 00 01 80 00 41 01 "
+    EXPECT_EQ(ask(core, "06 01"), "00 40 01 02 00 00 80 00 00 01 41 01 "
                                   "41 4C 41 52 4D 20 31 20 20 20 20 20 20 20 20 20");
 }
 
@@ -166,8 +179,26 @@ TEST(PlcClock, clock_set_isToldInBcd) {
     now.minute = 59;
     now.second = 8;
     now.weekday = 4;
-    core.setClock(now);
+    core.setClock([now] { return now; });
     EXPECT_EQ(ask(core, "07 01"), "00 00 26 12 31 23 59 08 04");
+}
+
+TEST(PlcClock, clock_isAskedByTheCommandThatNeedsItAlone) {
+    plc::Core core;
+    int asked = 0;
+    core.setClock([&asked] {
+        ++asked;
+        return plc::ClockTime();
+    });
+    for (const char* other : {"01 01 82 00 00 00 00 01", "01 02 82 00 00 00 00 01 00 01", "04 01",
+                              "05 01", "06 01", "07 01 00", "20 01"}) {
+        ask(core, other);
+        EXPECT_EQ(asked, 0) << other;
+    }
+    EXPECT_EQ(ask(core, "07 01"), "00 00 00 01 01 00 00 00 06");
+    EXPECT_EQ(asked, 1);
+    ask(core, "07 01");
+    EXPECT_EQ(asked, 2);
 }
 
 TEST(PlcClock, clock_withParameter_gets1001) {
