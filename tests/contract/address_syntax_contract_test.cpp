@@ -100,3 +100,10 @@ TEST_F(AddressSyntaxEdgeCases, count0_onePastTheEnd_accepted) {
     expectBoth("DM", "32769", 0, true, {2, 32769});
     expectBoth("CIO_bit", "6144.0", 0, false, {0, 98304});
 }
+
+TEST_F(AddressSyntaxEdgeCases, countBelow0_oneFurtherPastTheEndForEach_accepted) {
+    expectBoth("DM", "32773", -5, true, {0, 32773});
+    expectBoth("DM", "32774", -5, true, {2, 32774});
+    expectBoth("CIO_bit", "6144.1", -1, false, {0, 98305});
+    expectBoth("CIO_bit", "6144.2", -1, false, {2, 98306});
+}

@@ -334,3 +334,36 @@ TEST_F(DriverObjectContract, hostMemory_anythingWithoutTheBytes_mutexNotNeeded) 
     host.mutex.unlock();
     EXPECT_EQ(value[0], 2);
 }
+
+// What no installed header declares, and what a host that calls it all the same gets.
+
+TEST_F(DriverObjectContract, connectToServer_asLoaded_replyIsJudgedByItsByte9AndTeachesNothing) {
+    intf.setDriverPropertyPage(QLatin1String("6,0,1,0,0,10,0"));
+    object.SID = 9;
+    intf.connectToServer();
+    const host::FramePro request = nextFrame();
+    EXPECT_EQ(sentBytes(request), (std::vector<int>{'F', 'I', 'N', 'S', 0, 0, 0, 12, 0, 0,
+                                                    0,   0,   0,   0,   0, 0, 0, 0,  0, 0}));
+    EXPECT_EQ(request.rcvLen, 24);
+    QByteArray reply(24, '\0');
+    reply[19] = 0x21;
+    reply[23] = 0x43;
+    EXPECT_EQ(answerBytes(reply), 8U);
+    reply[9] = 9;
+    EXPECT_EQ(answerBytes(reply), 1U);
+    EXPECT_EQ(object.SA1, 10);
+    EXPECT_EQ(object.DA1, 1);
+}
+
+TEST_F(DriverObjectContract, connectToServer_nodeLearnedCleared_replyTeachesBothNodes) {
+    object.nodeLearned = 0;
+    intf.connectToServer();
+    nextFrame();
+    QByteArray reply(24, '\0');
+    reply[19] = 0x21;
+    reply[23] = 0x43;
+    EXPECT_EQ(answerBytes(reply), 1U);
+    EXPECT_EQ(object.nodeLearned, 1);
+    EXPECT_EQ(object.SA1, 0x21);
+    EXPECT_EQ(object.DA1, 0x43);
+}

@@ -61,14 +61,17 @@ LoopFixture::~LoopFixture() {
 }
 
 void LoopFixture::init(int retryLimit, int wordsPerFrame) {
-    const std::string properties = std::to_string(hostTag) + "#0#0#" + std::to_string(retryLimit) +
-                                   "#" + std::to_string(wordsPerFrame);
+    bind(std::to_string(hostTag) + "#0#0#" + std::to_string(retryLimit) + "#" +
+         std::to_string(wordsPerFrame));
+}
+
+void LoopFixture::bind(const std::string& properties) {
     int two = 0;
     ENTRY(intf_initProperty)
     (hostBlock.data(), statusBlock.data(), recipeBuffer.data(), &two, properties.c_str(), &mutex);
 }
 
-int LoopFixture::poll(const std::vector<Tag>& tags) {
+QList<KEY_ADDRESS> LoopFixture::keysOf(const std::vector<Tag>& tags) {
     QList<KEY_ADDRESS> keys;
     for (const Tag& tag : tags) {
         KEY_ADDRESS key = KEY_ADDRESS();
@@ -78,7 +81,16 @@ int LoopFixture::poll(const std::vector<Tag>& tags) {
         key.len = tag.len;
         keys.append(key);
     }
+    return keys;
+}
+
+int LoopFixture::merge(QList<KEY_ADDRESS>& keys) {
     return ENTRY(intf_addrMerge)(keys);
+}
+
+int LoopFixture::poll(const std::vector<Tag>& tags) {
+    QList<KEY_ADDRESS> keys = keysOf(tags);
+    return merge(keys);
 }
 
 void LoopFixture::conditionRead(const Tag& tag) {
@@ -182,7 +194,11 @@ std::vector<Notice> LoopFixture::takeNotices() {
 }
 
 int LoopFixture::hear(int tag, int fromStation, QString regName, int address) {
-    listener->notices_.push_back({tag, fromStation, regName.toStdString(), address});
+    const Notice notice = {tag, fromStation, regName.toStdString(), address};
+    listener->notices_.push_back(notice);
+    if (listener->onNotice) {
+        listener->onNotice(notice);
+    }
     return 0;
 }
 

@@ -30,8 +30,13 @@ protected:
     ~LoopFixture() override;
 
     void init(int retryLimit, int wordsPerFrame);
+    /// intf_initProperty with this property string.
+    void bind(const std::string& properties);
     /// intf_addrMerge; returns the number of cyclic blocks.
     int poll(const std::vector<Tag>& tags);
+    /// The same in two steps, for a test that looks at the list that comes back.
+    static QList<KEY_ADDRESS> keysOf(const std::vector<Tag>& tags);
+    int merge(QList<KEY_ADDRESS>& keys);
     void conditionRead(const Tag& tag);
     void recipe(std::initializer_list<_RCP_VAR_PRO> variables);
     static _RCP_VAR_PRO recipeVariable(const char* regName, int addr, int len, int offset);
@@ -66,6 +71,8 @@ protected:
     }
 
     std::vector<Notice> takeNotices();
+    /// Called inside every callback, after it has been recorded.
+    std::function<void(const Notice&)> onNotice;
 
     plc::Core plc;
     FRAME_PRO out = FRAME_PRO();
