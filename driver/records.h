@@ -27,8 +27,9 @@ enum {
 
 /// One request to the PLC: what a frame is built from and what the request lists hold.
 struct VARIABLE {
-    int type;        ///< request tag, stored and never interpreted: 4 for cyclic reads, otherwise
-                     ///< what the caller of intf_addConditionRead or intf_setData passed
+    int type;        ///< request tag, stored and never interpreted: 4 for cyclic reads; what the
+                     ///< caller of intf_addConditionRead or intf_setData passed; in a recipe's
+                     ///< frame that of the request before it, so it does not tell what a frame is
     int station;     ///< the host's station number; a key and a callback argument, nothing more
     QString regName; ///< register name, e.g. "DM" or "CIO_bit"
     int addr;        ///< first address, words or (for "_bit" names) bits
