@@ -1,5 +1,9 @@
 #include "panel/session.h"
 
+#include "panel/service_ids.h"
+
+#include <QtCore/QRandomGenerator>
+
 #include <algorithm>
 #include <chrono>
 #include <cstring>
@@ -51,7 +55,10 @@ Session::~Session() {
 }
 
 QString Session::open() {
-    QString fault = m_link.open(m_settings.plc, m_settings.local);
+    QString fault = m_link.bind(m_settings.local);
+    if (fault.isEmpty()) {
+        fault = m_link.connectTo(m_settings.plc);
+    }
     if (fault.isEmpty()) {
         chooseNodes();
         bindDriver();
@@ -77,10 +84,12 @@ void Session::bindDriver() {
     for (const int node : m_nodes) {
         page += QLatin1Char(',') + QString::number(node);
     }
-    int out = 0;
     m_api.setAddrValueChangeCallBack(&Session::valueChanged);
-    m_api.initProperty(m_hostBlock.data(), m_statusBlock.data(), m_recipe.data(), &out,
-                       property.constData(), &m_mutex);
+    useUpServiceIds(m_api, QRandomGenerator::system()->bounded(SERVICE_IDS), [&] {
+        int out = 0;
+        m_api.initProperty(m_hostBlock.data(), m_statusBlock.data(), m_recipe.data(), &out,
+                           property.constData(), &m_mutex);
+    });
     m_api.setDriverPropertyPage(page);
 }
 

@@ -7,6 +7,8 @@ namespace {
 /// deadline and the screen.
 const int DATAGRAMS_PER_TURN = 64;
 const int LARGEST_DATAGRAM = 65535;
+/// More than the queue of a socket holds.
+const int MOST_QUEUED = 1000000;
 
 } // namespace
 
@@ -18,16 +20,33 @@ UdpLink::UdpLink() : m_buffer(LARGEST_DATAGRAM, '\0') {
     QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] { readDatagrams(); });
 }
 
-QString UdpLink::open(const Endpoint& plc, const Endpoint& local) {
+QString UdpLink::bind(const Endpoint& local) {
     if (!m_socket.bind(local.address, local.port, QAbstractSocket::DontShareAddress)) {
         return QStringLiteral("cannot use %1 as the local address: %2")
             .arg(endpointText(local), m_socket.errorString());
     }
+    return QString();
+}
+
+QString UdpLink::connectTo(const Endpoint& plc) {
     m_socket.connectToHost(plc.address, plc.port);
     if (m_socket.state() != QAbstractSocket::ConnectedState) {
         return QStringLiteral("no way to %1: %2").arg(endpointText(plc), m_socket.errorString());
     }
+    throwAwayQueued();
     return QString();
+}
+
+/// From now on the system lets the PLC's datagrams in only, but it keeps what came before that,
+/// from whomever; and what the PLC has sent already answers nothing that this program has asked.
+void UdpLink::throwAwayQueued() {
+    for (int count = 0; count < MOST_QUEUED; ++count) {
+        const bool none = m_socket.readDatagram(m_buffer.data(), m_buffer.size()) < 0;
+        // A refusal of a frame that an earlier program has sent from here hides what is behind it.
+        if (none && m_socket.error() != QAbstractSocket::ConnectionRefusedError) {
+            return;
+        }
+    }
 }
 
 Endpoint UdpLink::local() const {

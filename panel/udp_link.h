@@ -29,13 +29,16 @@ public:
     std::function<void()> onPortRefused;
     std::function<void(const QString&)> onSendFailed;
 
-    /// The result is empty or says why the socket cannot be used.
-    QString open(const Endpoint& plc, const Endpoint& local);
+    /// Two steps, in this order; the results are empty or say why the socket cannot be used. What
+    /// has arrived before the socket is connected is thrown away: anybody can have sent it.
+    QString bind(const Endpoint& local);
+    QString connectTo(const Endpoint& plc);
     Endpoint local() const;
 
     void send(const QByteArray& frame) override;
 
 private:
+    void throwAwayQueued();
     void readDatagrams();
     void noteError();
 

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>
+#include <unistd.h>
 
 namespace {
 
@@ -16,10 +17,23 @@ template <typename Function> Function real(const char* name) {
     return reinterpret_cast<Function>(dlsym(library, name));
 }
 
-void note(const char* what, int station, const QString& reg, int address, int length) {
+std::FILE* notes() {
     static std::FILE* const file = std::fopen(std::getenv("VELKOR_SPY_NOTES"), "w");
-    std::fprintf(file, "%s station %d %s %d %d\n", what, station, qPrintable(reg), address, length);
-    std::fflush(file);
+    return file;
+}
+
+void note(const char* what, int station, const QString& reg, int address, int length) {
+    std::fprintf(notes(), "%s station %d %s %d %d\n", what, station, qPrintable(reg), address,
+                 length);
+    std::fflush(notes());
+}
+
+/// Binding empties the driver's lists: what was handed over before it counts no more.
+void forgetNotes() {
+    std::rewind(notes());
+    if (ftruncate(fileno(notes()), 0) != 0) {
+        std::abort();
+    }
 }
 
 } // namespace
@@ -29,6 +43,7 @@ void note(const char* what, int station, const QString& reg, int address, int le
 int intf_initProperty(unsigned char* hostBlock, unsigned char* statusBlock,
                       unsigned short* recipeBuffer, int* out, const char* propertyString,
                       QMutex* mutex) {
+    forgetNotes();
     return REAL(intf_initProperty)(hostBlock, statusBlock, recipeBuffer, out, propertyString,
                                    mutex);
 }

@@ -1,0 +1,84 @@
+// Datagrams that answer nothing: late ones, and ones of others.
+
+#include "endtoend/fake_plc.h"
+
+#include "panel/udp_link.h"
+
+#include <functional>
+
+namespace {
+
+class PanelLine : public Programs {
+protected:
+    FakePlc& fakePlc() {
+        m_port = m_fake.port();
+        return m_fake;
+    }
+
+    /// Runs the event loop until the condition holds.
+    static bool comes(const std::function<bool()>& condition) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!condition() && timer.elapsed() < PATIENCE_MS) {
+            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        }
+        return condition();
+    }
+
+    FakePlc m_fake;
+};
+
+/// The local port is fixed, so a reply that the PLC sends to a process that has gone arrives at the
+/// next one.
+TEST_F(PanelLine, lateReplyToAnEarlierProcess_isNotTaken) {
+    FakePlc& plc = fakePlc();
+    const QString local = QString("127.0.0.1:%1").arg(freePort());
+    for (int round = 0; round < 4; ++round) { // two processes begin alike once in 255 times
+        EXPECT_EQ(panel({"--bind", local, "--timeout", "1", "--retries", "1", "read", "DM", "100"})
+                      .exitCode,
+                  1);
+        const QNetworkDatagram first = plc.next();
+        Running second;
+        startPanel(&second, {"--bind", local, "--format", "csv", "read", "DM", "200"});
+        const QNetworkDatagram frame = plc.next();
+        plc.send(frame, FakePlc::replyTo(first, 0, "1267")); // 4711
+        plc.send(frame, FakePlc::replyTo(frame, 0, "002A"));
+        const Ended ended = second.waitForEnd();
+        if (FakePlc::sidOf(first) != FakePlc::sidOf(frame)) {
+            EXPECT_EQ(plain(ended.out), "register,address,value\nDM,200,42\n");
+            return;
+        }
+    }
+    FAIL() << "each process begins with the same service ID";
+}
+
+TEST_F(PanelLine, processes_beginWithServiceIdsOfTheirOwn) {
+    FakePlc& plc = fakePlc();
+    QSet<int> ids;
+    for (int process = 0; process < 6; ++process) {
+        panel({"--timeout", "1", "--retries", "1", "read", "DM", "100"});
+        ids.insert(FakePlc::sidOf(plc.next()));
+    }
+    // Fewer than three different ones among six happen once in a hundred million runs.
+    EXPECT_GE(ids.size(), 3);
+}
+
+TEST_F(PanelLine, datagramsOfOthersBeforeTheSocketIsConnected_areThrownAway) {
+    panel::UdpLink link;
+    QVector<QByteArray> taken;
+    link.onDatagram = [&](const QByteArray& datagram) { taken.append(datagram); };
+    ASSERT_TRUE(link.bind({QHostAddress(QHostAddress::LocalHost), 0}).isEmpty());
+    QUdpSocket other;
+    for (int count = 0; count < 100; ++count) {
+        ASSERT_EQ(other.writeDatagram("forged", link.local().address, link.local().port), 6);
+    }
+    QUdpSocket plc;
+    ASSERT_TRUE(plc.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    plc.writeDatagram("too early", link.local().address, link.local().port);
+    ASSERT_TRUE(link.connectTo({plc.localAddress(), plc.localPort()}).isEmpty());
+    plc.writeDatagram("right", link.local().address, link.local().port);
+    EXPECT_TRUE(comes([&] { return taken.contains("right"); }));
+    EXPECT_EQ(taken, QVector<QByteArray>{"right"});
+}
+
+} // namespace
