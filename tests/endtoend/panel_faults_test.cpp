@@ -40,6 +40,12 @@ protected:
     }
 };
 
+/// The reply of node 1 to node 1, normal, with these data.
+QByteArray replyTo(const QByteArray& request, const char* hexData) {
+    return QByteArray::fromHex("C00002000100000100") + request.mid(9, 3) +
+           QByteArray::fromHex(QByteArray("0000") + hexData);
+}
+
 class PanelFault : public PanelFaults, public testing::WithParamInterface<Fault> {};
 
 TEST_P(PanelFault, onTheLine_everyValueIsReadRightAllTheSame) {
@@ -156,17 +162,34 @@ TEST_F(PanelFaults, probe_lostReplies_areCountedAsRetriesInEveryFormat) {
     }
 }
 
+/// A PLC that hears nobody's first try. It tells a try by what came before it and not by its
+/// number, so that a try more on a busy machine changes nothing.
 TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
-    QStringList odd;
-    for (int request = 1; request < 100; request += 2) {
-        odd.append(QString::number(request));
+    QUdpSocket plc;
+    ASSERT_TRUE(plc.bind(QHostAddress(QHostAddress::LocalHost), 0));
+    m_port = plc.localPort();
+    Running probe;
+    startPanel(&probe, {"--timeout", "20", "--retries", "100", "probe"});
+    QByteArray last;
+    QByteArray lastAnswered;
+    for (int answered = 0; answered < 50;) {
+        ASSERT_TRUE(plc.hasPendingDatagrams() || plc.waitForReadyRead(PATIENCE_MS))
+            << plain(probe.output());
+        const QNetworkDatagram request = plc.receiveDatagram();
+        if (request.data() == last) {
+            plc.writeDatagram(replyTo(request.data(), "0000"), request.senderAddress(),
+                              static_cast<quint16>(request.senderPort()));
+            answered += request.data() != lastAnswered ? 1 : 0;
+            lastAnswered = request.data();
+        }
+        last = request.data();
     }
-    startPlc({"--faults", "drop " + odd.join(", ")});
-    const Ended ended = panel({"--timeout", "20", "probe"});
-    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    const Ended ended = probe.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.out);
     EXPECT_TRUE(ended.out.contains("answers: 50 of 50 requests")) << plain(ended.out);
     EXPECT_TRUE(ended.out.contains("round trip  unknown")) << plain(ended.out);
-    EXPECT_TRUE(ended.out.contains("retries     50: ")) << plain(ended.out);
+    const QString retries = ended.out.section("retries     ", 1).section(':', 0, 0);
+    EXPECT_GE(retries.toInt(), 50) << plain(ended.out);
 }
 
 TEST_F(PanelFaults, addressOfTooManyParts_isWrongUsage) {
@@ -234,8 +257,7 @@ TEST_F(PanelFaults, garbageFromThePlcsAddress_isDroppedAndTheReplyTaken) {
     startPanel(&read, {"--trace", "read", "DM", "0"});
     ASSERT_TRUE(plc.waitForReadyRead(PATIENCE_MS));
     const QNetworkDatagram request = plc.receiveDatagram();
-    QByteArray reply = QByteArray::fromHex("C00002000100000100");
-    reply += request.data().mid(9, 3) + QByteArray::fromHex("0000002A");
+    const QByteArray reply = replyTo(request.data(), "002A");
     QByteArray otherSid = reply;
     otherSid[9] = static_cast<char>(otherSid.at(9) + 1);
     for (const QByteArray& datagram :

@@ -3,6 +3,7 @@
 
 #include "endtoend/programs.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QHash>
 #include <QtCore/QRegularExpression>
 
@@ -101,19 +102,46 @@ protected:
     /// Runs the panel with trace and capture; the trace and the dissector must tell the same.
     /// Gives the frames.
     QStringList agreed(const QStringList& arguments, int exitCode = 0) {
-        const Ended ended = panel(QStringList{"--trace", "--pcap", path("c.pcap")} + arguments);
-        EXPECT_EQ(ended.exitCode, exitCode) << plain(ended.err);
-        QStringList traced = framesOfTrace(ended.err);
-        const QList<QStringList> dissected = dissect(path("c.pcap"));
-        EXPECT_FALSE(traced.isEmpty()) << plain(ended.err);
-        EXPECT_EQ(plain(framesOfCapture(dissected).join('\n')), plain(traced.join('\n')))
-            << plain(arguments.join(' '));
+        return agreedOnAll({arguments}, exitCode);
+    }
+
+    /// The same for several runs, whose captures the dissector reads as one: its start takes longer
+    /// than all that is tested.
+    QStringList agreedOnAll(const QList<QStringList>& runs, int exitCode = 0) {
+        QStringList traced;
+        QByteArray captured;
+        for (const QStringList& arguments : runs) {
+            const Ended ended = panel(QStringList{"--trace", "--pcap", path("c.pcap")} + arguments);
+            EXPECT_EQ(ended.exitCode, exitCode) << plain(ended.err);
+            const QStringList frames = framesOfTrace(ended.err);
+            EXPECT_FALSE(frames.isEmpty()) << plain(arguments.join(' ')) << plain(ended.err);
+            traced += frames;
+            captured += packetsBehind(captured);
+        }
+        const QList<QStringList> dissected = dissect(file("all.pcap", captured));
+        EXPECT_EQ(plain(framesOfCapture(dissected).join('\n')), plain(traced.join('\n')));
         for (const QStringList& fields : dissected) {
             EXPECT_EQ(plain(fields.value(0)), "") << "malformed: " << plain(fields.join(' '));
             EXPECT_EQ(plain(fields.value(1)), "1") << "IP checksum"; // 1: good
             EXPECT_EQ(plain(fields.value(2)), "1") << "UDP checksum";
         }
         return traced;
+    }
+
+    /// The last run's capture, without the file header when packets stand before it.
+    QByteArray packetsBehind(const QByteArray& before) {
+        const int fileHeader = 24; // bytes
+        QFile capture(path("c.pcap"));
+        EXPECT_TRUE(capture.open(QIODevice::ReadOnly));
+        return capture.readAll().mid(before.isEmpty() ? 0 : fileHeader);
+    }
+
+    /// The frames without a request at their end that was in flight when the panel ended.
+    static QStringList settled(QStringList frames) {
+        if (frames.size() % 2 != 0 && frames.constLast().startsWith('>')) {
+            frames.removeLast();
+        }
+        return frames;
     }
 
     /// Every reply has the service ID and the command of the frame before it.
@@ -130,16 +158,18 @@ protected:
 
 TEST_F(PanelCapture, readsAndWritesOfEveryRegister_areWhatTheTraceSays) {
     startPlc();
+    QList<QStringList> runs{{"write", "AR", "500", "1"}, {"read", "AR", "500"}};
     for (const char* reg : {"CIO", "WR", "HR", "T", "C", "DM"}) {
-        expectPairs(agreed({"write", reg, "300", "1", "2", "3"}));
-        expectPairs(agreed({"read", reg, "299", "5"}));
+        runs += QStringList{"write", reg, "300", "1", "2", "3"};
+        runs += QStringList{"read", reg, "299", "5"};
     }
-    expectPairs(agreed({"write", "AR", "500", "1"}));
-    expectPairs(agreed({"read", "AR", "500"}));
     for (const char* reg : {"CIO_bit", "WR_bit", "HR_bit", "AR_bit", "DM_bit"}) {
-        expectPairs(agreed({"write", reg, "450.11", "1", "0", "1"}));
-        expectPairs(agreed({"read", reg, "450.11", "8"}));
+        runs += QStringList{"write", reg, "450.11", "1", "0", "1"};
+        runs += QStringList{"read", reg, "450.11", "8"};
     }
+    const QStringList frames = agreedOnAll(runs);
+    EXPECT_EQ(frames.size(), 2 * runs.size());
+    expectPairs(frames);
 }
 
 TEST_F(PanelCapture, read_isReadAsWhatWasAsked) {
@@ -158,8 +188,8 @@ TEST_F(PanelCapture, probeAndWatchAndRecipes_areWhatTheTraceSays) {
         file("recipe.csv", "name,register,address,count\na,DM,1,3\nb,HR,1,2\nc,T,9,1\n");
     const QString values = file("values.csv", "a,1,2,3\nb,4,5\nc,6\n");
     expectPairs(agreed({"probe"}));
-    expectPairs(agreed(
-        {"watch", "DM:0:5", "CIO_bit:3.4:20", "C:9", "--until-stable", "--scan-interval", "20"}));
+    expectPairs(settled(agreed(
+        {"watch", "DM:0:5", "CIO_bit:3.4:20", "C:9", "--until-stable", "--scan-interval", "20"})));
     expectPairs(agreed({"recipe", "download", recipe, "--values", values}));
     expectPairs(agreed({"recipe", "upload", recipe}));
 }
