@@ -81,14 +81,15 @@ public:
         return settings;
     }
 
-    const std::optional<QString>& error() const { return error_; }
+    const QStringList& error() const { return error_; }
 
 private:
     QString value(const char* name) const { return parser_.value(text(name)); }
 
     void fail(const char* name, const QString& expected) {
-        if (!error_) {
-            error_ = text("--%1 \"%2\": expected %3").arg(text(name), value(name), expected);
+        if (error_.isEmpty()) {
+            error_ = QStringList{
+                text("--%1 \"%2\": expected %3").arg(text(name), value(name), expected)};
         }
     }
 
@@ -161,24 +162,27 @@ private:
         if (!parser_.isSet(text("faults"))) {
             return;
         }
-        // In one line, so that the mark below it stands under its column.
+        // In one line whose characters all have a width, so that the mark below it stands under its
+        // column.
         QString script = value("faults");
-        std::replace_if(
-            script.begin(), script.end(), [](QChar c) { return c.isSpace(); }, QLatin1Char(' '));
+        for (QChar& c : script) {
+            c = c.isSpace() ? QLatin1Char(' ') : c.isPrint() ? c : QLatin1Char('?');
+        }
         // Latin-1 has one byte for each character, so that columns are characters.
         ParsedFaults parsed = parseFaultScript(script.toLatin1().toStdString());
-        if (parsed.error && !error_) {
+        if (parsed.error && error_.isEmpty()) {
             const int column = static_cast<int>(parsed.error->column);
+            const QString message = QString::fromStdString(parsed.error->message);
             error_ =
-                text("--faults, column %1: %2\n  %3\n  %4")
-                    .arg(QString::number(column), QString::fromStdString(parsed.error->message),
-                         script, QString(column - 1, QLatin1Char(' ')) + QLatin1Char('^'));
+                QStringList{text("--faults, column %1: %2").arg(QString::number(column), message),
+                            text("  ") + script,
+                            text("  ") + QString(column - 1, QLatin1Char(' ')) + text("^")};
         }
         settings.faults = std::move(parsed.rules);
     }
 
     const QCommandLineParser& parser_;
-    std::optional<QString> error_;
+    QStringList error_;
 };
 
 } // namespace
@@ -195,14 +199,14 @@ CommandLine readCommandLine(const QStringList& arguments) {
 
     CommandLine line;
     if (!parser.parse(arguments)) {
-        line.error = parser.errorText() + text(" Try --help.");
+        line.error = QStringList{parser.errorText() + text(" Try --help.")};
     } else if (parser.isSet(help)) {
         line.information = parser.helpText();
     } else if (parser.isSet(version)) {
         line.information = text("velkor-plc " VELKOR_VERSION "\n");
     } else if (!parser.positionalArguments().isEmpty()) {
-        line.error = text("\"%1\": expected options only; try --help")
-                         .arg(parser.positionalArguments().constFirst());
+        line.error = QStringList{text("\"%1\": expected options only; try --help")
+                                     .arg(parser.positionalArguments().constFirst())};
     } else {
         Checker checker(parser);
         line.settings = checker.settings();

@@ -30,8 +30,8 @@ struct CommandLine {
     Settings settings;
     // Something to print on the standard output instead of running: help or version.
     std::optional<QString> information;
-    // What is wrong; the program is not to run.
-    std::optional<QString> error;
+    // What is wrong, in lines; the program is not to run. Quotes the arguments as they are.
+    QStringList error;
 };
 
 CommandLine readCommandLine(const QStringList& arguments);

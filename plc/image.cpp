@@ -10,6 +10,7 @@ namespace {
 
 constexpr std::uint32_t kWordsOfLine = 8;
 const char* const kFlagSuffix = "-flag";
+const std::string kByteOrderMark = "\xEF\xBB\xBF"; // some editors put it before UTF-8 text
 
 std::string hex4(std::uint16_t value) {
     std::array<char, 8> text{};
@@ -34,6 +35,12 @@ void writeLines(std::ostream& out, const std::string& name, const std::string& z
             out << name << " " << first << ":" << values << "\n";
         }
     }
+}
+
+// A piece of the file for a message: as it is, but no longer than a person reads.
+std::string quoted(const std::string& text) {
+    constexpr std::size_t kMost = 40; // bytes
+    return "'" + (text.size() > kMost ? text.substr(0, kMost) + "..." : text) + "'";
 }
 
 bool parseDecimal(const std::string& text, std::uint32_t& value) {
@@ -83,20 +90,24 @@ std::string store(Memory& memory, const Target& target, std::uint32_t address,
     }
     if (target.flags) {
         if (value != "0" && value != "1") {
-            return "'" + value + "' is no flag; expected 0 or 1";
+            return quoted(value) + " is no flag; expected 0 or 1";
         }
         memory.setFlag(target.area, address, value == "1");
         return "";
     }
     std::uint16_t word = 0;
     if (!parseHex4(value, word)) {
-        return "'" + value + "' is no word; expected four hex digits as in 04D2";
+        return quoted(value) + " is no word; expected four hex digits as in 04D2";
     }
     memory.setWord(target.area, address, word);
     return "";
 }
 
 std::string readLine(const std::string& line, Memory& memory) {
+    const std::size_t nul = line.find('\0');
+    if (nul != std::string::npos) {
+        return "column " + std::to_string(nul + 1) + " is a NUL byte; an image is plain text";
+    }
     std::istringstream in(line.substr(0, line.find('#')));
     std::string name;
     if (!(in >> name)) {
@@ -104,15 +115,15 @@ std::string readLine(const std::string& line, Memory& memory) {
     }
     const auto target = targetNamed(name);
     if (!target) {
-        return "'" + name +
-               "' is no area; expected CIO, WR, HR, AR, T, C, DM, EM0, T-flag or C-flag";
+        return quoted(name) +
+               " is no area; expected CIO, WR, HR, AR, T, C, DM, EM0, T-flag or C-flag";
     }
     std::string start;
     in >> start;
     std::uint32_t address = 0;
     if (start.empty() || start.back() != ':' ||
         !parseDecimal(start.substr(0, start.size() - 1), address)) {
-        return "'" + start + "' is no address; expected a number and a colon as in 100:";
+        return quoted(start) + " is no address; expected a number and a colon as in 100:";
     }
     std::string value;
     bool anything = false;
@@ -148,7 +159,9 @@ std::string imageText(const Memory& memory) {
 
 std::optional<ImageError> readImage(const std::string& text, Memory& memory) {
     Memory loaded;
-    std::istringstream in(text);
+    std::istringstream in(text.compare(0, kByteOrderMark.size(), kByteOrderMark) == 0
+                              ? text.substr(kByteOrderMark.size())
+                              : text);
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
         const std::string wrong = readLine(line, loaded);

@@ -6,7 +6,8 @@
 //     T-flag 0: 1 0 1
 //
 // Areas are CIO, WR, HR, AR, T, C, DM and EM0, words four hex digits; "T-flag" and "C-flag" lines
-// hold completion flags, each 0 or 1. What no line names is 0.
+// hold completion flags, each 0 or 1. What no line names is 0. A byte order mark of UTF-8 before
+// the first line is skipped; a NUL byte anywhere is refused.
 #pragma once
 
 #include <optional>
@@ -17,8 +18,8 @@
 namespace plc {
 
 struct ImageError {
-    int line = 0; // from 1
-    std::string message;
+    int line = 0;        // from 1
+    std::string message; // quotes the file as it is, control characters too
 };
 
 // Lines of at most eight words; runs of zeros are left out.

@@ -3,9 +3,9 @@
 #include <QtCore/QDateTime>
 #include <QtNetwork/QNetworkDatagram>
 
-#include <cstdio>
 #include <limits>
 
+#include "plc/output.h"
 #include "plc/trace.h"
 
 namespace plc {
@@ -102,7 +102,7 @@ QString UdpServer::counts() const {
 }
 
 void UdpServer::receiveAll() {
-    while (socket_.hasPendingDatagrams()) {
+    while (traceError_.isEmpty() && socket_.hasPendingDatagrams()) {
         const QNetworkDatagram datagram = socket_.receiveDatagram();
         if (datagram.isValid()) {
             receive(toBytes(datagram.data()),
@@ -150,8 +150,8 @@ void UdpServer::sendLater(const Outgoing& outgoing) {
 void UdpServer::send(const Outgoing& outgoing) {
     const QByteArray bytes = toByteArray(outgoing.bytes);
     if (socket_.writeDatagram(bytes, QHostAddress(outgoing.peer.address), outgoing.peer.port) < 0) {
-        std::fprintf(stderr, "velkor-plc: no reply sent to %s: %s\n",
-                     qPrintable(peerText(outgoing.peer)), qPrintable(socket_.errorString()));
+        complain({QStringLiteral("no reply sent to %1: %2")
+                      .arg(peerText(outgoing.peer), socket_.errorString())});
         return;
     }
     ++sent_;
@@ -168,9 +168,14 @@ void UdpServer::letTimePass() {
     tank_.advance(core_.memory(), seconds, core_.mode() != Mode::Program);
 }
 
-void UdpServer::trace(const QString& line) const {
-    std::printf("%s\n", qPrintable(line));
-    std::fflush(stdout);
+void UdpServer::trace(const QString& line) {
+    if (!traceError_.isEmpty()) {
+        return;
+    }
+    traceError_ = say(line + QLatin1Char('\n'));
+    if (!traceError_.isEmpty()) {
+        onTraceLost();
+    }
 }
 
 } // namespace plc

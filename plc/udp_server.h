@@ -7,7 +7,7 @@
 #include <QtCore/QTimer>
 #include <QtNetwork/QUdpSocket>
 
-#include <optional>
+#include <functional>
 
 #include "plc/command_line.h"
 #include "plc/faulty_line.h"
@@ -32,19 +32,25 @@ public:
     // "stopped: requests 40, replies 37, refused 2, ignored 1; faults: drop 3"
     QString counts() const;
 
+    // Called once, when a line of the trace could not be written; what is received after that stays
+    // unanswered. traceError() says why.
+    std::function<void()> onTraceLost = [] {};
+    const QString& traceError() const { return traceError_; }
+
 private:
     void receiveAll();
     void receive(const Bytes& datagram, const Peer& from);
     void send(const Outgoing& outgoing);
     void sendLater(const Outgoing& outgoing);
     void letTimePass();
-    void trace(const QString& line) const;
+    void trace(const QString& line);
 
     const Settings settings_;
     Core core_;
     FaultyLine line_;
     Tank tank_;
     unsigned long sent_ = 0;
+    QString traceError_;
     QUdpSocket socket_;
     QTimer processTimer_;
     QElapsedTimer sinceLastStep_;

@@ -1,116 +1,9 @@
-// velkor-plc as a program: started at a port of the kernel's choice, spoken to over loopback UDP.
-// A reply that must not come is shown by the next one, which comes first; nothing waits for
-// silence.
-#include "endtoend/process_signal.h"
+// What velkor-plc does at its port and with its options.
+#include "endtoend/plc_program.h"
 
-#include <gtest/gtest.h>
-
-#include <QtCore/QCoreApplication>
 #include <QtCore/QDateTime>
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QProcess>
-#include <QtCore/QTemporaryDir>
-#include <QtNetwork/QNetworkDatagram>
-#include <QtNetwork/QUdpSocket>
-
-#include <stdexcept>
 
 namespace {
-
-constexpr int kPatienceMs = 10000;
-
-QString latin(const char* text) {
-    return QString::fromLatin1(text);
-}
-
-class PlcProgram : public testing::Test {
-protected:
-    ~PlcProgram() override {
-        if (signalProcess(process_.processId(), SIGKILL)) {
-            process_.waitForFinished(kPatienceMs);
-        }
-    }
-
-    // Throws when it does not start, which ends the test: nothing after it could hold.
-    void start(const QStringList& arguments, const QString& listen = latin("127.0.0.1:0")) {
-        process_.start(latin(VELKOR_PLC_PROGRAM),
-                       QStringList{latin("--listen"), listen} + arguments);
-        if (!process_.waitForStarted(kPatienceMs)) {
-            throw std::runtime_error("velkor-plc did not start");
-        }
-    }
-
-    // Starts it and takes the port from its first line.
-    void serve(const QStringList& arguments = {}) {
-        start(arguments);
-        const QString line = readLine();
-        const QString begin = latin("listening on 127.0.0.1:");
-        if (!line.startsWith(begin)) {
-            throw std::runtime_error("velkor-plc does not listen: " + line.toStdString());
-        }
-        port_ = line.mid(begin.size()).toUShort();
-        ASSERT_TRUE(socket_.bind(QHostAddress(QHostAddress::LocalHost), 0));
-    }
-
-    QString readLine() {
-        QElapsedTimer timer;
-        timer.start();
-        while (!process_.canReadLine() && timer.elapsed() < kPatienceMs &&
-               process_.state() != QProcess::NotRunning) {
-            process_.waitForReadyRead(100);
-        }
-        return QString::fromLatin1(process_.readLine()).trimmed();
-    }
-
-    // SID and what follows it, as hex text.
-    void send(const char* sidCommandAndParameters) {
-        const QByteArray frame =
-            QByteArray::fromHex(QByteArray("800002000000000500") + sidCommandAndParameters);
-        ASSERT_EQ(socket_.writeDatagram(frame, QHostAddress(QHostAddress::LocalHost), port_),
-                  frame.size());
-    }
-
-    QByteArray receive() {
-        if (!socket_.hasPendingDatagrams() && !socket_.waitForReadyRead(kPatienceMs)) {
-            return "nothing came";
-        }
-        const QByteArray data = socket_.receiveDatagram().data();
-        // header up to the SID, the PLC's own node as source
-        return data.startsWith(QByteArray::fromHex("c00002000500000100"))
-                   ? data.mid(9).toHex(' ')
-                   : QByteArray("odd header ") + data.toHex(' ');
-    }
-
-    void stop(int signal) {
-        ASSERT_TRUE(signalProcess(process_.processId(), signal));
-        ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
-    }
-
-    // Everything after the listening line.
-    std::string output() { return process_.readAllStandardOutput().toStdString(); }
-    QString complaint() { return QString::fromLatin1(process_.readAllStandardError()); }
-
-    void expectRefusal(const QStringList& arguments, int exitCode, const QStringList& says) {
-        process_.start(latin(VELKOR_PLC_PROGRAM), arguments);
-        ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
-        EXPECT_EQ(process_.exitStatus(), QProcess::NormalExit);
-        EXPECT_EQ(process_.exitCode(), exitCode);
-        const QString told = complaint();
-        for (const QString& part : says) {
-            EXPECT_TRUE(told.contains(part)) << qPrintable(told);
-        }
-        EXPECT_EQ(output(), "");
-    }
-
-    int argc_ = 1;
-    char name_[9] = "endtoend";
-    char* argv_[2] = {name_, nullptr};
-    QCoreApplication application_{argc_, argv_};
-    QProcess process_;
-    QUdpSocket socket_;
-    quint16 port_ = 0;
-};
 
 TEST_F(PlcProgram, exchange_writeAndRead_isAnsweredOverUdp) {
     serve();
@@ -263,33 +156,6 @@ TEST_F(PlcProgram, trace_printsRequestAndReply) {
     EXPECT_EQ(readLine(), latin("#1 to %1: sid 2B: 0000 normal, 2 bytes: 00 00").arg(from));
 }
 
-TEST_F(PlcProgram, image_isSavedAtTheEndAndLoadedAtTheStart) {
-    QTemporaryDir folder;
-    const QString file = folder.filePath(latin("memory.txt"));
-    serve({latin("--image"), file});
-    send("01 0102 82006400 0002 1234 ABCD");
-    EXPECT_EQ(receive(), "01 01 02 00 00");
-    stop(SIGTERM);
-    QFile saved(file);
-    ASSERT_TRUE(saved.open(QIODevice::ReadOnly));
-    EXPECT_TRUE(saved.readAll().contains("\nDM 96: 0000 0000 0000 0000 1234 ABCD 0000 0000\n"));
-    socket_.close();
-    serve({latin("--image"), file});
-    send("01 0101 82006400 0002");
-    EXPECT_EQ(receive(), "01 01 01 00 00 12 34 ab cd");
-}
-
-TEST_F(PlcProgram, image_wrongLine_isNamedWithItsFile) {
-    QTemporaryDir folder;
-    const QString file = folder.filePath(latin("memory.txt"));
-    QFile out(file);
-    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
-    out.write("DM 0: 0001\nDM 1: 5\n");
-    out.close();
-    expectRefusal({latin("--listen"), latin("127.0.0.1:0"), latin("--image"), file}, 1,
-                  {file + latin(":2: '5' is no word; expected four hex digits")});
-}
-
 TEST_F(PlcProgram, tank_fillsAsTimePasses) {
     serve({latin("--process"), latin("tank")});
     QElapsedTimer timer;
@@ -350,14 +216,14 @@ TEST_F(PlcProgram, wrongUsage_isRefusedWithWhatWouldBeRight) {
 }
 
 TEST_F(PlcProgram, version_isPrinted) {
-    process_.start(latin(VELKOR_PLC_PROGRAM), {latin("--version")});
+    start({latin("--version")});
     ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
     EXPECT_EQ(process_.exitCode(), 0);
     EXPECT_EQ(output(), "velkor-plc " VELKOR_VERSION "\n");
 }
 
 TEST_F(PlcProgram, help_namesEveryOption) {
-    process_.start(latin(VELKOR_PLC_PROGRAM), {latin("--help")});
+    start({latin("--help")});
     ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
     EXPECT_EQ(process_.exitCode(), 0);
     const std::string help = output();

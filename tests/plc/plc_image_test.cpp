@@ -51,6 +51,35 @@ TEST(PlcImage, read_commentsBlankLinesAndLineEnds_areTaken) {
     EXPECT_TRUE(memory.flag(Area::Timer, 3));
 }
 
+TEST(PlcImage, read_byteOrderMark_isSkipped) {
+    plc::Memory memory;
+    EXPECT_FALSE(plc::readImage("\xEF\xBB\xBF"
+                                "DM 10: 00FF\n",
+                                memory)
+                     .has_value());
+    EXPECT_EQ(memory.word(Area::Dm, 10), 0x00FF);
+}
+
+TEST(PlcImage, read_nulByte_isRefusedWithItsPlace) {
+    using namespace std::string_literals;
+    for (const std::string& text : {"DM 0: 0001\nDM 1:\0 0002\n"s, "\n# 456\0 comment\n"s}) {
+        plc::Memory memory;
+        const auto error = plc::readImage(text, memory);
+        ASSERT_TRUE(error.has_value());
+        EXPECT_EQ(error->line, 2);
+        EXPECT_EQ(error->message.substr(0, 22), "column 6 is a NUL byte");
+        EXPECT_EQ(memory.word(Area::Dm, 0), 0);
+    }
+}
+
+TEST(PlcImage, read_longNonsense_isQuotedInPart) {
+    plc::Memory memory;
+    const auto error = plc::readImage(std::string(100000, 'x'), memory);
+    ASSERT_TRUE(error.has_value());
+    EXPECT_LT(error->message.size(), 200U);
+    EXPECT_NE(error->message.find("xxx...' is no area"), std::string::npos) << error->message;
+}
+
 struct ErrorCase {
     const char* text;
     int line;
