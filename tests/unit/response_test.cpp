@@ -3,6 +3,7 @@
 #include "support/exchange.h"
 
 #include "fins/frame_builder.h"
+#include "fins/plc_mode.h"
 
 #include <algorithm>
 
@@ -317,6 +318,17 @@ TEST_F(Response, dealRcvFrame_framesStillQueued_requestIsNotClosedYet) {
     EXPECT_EQ(1U, deal(readReply(2, {8})));
     EXPECT_EQ(9, driver.readList.at(0).addr);
     EXPECT_EQ(8, hostWord("DM", 2));
+}
+
+TEST_F(Response,
+       dealRcvFrame_nodeRequestQueuedWhileAReadIsInFlight_readIsStoredAndRequestGoesNext) {
+    readInFlight();
+    connectToServer();
+    EXPECT_EQ(1U, answer(Words{0x1234}));
+    EXPECT_EQ(0x1234, hostWord("DM", 100));
+    ASSERT_EQ(1U, ask());
+    EXPECT_EQ(20, out.sendLen);
+    EXPECT_EQ(24, out.rcvLen);
 }
 
 TEST_F(Response, dealRcvFrame_nodeNumbersLearntFromAReadsReply_closeTheReadUndecoded) {
