@@ -1,11 +1,11 @@
 #include "panel/advice.h"
 #include "panel/commands.h"
+#include "panel/file_access.h"
 #include "panel/output.h"
 #include "panel/recipe_file.h"
 #include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
-#include <QtCore/QSaveFile>
 
 namespace panel {
 namespace {
@@ -58,13 +58,15 @@ QString variablesText(const Recipe& recipe) {
 
 int saveUpload(const Context& context, const Recipe& recipe,
                const std::vector<unsigned short>& buffer) {
-    // Written whole or not at all.
-    QSaveFile file(context.options.values);
-    const QByteArray bytes = recipeValuesCsv(recipe, buffer).toUtf8();
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
-        return context.fail(
-            EXIT_WORK_FAILED,
-            QStringLiteral("cannot write %1: %2").arg(context.options.values, file.errorString()));
+    const QString values = recipeValuesCsv(recipe, buffer);
+    if (isStandardOutput(context.options.values)) {
+        context.out << values; // and nothing else: the report would be one more line of values
+        context.out.flush();
+        return EXIT_DONE;
+    }
+    const QString fault = saveFile(context.options.values, values.toUtf8());
+    if (!fault.isEmpty()) {
+        return context.fail(EXIT_WORK_FAILED, fault);
     }
     if (context.options.format == OutputFormat::Table) {
         context.out << "uploaded: " << variablesText(recipe) << " to " << context.options.values

@@ -1,0 +1,85 @@
+#include "panel/file_access.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QSaveFile>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace panel {
+namespace {
+
+QString systemError() {
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+/// False: errno says why.
+bool writeAll(int descriptor, const QByteArray& bytes) {
+    const char* at = bytes.constData();
+    auto left = static_cast<std::size_t>(bytes.size());
+    while (left > 0) {
+        const ssize_t written = ::write(descriptor, at, left);
+        if (written < 0 && errno != EINTR) {
+            return false;
+        }
+        if (written > 0) {
+            at += written;
+            left -= static_cast<std::size_t>(written);
+        }
+    }
+    return true;
+}
+
+/// On its way to the disk; some find out only now that there is no room. False: errno says why.
+bool synchronise(int descriptor) {
+    // A file system that cannot do this has nothing to tell by it.
+    return ::fsync(descriptor) == 0 || errno == EINVAL || errno == ENOTSUP;
+}
+
+/// The result is empty or says what is wrong.
+QString replaceFile(const QString& path, const QByteArray& bytes) {
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) {
+        return file.errorString();
+    }
+    // Past QSaveFile's buffer: that is flushed inside commit(), which takes no notice of a failure
+    // and puts a short file in the old one's place.
+    if (!writeAll(file.handle(), bytes) || !synchronise(file.handle())) {
+        return systemError();
+    }
+    return file.commit() ? QString() : file.errorString();
+}
+
+/// The result is empty or says what is wrong.
+QString writeInto(const QString& path, const QByteArray& bytes) {
+    const int descriptor =
+        ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CLOEXEC | O_NOCTTY);
+    if (descriptor < 0) {
+        return systemError();
+    }
+    const QString fault = writeAll(descriptor, bytes) ? QString() : systemError();
+    return ::close(descriptor) == 0 || !fault.isEmpty() ? fault : systemError();
+}
+
+} // namespace
+
+QString saveFile(const QString& path, const QByteArray& bytes) {
+    struct stat found = {};
+    const bool exists = ::stat(QFile::encodeName(path).constData(), &found) == 0;
+    const QString fault =
+        exists && !S_ISREG(found.st_mode) ? writeInto(path, bytes) : replaceFile(path, bytes);
+    return fault.isEmpty() ? QString() : QStringLiteral("cannot write %1: %2").arg(path, fault);
+}
+
+bool isStandardOutput(const QString& path) {
+    struct stat named = {};
+    struct stat output = {};
+    return ::stat(QFile::encodeName(path).constData(), &named) == 0 &&
+           ::fstat(STDOUT_FILENO, &output) == 0 && named.st_dev == output.st_dev &&
+           named.st_ino == output.st_ino;
+}
+
+} // namespace panel
