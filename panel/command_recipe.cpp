@@ -2,6 +2,7 @@
 #include "panel/commands.h"
 #include "panel/file_access.h"
 #include "panel/output.h"
+#include "panel/printable.h"
 #include "panel/recipe_file.h"
 #include <velkor/host/end_codes.h>
 
@@ -69,8 +70,8 @@ int saveUpload(const Context& context, const Recipe& recipe,
         return context.fail(EXIT_WORK_FAILED, fault);
     }
     if (context.options.format == OutputFormat::Table) {
-        context.out << "uploaded: " << variablesText(recipe) << " to " << context.options.values
-                    << '\n';
+        context.out << "uploaded: " << variablesText(recipe) << " to "
+                    << printable(context.options.values) << '\n';
         context.out.flush();
     }
     return EXIT_DONE;
@@ -99,7 +100,7 @@ int loadValues(const Context& context, const Recipe& recipe, std::vector<unsigne
     if (!unreadable.isEmpty()) {
         return context.fail(EXIT_WRONG_USAGE, unreadable);
     }
-    const QVector<CsvError> errors = readRecipeValues(csv, recipe, buffer);
+    const CsvErrors errors = readRecipeValues(csv, recipe, buffer);
     return errors.isEmpty() ? int(EXIT_DONE) : failWithErrors(context, path, errors);
 }
 

@@ -1,6 +1,7 @@
 #include "host/poll/disjoint_ranges.h"
 #include "panel/advice.h"
 #include "panel/commands.h"
+#include "panel/file_access.h"
 #include "panel/live_screen.h"
 #include "panel/output.h"
 #include "panel/tag_file.h"

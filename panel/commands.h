@@ -54,11 +54,8 @@ private:
     std::unique_ptr<Session> m_session;
 };
 
-/// The whole of a file; a fault names it.
-QString readFile(const QString& path, QByteArray* bytes);
-
 /// Every error with its file and line on standard error.
-int failWithErrors(const Context& context, const QString& file, const QVector<CsvError>& errors);
+int failWithErrors(const Context& context, const QString& file, const CsvErrors& errors);
 
 } // namespace panel
 

@@ -1,5 +1,7 @@
 #include "panel/csv_reader.h"
 
+#include "panel/printable.h"
+
 namespace panel {
 namespace {
 
@@ -142,7 +144,8 @@ private:
 } // namespace
 
 CsvContent parseCsv(const QByteArray& bytes) {
-    QString text = QString::fromUtf8(bytes);
+    // With its length: without, a zero byte would be the end.
+    QString text = QString::fromUtf8(bytes.constData(), bytes.size());
     if (text.startsWith(QChar(0xFEFF))) {
         text.remove(0, 1);
     }
@@ -173,16 +176,27 @@ QString oneLineFault(const QString& text) {
                : QString();
 }
 
+void CsvErrors::append(const CsvError& error) {
+    if (!full()) {
+        m_kept.append(error);
+    }
+}
+
+CsvErrors& CsvErrors::operator+=(const CsvErrors& more) {
+    for (const CsvError& error : more.m_kept) {
+        append(error);
+    }
+    return *this;
+}
+
 QString errorText(const QString& file, const CsvError& error) {
-    return QStringLiteral("%1:%2:%3: %4")
-        .arg(file)
-        .arg(error.line)
-        .arg(error.column)
-        .arg(error.text);
+    const int longest = 500;
+    return QStringLiteral("%1:%2:%3: ").arg(printable(file)).arg(error.line).arg(error.column) +
+           printable(shortened(error.text, longest));
 }
 
 CsvTable::CsvTable(const CsvContent& content, const QStringList& required,
-                   const QStringList& optional, QVector<CsvError>* errors) {
+                   const QStringList& optional, CsvErrors* errors) {
     *errors += content.errors;
     const QString known = (required + optional).join(QLatin1Char(','));
     if (content.rows.isEmpty()) {
@@ -199,6 +213,9 @@ CsvTable::CsvTable(const CsvContent& content, const QStringList& required,
         return;
     }
     for (const CsvField& field : content.rows.first().fields) {
+        if (errors->full()) {
+            return;
+        }
         const QString name = field.text.trimmed();
         if (!required.contains(name) && !optional.contains(name)) {
             errors->append(
@@ -219,7 +236,7 @@ CsvTable::CsvTable(const CsvContent& content, const QStringList& required,
     }
     m_rows = content.rows.mid(1);
     for (const CsvRow& row : m_rows) {
-        if (row.fields.size() > m_columns.size()) {
+        if (row.fields.size() > m_columns.size() && !errors->full()) {
             const CsvField& extra = row.fields.at(m_columns.size());
             errors->append({extra.line, extra.column,
                             QStringLiteral("field %1 is one too many; a line has %2 (put a text "

@@ -29,9 +29,30 @@ struct CsvError {
     QString text; ///< what was wrong and what would be right
 };
 
+/// The faults of a file, in the order in which they were found. The first ones are kept: a file of
+/// another kind has millions, and each is a text.
+class CsvErrors {
+public:
+    static constexpr int MOST = 1000;
+
+    /// Nothing happens when full.
+    void append(const CsvError& error);
+    CsvErrors& operator+=(const CsvErrors& more);
+
+    bool isEmpty() const { return m_kept.isEmpty(); }
+    /// There may have been more; who looks for faults row by row can stop.
+    bool full() const { return size() >= MOST; }
+    int size() const { return static_cast<int>(m_kept.size()); }
+    const CsvError& at(int index) const { return m_kept.at(index); }
+    const CsvError& first() const { return m_kept.first(); }
+
+private:
+    QVector<CsvError> m_kept;
+};
+
 struct CsvContent {
     QVector<CsvRow> rows;
-    QVector<CsvError> errors; ///< not empty: rows are not to be used
+    CsvErrors errors; ///< not empty: rows are not to be used
 };
 
 CsvContent parseCsv(const QByteArray& bytes);
@@ -42,7 +63,7 @@ QString csvLine(const QStringList& fields);
 /// Empty, or that the text has a line end in it: fields in quotes may, names may not.
 QString oneLineFault(const QString& text);
 
-/// "FILE:LINE:COLUMN: TEXT"
+/// "FILE:LINE:COLUMN: TEXT", on one line, safe for a terminal and of moderate length.
 QString errorText(const QString& file, const CsvError& error);
 
 /// A table whose first row names its columns. Rows shorter than the header have empty fields.
@@ -51,7 +72,7 @@ public:
     /// Reads the header. Every name of `required` must be there, every column must be in `required`
     /// or `optional`; faults are appended to `errors`.
     CsvTable(const CsvContent& content, const QStringList& required, const QStringList& optional,
-             QVector<CsvError>* errors);
+             CsvErrors* errors);
 
     const QVector<CsvRow>& rows() const { return m_rows; }
 

@@ -64,7 +64,33 @@ QString writeInto(const QString& path, const QByteArray& bytes) {
     return ::close(descriptor) == 0 || !fault.isEmpty() ? fault : systemError();
 }
 
+QString cannotRead(const QString& path, const QString& fault) {
+    return QStringLiteral("cannot read %1: %2").arg(path, fault);
+}
+
 } // namespace
+
+QString readFile(const QString& path, QByteArray* bytes) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return cannotRead(path, file.errorString());
+    }
+    bytes->clear();
+    QByteArray piece;
+    do {
+        piece = file.read(LONGEST_FILE + 1 - bytes->size());
+        *bytes += piece;
+    } while (!piece.isEmpty() && bytes->size() <= LONGEST_FILE);
+    if (file.error() != QFileDevice::NoError) {
+        return cannotRead(path, file.errorString());
+    }
+    return bytes->size() <= LONGEST_FILE
+               ? QString()
+               : cannotRead(path, QStringLiteral("it is longer than %1 MiB (%2 bytes), the most "
+                                                 "that is read")
+                                      .arg(LONGEST_FILE / (1024 * 1024))
+                                      .arg(LONGEST_FILE));
+}
 
 QString saveFile(const QString& path, const QByteArray& bytes) {
     struct stat found = {};

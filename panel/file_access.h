@@ -8,6 +8,14 @@
 
 namespace panel {
 
+/// The most that is read of a file, in bytes: more than the largest lists of tags have, and still
+/// quickly told to be no such list.
+const int LONGEST_FILE = 8 * 1024 * 1024;
+
+/// The whole of a file, or of a device or a named pipe up to its end; the result is empty or names
+/// the file and says why not. Longer than LONGEST_FILE is refused.
+QString readFile(const QString& path, QByteArray* bytes);
+
 /// Saves `bytes`; the result is empty or names the file and says why not. A file is saved whole or
 /// not at all: on a fault the old one, or none, is there as before. What is no file, such as a
 /// device or a named pipe (which waits for its reader), takes the bytes as they come.

@@ -1,4 +1,5 @@
 #include "panel/commands.h"
+#include "panel/printable.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -51,13 +52,13 @@ int main(int argc, char** argv) {
         return panel::EXIT_DONE;
     }
     if (!parsed.error.isEmpty()) {
-        err << "velkor-panel: " << parsed.error << '\n';
+        err << "velkor-panel: " << panel::printableLines(parsed.error) << '\n';
         return panel::EXIT_WRONG_USAGE;
     }
     panel::DriverApi api;
     const QString unloadable = panel::loadDriver(parsed.options.library, &api);
     if (!unloadable.isEmpty()) {
-        err << "velkor-panel: " << unloadable << '\n';
+        err << "velkor-panel: " << panel::printableLines(unloadable) << '\n';
         return panel::EXIT_WORK_FAILED;
     }
     const panel::DriverCatalogue catalogue(api);

@@ -1,8 +1,8 @@
 #include "panel/capture_file.h"
 #include "panel/commands.h"
+#include "panel/printable.h"
 #include "panel/trace.h"
 
-#include <QtCore/QFile>
 #include <QtNetwork/QHostInfo>
 
 namespace panel {
@@ -63,7 +63,7 @@ QString lookUp(const Context& context, Endpoint* plc) {
 } // namespace
 
 int Context::fail(ExitCode code, const QString& text) const {
-    err << "velkor-panel: " << text << '\n';
+    err << "velkor-panel: " << printableLines(text) << '\n';
     err.flush();
     return code;
 }
@@ -108,21 +108,13 @@ int OpenSession::open(const Context& context) {
     return EXIT_DONE;
 }
 
-QString readFile(const QString& path, QByteArray* bytes) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return QStringLiteral("cannot read %1: %2").arg(path, file.errorString());
-    }
-    *bytes = file.readAll();
-    return QString();
-}
-
-int failWithErrors(const Context& context, const QString& file, const QVector<CsvError>& errors) {
+int failWithErrors(const Context& context, const QString& file, const CsvErrors& errors) {
     for (int index = 0; index < errors.size() && index < MOST_ERRORS_SHOWN; ++index) {
         context.err << errorText(file, errors.at(index)) << '\n';
     }
     if (errors.size() > MOST_ERRORS_SHOWN) {
-        context.err << "... and " << errors.size() - MOST_ERRORS_SHOWN << " more\n";
+        context.err << "... and " << errors.size() - MOST_ERRORS_SHOWN
+                    << (errors.full() ? " or more\n" : " more\n");
     }
     context.err.flush();
     return EXIT_WRONG_USAGE;

@@ -30,6 +30,9 @@ public:
             m_recipe.errors.append({2, 1, QStringLiteral("no variable; a line names one each")});
         }
         for (const CsvRow& row : m_table.rows()) {
+            if (m_recipe.errors.full()) {
+                break;
+            }
             readRow(row);
         }
         if (m_recipe.errors.isEmpty()) {
@@ -271,22 +274,24 @@ QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int statio
     return pieces;
 }
 
-QVector<CsvError> readRecipeValues(const QByteArray& csv, const Recipe& recipe,
-                                   std::vector<unsigned short>* buffer) {
+CsvErrors readRecipeValues(const QByteArray& csv, const Recipe& recipe,
+                           std::vector<unsigned short>* buffer) {
     const CsvContent content = parseCsv(csv);
-    QVector<CsvError> errors = content.errors;
+    CsvErrors errors = content.errors;
+    QHash<QString, const RecipeVariable*> variables;
+    for (const RecipeVariable& variable : recipe.variables) {
+        variables.insert(variable.name, &variable);
+    }
     QHash<QString, int> lines;
-    for (int index = 0; index < content.rows.size(); ++index) {
+    for (int index = 0; index < content.rows.size() && !errors.full(); ++index) {
         const CsvRow& row = content.rows.at(index);
         const CsvField& nameField = row.fields.first();
         const QString given = nameField.text.trimmed();
         if (index == 0 && given == QLatin1String("name")) {
             continue;
         }
-        const auto variable =
-            std::find_if(recipe.variables.begin(), recipe.variables.end(),
-                         [&](const RecipeVariable& known) { return known.name == given; });
-        if (variable == recipe.variables.end()) {
+        const RecipeVariable* const variable = variables.value(given);
+        if (variable == nullptr) {
             errors.append({nameField.line, nameField.column,
                            QStringLiteral("\"%1\" is no variable of the recipe").arg(given)});
         } else if (lines.contains(given)) {
@@ -303,7 +308,7 @@ QVector<CsvError> readRecipeValues(const QByteArray& csv, const Recipe& recipe,
         }
     }
     for (const RecipeVariable& variable : recipe.variables) {
-        if (!lines.contains(variable.name)) {
+        if (!lines.contains(variable.name) && !errors.full()) {
             errors.append({1, 1,
                            QStringLiteral("no values for \"%1\"; right is a line %1 with %2 "
                                           "values")

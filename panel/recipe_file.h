@@ -26,7 +26,7 @@ struct RecipeVariable {
 
 struct Recipe {
     QVector<RecipeVariable> variables; ///< in the file's order
-    QVector<CsvError> errors;          ///< not empty: nothing is to be transferred
+    CsvErrors errors;                  ///< not empty: nothing is to be transferred
 };
 
 /// Columns: name, register, address and, if wanted, count, offset, comment. An empty count means 1;
@@ -44,8 +44,8 @@ QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int statio
 
 /// Rows of a name and one value for each word (0 to 65535, or hexadecimal after 0x); a first row
 /// "name,..." is a header. Every variable needs its row. Fills `buffer`; errors are returned.
-QVector<CsvError> readRecipeValues(const QByteArray& csv, const Recipe& recipe,
-                                   std::vector<unsigned short>* buffer);
+CsvErrors readRecipeValues(const QByteArray& csv, const Recipe& recipe,
+                           std::vector<unsigned short>* buffer);
 
 /// The buffer in the same form.
 QString recipeValuesCsv(const Recipe& recipe, const std::vector<unsigned short>& buffer);

@@ -66,6 +66,9 @@ public:
             m_list.errors.append({2, 1, QStringLiteral("no tag; a line names a tag each")});
         }
         for (const CsvRow& row : m_table.rows()) {
+            if (m_list.errors.full()) {
+                break;
+            }
             readRow(row);
         }
         return m_list;

@@ -12,7 +12,7 @@ namespace panel {
 
 struct TagList {
     QVector<Tag> tags;
-    QVector<CsvError> errors; ///< not empty: nothing is to be polled
+    CsvErrors errors; ///< not empty: nothing is to be polled
 };
 
 /// Columns: name, register, address, type and, if wanted, count, unit, comment, in any order. An

@@ -5,6 +5,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFile>
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -77,6 +78,73 @@ TEST_F(PanelFiles, upload_standardOutputByName_getsTheValuesAndNothingElse) {
     const Ended redirected = panelInShell("exec", arguments, "> " + path("out.csv"));
     EXPECT_EQ(redirected.exitCode, 0) << plain(redirected.err);
     EXPECT_EQ(content("out.csv"), VALUES);
+}
+
+TEST_F(PanelFiles, zeroByteInAnyFile_isRefusedWithItsPlaceAndNothingIsSent) {
+    startPlc();
+    const QByteArray zero(1, '\0');
+    const QString tags =
+        file("tags.csv", "name,register,address,type\na,DM,1,\nb" + zero + ",DM,2,\nc,DM,3,\n");
+    const QString bad = file("bad.csv", "name,register,address\na,DM,1" + zero + "00\n");
+    const QString values = file("values.csv", "a,1,2" + zero + "\n");
+    const struct {
+        QStringList arguments;
+        QString place;
+    } commands[] = {
+        {{"watch", tags, "--until-stable", "--seconds", "5"}, tags + ":3:2: "},
+        {{"recipe", "upload", bad}, bad + ":2:7: "},
+        {{"recipe", "download", recipe(), "--values", values}, values + ":1:6: "},
+    };
+    for (const auto& command : commands) {
+        const Ended ended = panel(command.arguments);
+        EXPECT_EQ(ended.exitCode, 2) << plain(command.place);
+        EXPECT_TRUE(ended.err.startsWith(command.place + "a control character (code 0)"))
+            << plain(ended.err);
+    }
+    EXPECT_EQ(plcRequests(), 0);
+}
+
+TEST_F(PanelFiles, controlCharactersInFilesAndArguments_doNotReachTheTerminal) {
+    const QString evil = QString("x") + QChar(0x1B) + "[31m" + QChar(0x9B) + "2J";
+    const QString header = file("header.csv", (evil + ",register\n").toUtf8());
+    const QStringList commands[] = {
+        {"watch", header},
+        {"recipe", "upload", header},
+        {"watch", evil},
+        {"watch", evil + ":1"},
+        {"check", evil, "1"},
+        {"check", "DM", evil},
+        {evil},
+        {"--format", evil},
+        {"--plc", evil + ":0", "probe"},
+        {"--library", evil, "registers"},
+    };
+    for (const QStringList& command : commands) {
+        const Ended ended = bare(command);
+        EXPECT_NE(ended.exitCode, 0) << plain(command.join(' '));
+        EXPECT_TRUE(ended.err.contains("x\\x1B[31m\\x9B2J")) << plain(ended.err);
+        EXPECT_FALSE(ended.err.contains(QChar(0x1B))) << plain(ended.err);
+        EXPECT_FALSE(ended.err.contains(QChar(0x9B))) << plain(ended.err);
+    }
+}
+
+TEST_F(PanelFiles, inputWithoutEnd_isRefused) {
+    for (const char* device : {"/dev/zero", "/dev/full"}) {
+        const Ended ended = bare({"watch", device});
+        EXPECT_EQ(ended.exitCode, 2);
+        EXPECT_TRUE(ended.err.contains("longer than 8 MiB (8388608 bytes)")) << plain(ended.err);
+    }
+}
+
+TEST_F(PanelFiles, longestFileOfCommas_isRefusedInModerateMemory) {
+    const QString commas = file("commas.csv", QByteArray(8 * 1024 * 1024, ','));
+    const Ended ended = bare({"watch", commas});
+    rusage used = {};
+    ASSERT_EQ(getrusage(RUSAGE_CHILDREN, &used), 0);
+    EXPECT_LT(used.ru_maxrss, 1024 * 1024); // KiB
+    EXPECT_EQ(ended.exitCode, 2) << plain(ended.err);
+    EXPECT_TRUE(ended.err.startsWith(commas + ":1:1: \"\" is no column")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.endsWith("... and 980 or more\n")) << plain(ended.err);
 }
 
 } // namespace

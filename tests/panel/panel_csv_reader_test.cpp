@@ -86,6 +86,39 @@ const BadCase BAD_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Panel, ParseCsvFault, testing::ValuesIn(BAD_CASES),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(ParseCsv, zeroByte_isNamedWithItsPlaceAndCutsNothing) {
+    const CsvContent content = parseCsv(QByteArray("a,b\nc\0d,e\nf,g\n", 14));
+    ASSERT_EQ(content.errors.size(), 1);
+    EXPECT_EQ(plain(errorText("t.csv", content.errors.first())),
+              "t.csv:2:2: a control character (code 0); a file of values is plain text");
+    EXPECT_EQ(content.rows.size(), 3);
+}
+
+TEST(CsvErrors, faultsWithoutEnd_areKeptUpToABound) {
+    CsvErrors errors;
+    for (int line = 1; line <= CsvErrors::MOST; ++line) {
+        EXPECT_FALSE(errors.full());
+        errors.append({line, 1, "wrong"});
+    }
+    EXPECT_TRUE(errors.full());
+    errors.append({CsvErrors::MOST + 1, 1, "wrong"});
+    EXPECT_EQ(errors.size(), CsvErrors::MOST);
+    EXPECT_EQ(errors.at(CsvErrors::MOST - 1).line, CsvErrors::MOST);
+}
+
+TEST(ErrorText, controlCharacters_areWrittenOut) {
+    EXPECT_EQ(plain(errorText("a\x1b[2J.csv", {2, 3, "\"\x1b]0;x\x07\ny\" is no register"})),
+              "a\\x1B[2J.csv:2:3: \"\\x1B]0;x\\x07\\x0Ay\" is no register");
+}
+
+TEST(ErrorText, longText_isShortenedInTheMiddle) {
+    const QString text = errorText(
+        "t.csv", {1, 1, "\"" + QString(1000000, 'x') + "\" is no column; the columns are a,b"});
+    EXPECT_LT(text.size(), 600);
+    EXPECT_TRUE(text.startsWith("t.csv:1:1: \"xxx")) << plain(text);
+    EXPECT_TRUE(text.endsWith("xxx\" is no column; the columns are a,b")) << plain(text);
+}
+
 TEST(CsvLine, fieldsThatNeedIt_areQuoted) {
     EXPECT_EQ(plain(csvLine({"a", "b,c", "d\"e", "f\ng"})), "a,\"b,c\",\"d\"\"e\",\"f\ng\"");
 }
@@ -96,21 +129,21 @@ TEST(CsvLine, parsedAgain_givesTheSameFields) {
 }
 
 TEST(CsvTable, columnsInAnyOrder_areFoundByName) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv("b,a\n1,2\n"), {"a"}, {"b"}, &errors);
     EXPECT_TRUE(errors.isEmpty());
     EXPECT_EQ(plain(table.field(table.rows().at(0), "a").text), "2");
 }
 
 TEST(CsvTable, missingColumn_isAnError) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv("b\n"), {"a"}, {"b"}, &errors);
     ASSERT_EQ(errors.size(), 1);
     EXPECT_TRUE(errors.first().text.contains("\"a\" is missing"));
 }
 
 TEST(CsvTable, unknownColumn_isNamedWithItsPlace) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv("a,zz\n"), {"a"}, {}, &errors);
     ASSERT_EQ(errors.size(), 1);
     EXPECT_EQ(plain(errorText("t.csv", errors.first())),
@@ -118,7 +151,7 @@ TEST(CsvTable, unknownColumn_isNamedWithItsPlace) {
 }
 
 TEST(CsvTable, semicolons_areNamedInsteadOfEveryColumn) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv("a;b\n1;2\n"), {"a", "b"}, {}, &errors);
     ASSERT_EQ(errors.size(), 1);
     EXPECT_EQ(plain(errorText("t.csv", errors.first())),
@@ -126,15 +159,21 @@ TEST(CsvTable, semicolons_areNamedInsteadOfEveryColumn) {
 }
 
 TEST(CsvTable, tooManyFields_isAnErrorAtTheFirstOne) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv("a,b\n1,2,3\n"), {"a", "b"}, {}, &errors);
     ASSERT_EQ(errors.size(), 1);
     EXPECT_EQ(errors.first().line, 2);
     EXPECT_EQ(errors.first().column, 5);
 }
 
+TEST(CsvTable, manyUnknownColumns_areReportedUpToTheBound) {
+    CsvErrors errors;
+    const CsvTable table(parseCsv(QByteArray(100000, ',')), {"a"}, {}, &errors);
+    EXPECT_EQ(errors.size(), CsvErrors::MOST);
+}
+
 TEST(CsvTable, emptyFile_saysWhatTheFirstLineIs) {
-    QVector<CsvError> errors;
+    CsvErrors errors;
     const CsvTable table(parseCsv(""), {"a"}, {"b"}, &errors);
     ASSERT_EQ(errors.size(), 1);
     EXPECT_TRUE(errors.first().text.contains("a,b"));

@@ -49,6 +49,51 @@ protected:
     QTemporaryDir m_folder;
 };
 
+TEST_F(FileAccess, read_file_givesItsBytes) {
+    ASSERT_EQ(plain(saveFile(path("a"), QByteArray("a\0b\n", 4))), "");
+    QByteArray bytes;
+    EXPECT_EQ(plain(readFile(path("a"), &bytes)), "");
+    EXPECT_EQ(bytes, QByteArray("a\0b\n", 4));
+}
+
+TEST_F(FileAccess, read_longestFile_isTakenAndOneByteMoreIsRefused) {
+    QByteArray bytes;
+    ASSERT_EQ(plain(saveFile(path("a"), QByteArray(LONGEST_FILE, ','))), "");
+    EXPECT_EQ(plain(readFile(path("a"), &bytes)), "");
+    EXPECT_EQ(bytes.size(), LONGEST_FILE);
+    ASSERT_EQ(plain(saveFile(path("a"), QByteArray(LONGEST_FILE + 1, ','))), "");
+    EXPECT_EQ(plain(readFile(path("a"), &bytes)),
+              plain("cannot read " + path("a") +
+                    ": it is longer than 8 MiB (8388608 bytes), the most that is read"));
+}
+
+TEST_F(FileAccess, read_deviceWithoutEnd_isRefused) {
+    for (const char* device : {"/dev/zero", "/dev/full"}) {
+        QByteArray bytes;
+        EXPECT_TRUE(readFile(device, &bytes).contains("longer than 8 MiB")) << device;
+    }
+}
+
+TEST_F(FileAccess, read_folder_isRefused) {
+    QByteArray bytes;
+    const QString fault = readFile(m_folder.path(), &bytes);
+    EXPECT_TRUE(fault.startsWith("cannot read " + m_folder.path() + ": ")) << plain(fault);
+    EXPECT_TRUE(fault.contains("is a directory")) << plain(fault);
+}
+
+TEST_F(FileAccess, read_noSuchFile_isRefused) {
+    QByteArray bytes;
+    EXPECT_EQ(plain(readFile(path("none"), &bytes)),
+              plain("cannot read " + path("none") + ": No such file or directory"));
+}
+
+TEST_F(FileAccess, read_faultWhileReading_isNoShortFile) {
+    QByteArray bytes;
+    // The memory of this program, whose address 0 is not there.
+    EXPECT_EQ(plain(readFile("/proc/self/mem", &bytes)),
+              "cannot read /proc/self/mem: Input/output error");
+}
+
 TEST_F(FileAccess, save_newFile_holdsTheBytes) {
     EXPECT_EQ(plain(saveFile(path("a"), "one\n")), "");
     EXPECT_EQ(content("a"), "one\n");

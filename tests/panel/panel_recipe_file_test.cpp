@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
+
 using namespace panel;
 
 namespace {
@@ -91,7 +93,7 @@ protected:
     std::vector<unsigned short> m_buffer = std::vector<unsigned short>(BUFFER_WORDS, 0);
 
     std::string firstValueError(const char* csv) {
-        const QVector<CsvError> errors = readRecipeValues(csv, m_recipe, &m_buffer);
+        const CsvErrors errors = readRecipeValues(csv, m_recipe, &m_buffer);
         return errors.isEmpty() ? "" : plain(errorText("v.csv", errors.first()));
     }
 };
@@ -115,6 +117,31 @@ TEST_F(RecipeValues, faults_areNamed) {
     EXPECT_EQ(firstValueError("a,1,2\n").rfind("v.csv:1:1: no values for \"b\"", 0), 0U);
     EXPECT_EQ(firstValueError("a,1,2\na,1,2\nb,3\n"),
               "v.csv:2:1: \"a\" has its values in line 1 already");
+}
+
+double cpuSeconds() {
+    timespec used = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
+    return static_cast<double>(used.tv_sec) + static_cast<double>(used.tv_nsec) / 1e9;
+}
+
+/// A search of the recipe for each row would be two thousand million comparisons.
+TEST_F(RecipeValues, largestRecipe_isReadInTimeProportionalToItsLength) {
+    const int count = 32768; // all of DM
+    m_recipe.variables.clear();
+    QByteArray values;
+    for (int word = 0; word < count; ++word) {
+        RecipeVariable variable;
+        variable.name = QString("variable_with_a_name_%1").arg(word);
+        variable.offset = word;
+        m_recipe.variables.append(variable);
+        values += variable.name.toUtf8() + ',' + QByteArray::number(word) + '\n';
+    }
+    m_buffer.assign(count, 0);
+    const double before = cpuSeconds();
+    EXPECT_EQ(firstValueError(values), "");
+    EXPECT_LT(cpuSeconds() - before, 2);
+    EXPECT_EQ(m_buffer.at(count - 1), count - 1);
 }
 
 TEST_F(RecipeValues, writtenOut_canBeReadAgain) {
