@@ -39,7 +39,8 @@ constexpr OptionRow kOptions[] = {
      "Memory to load at the start, if the file exists, and to save at the end."},
     {"faults", "SCRIPT", nullptr,
      "What goes wrong, by request number from 1: \"drop 3; duplicate 5-6; truncate 8 to 13; "
-     "delay 9 by 300ms; late 12; sid+1 10; corrupt 11; silent 20-40; drop 10%\"."},
+     "delay 9 by 300ms; late 12; sid+1 10; corrupt 11; silent 20-40; drop 10%\". On the way to the "
+     "PLC: duplicate-request, truncate-request, delay-request, late-request."},
     {"seed", "N", "1", "Seed of the faults given in percent and of corrupt."},
     {"trace", nullptr, nullptr, "Print every request and reply, decoded, one line each."},
 };

@@ -43,6 +43,18 @@ void apply(const FaultRule& rule, FaultDecision& decision) {
     case FaultVerb::Silent:
         decision.silent = true;
         break;
+    case FaultVerb::DuplicateRequest:
+        decision.duplicateRequest = true;
+        break;
+    case FaultVerb::TruncateRequest:
+        decision.truncateRequestTo = static_cast<std::size_t>(rule.amount);
+        break;
+    case FaultVerb::DelayRequest:
+        decision.delayRequestMs += static_cast<unsigned>(rule.amount);
+        break;
+    case FaultVerb::LateRequest:
+        decision.lateRequest = true;
+        break;
     }
 }
 
@@ -52,22 +64,28 @@ std::vector<FaultVerb> FaultDecision::verbs() const {
     if (silent) {
         return {FaultVerb::Silent};
     }
-    if (drop) {
-        return {FaultVerb::Drop};
-    }
     std::vector<FaultVerb> all;
     const auto add = [&all](bool acts, FaultVerb verb) {
         if (acts) {
             all.push_back(verb);
         }
     };
-    add(duplicate, FaultVerb::Duplicate);
-    add(truncateTo.has_value(), FaultVerb::Truncate);
-    add(delayMs > 0, FaultVerb::Delay);
-    add(late, FaultVerb::Late);
-    add(sidOffset != 0, FaultVerb::Sid);
-    add(corrupt, FaultVerb::Corrupt);
+    add(drop, FaultVerb::Drop);
+    add(!drop && duplicate, FaultVerb::Duplicate);
+    add(!drop && truncateTo.has_value(), FaultVerb::Truncate);
+    add(!drop && delayMs > 0, FaultVerb::Delay);
+    add(!drop && late, FaultVerb::Late);
+    add(!drop && sidOffset != 0, FaultVerb::Sid);
+    add(!drop && corrupt, FaultVerb::Corrupt);
+    add(duplicateRequest, FaultVerb::DuplicateRequest);
+    add(truncateRequestTo.has_value(), FaultVerb::TruncateRequest);
+    add(delayRequestMs > 0, FaultVerb::DelayRequest);
+    add(lateRequest, FaultVerb::LateRequest);
     return all;
+}
+
+bool FaultDecision::requestMeetsFaults() const {
+    return silent || duplicateRequest || lateRequest || truncateRequestTo || delayRequestMs > 0;
 }
 
 FaultPlan::FaultPlan(std::vector<FaultRule> rules, std::uint64_t seed)

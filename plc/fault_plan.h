@@ -12,9 +12,16 @@
 namespace plc {
 
 struct FaultDecision {
-    bool silent = false; // the request is neither executed nor answered; nothing else counts then
-    bool drop = false;   // executed, not answered
-    bool late = false;   // answered when the next request has arrived
+    // The request.
+    bool silent = false; // neither executed nor answered; nothing else counts then
+    bool duplicateRequest = false;
+    bool lateRequest = false;                     // executed after the next request
+    std::optional<std::size_t> truncateRequestTo; // bytes
+    unsigned delayRequestMs = 0;
+
+    // Its reply.
+    bool drop = false; // executed, not answered
+    bool late = false; // answered when the next request has arrived
     bool duplicate = false;
     bool corrupt = false;
     std::optional<std::size_t> truncateTo; // bytes
@@ -22,7 +29,10 @@ struct FaultDecision {
     int sidOffset = 0;
     std::uint64_t noise = 0; // chooses what `corrupt` changes
 
-    // In the order of FaultVerb; empty when nothing goes wrong.
+    // Whether what arrives at the PLC, or when and how often, is something else than what was sent.
+    bool requestMeetsFaults() const;
+
+    // Those that act, in the order of FaultVerb; empty when nothing goes wrong.
     std::vector<FaultVerb> verbs() const;
 };
 

@@ -26,6 +26,10 @@ constexpr std::array<VerbName, kFaultVerbCount> kVerbs = {{
     {FaultVerb::Sid, "sid"},
     {FaultVerb::Corrupt, "corrupt"},
     {FaultVerb::Silent, "silent"},
+    {FaultVerb::DuplicateRequest, "duplicate-request"},
+    {FaultVerb::TruncateRequest, "truncate-request"},
+    {FaultVerb::DelayRequest, "delay-request"},
+    {FaultVerb::LateRequest, "late-request"},
 }};
 
 // Reads a script from left to right; the first thing that is wrong is thrown.
@@ -51,10 +55,10 @@ private:
         do {
             rule.which.push_back(selector());
         } while (take(','));
-        if (rule.verb == FaultVerb::Truncate) {
+        if (rule.verb == FaultVerb::Truncate || rule.verb == FaultVerb::TruncateRequest) {
             expectWord("to", "expected 'to' and the bytes that are left, as in 'truncate 8 to 13'");
             rule.amount = int(number("a number of bytes", 0, kMaxBytes));
-        } else if (rule.verb == FaultVerb::Delay) {
+        } else if (rule.verb == FaultVerb::Delay || rule.verb == FaultVerb::DelayRequest) {
             expectWord("by", "expected 'by' and a time, as in 'delay 9 by 300ms'");
             rule.amount = int(number("a number of milliseconds", 1, kMaxDelayMs));
             expectWord("ms", "expected 'ms' after the time, as in 'delay 9 by 300ms'");
@@ -75,8 +79,8 @@ private:
             }
         }
         position_ = start;
-        fail("expected a fault: drop, duplicate, truncate, delay, late, sid+N, sid-N, corrupt or "
-             "silent");
+        fail("expected a fault: drop, duplicate, truncate, delay, late, sid+N, sid-N, corrupt, "
+             "silent, duplicate-request, truncate-request, delay-request or late-request");
     }
 
     int sidOffset() {
@@ -141,9 +145,10 @@ private:
         }
     }
 
+    // Letters, and hyphens between them: the one of "sid-1" belongs to the number.
     std::string word() {
         const std::size_t start = position_;
-        while (std::isalpha(static_cast<unsigned char>(peek())) != 0) {
+        while (letterAt(position_) || (peek() == '-' && letterAt(position_ + 1))) {
             ++position_;
         }
         return text_.substr(start, position_ - start);
@@ -162,6 +167,10 @@ private:
             ++position_;
         }
         return position_;
+    }
+
+    bool letterAt(std::size_t at) const {
+        return at < text_.size() && std::isalpha(static_cast<unsigned char>(text_[at])) != 0;
     }
 
     bool atEnd() const { return position_ >= text_.size(); }

@@ -1,13 +1,15 @@
-// The text that says which replies go wrong and how:
+// The text that says which requests and replies go wrong and how:
 //
 //     script = rule { ";" rule }
 //     rule   = verb which { "," which } [ "to" BYTES | "by" MILLISECONDS "ms" ]
 //     which  = NUMBER | NUMBER "-" NUMBER | PERCENT "%"
 //     verb   = "drop" | "duplicate" | "truncate" | "delay" | "late" | "corrupt" | "silent"
 //            | "sid+" NUMBER | "sid-" NUMBER
+//            | "duplicate-request" | "truncate-request" | "delay-request" | "late-request"
 //
-// Blanks and line breaks may stand between them. "to" belongs to truncate and "by" to delay, and
-// both need it. Requests are numbered from 1. What each verb does is told in docs/simulated-plc.md.
+// Blanks and line breaks may stand between them. "to" belongs to the truncate verbs and "by" to the
+// delay verbs, and they need it. Requests are numbered from 1. What each verb does is told in
+// docs/simulated-plc.md.
 #pragma once
 
 #include <cstddef>
@@ -17,8 +19,23 @@
 
 namespace plc {
 
-enum class FaultVerb { Drop, Duplicate, Truncate, Delay, Late, Sid, Corrupt, Silent };
-constexpr std::size_t kFaultVerbCount = 8;
+enum class FaultVerb {
+    // What happens to the reply.
+    Drop,
+    Duplicate,
+    Truncate,
+    Delay,
+    Late,
+    Sid,
+    Corrupt,
+    // What happens to the request on its way to the PLC.
+    Silent,
+    DuplicateRequest,
+    TruncateRequest,
+    DelayRequest,
+    LateRequest
+};
+constexpr std::size_t kFaultVerbCount = 12;
 
 const char* nameOf(FaultVerb verb);
 
@@ -32,7 +49,7 @@ struct FaultSelector {
 struct FaultRule {
     FaultVerb verb = FaultVerb::Drop;
     std::vector<FaultSelector> which;
-    int amount = 0; // truncate: bytes left; delay: milliseconds; sid: what is added
+    int amount = 0; // truncate verbs: bytes left; delay verbs: milliseconds; sid: what is added
 };
 
 struct FaultScriptError {

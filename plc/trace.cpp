@@ -172,6 +172,10 @@ std::string describeFaults(const FaultDecision& faults) {
         text += (text.empty() ? "" : ", ") + std::string(nameOf(verb));
         if (verb == FaultVerb::Truncate) {
             text += " to " + std::to_string(faults.truncateTo.value_or(0));
+        } else if (verb == FaultVerb::TruncateRequest) {
+            text += " to " + std::to_string(faults.truncateRequestTo.value_or(0));
+        } else if (verb == FaultVerb::DelayRequest) {
+            text += " by " + std::to_string(faults.delayRequestMs) + "ms";
         } else if (verb == FaultVerb::Delay) {
             text += " by " + std::to_string(faults.delayMs) + "ms";
         } else if (verb == FaultVerb::Sid) {

@@ -115,36 +115,55 @@ void UdpServer::receiveAll() {
 void UdpServer::receive(const Bytes& datagram, const Peer& from) {
     const FaultyLine::Result result = line_.receive(datagram, from);
     if (settings_.trace) {
-        const QString request = QString::fromStdString(describeRequest(datagram));
-        if (result.request) {
-            const std::string faults = describeFaults(result.faults);
-            trace(QStringLiteral("#%1 from %2: %3")
-                      .arg(*result.request)
-                      .arg(peerText(from), request) +
-                  (faults == "none" ? QString()
-                                    : QStringLiteral(" [%1]").arg(QString::fromStdString(faults))));
-        } else {
-            trace(QStringLiteral("ignored from %1: %2").arg(peerText(from), request));
+        traceRequest(datagram, from, result);
+    }
+    settle(result);
+}
+
+void UdpServer::traceRequest(const Bytes& datagram, const Peer& from,
+                             const FaultyLine::Result& result) {
+    const QString request = QString::fromStdString(describeRequest(datagram));
+    if (!result.request) {
+        trace(QStringLiteral("ignored from %1: %2").arg(peerText(from), request));
+        return;
+    }
+    const std::string faults = describeFaults(result.faults);
+    trace(QStringLiteral("#%1 from %2: %3")
+              .arg(QString::number(*result.request), peerText(from), request) +
+          (faults == "none" ? QString()
+                            : QStringLiteral(" [%1]").arg(QString::fromStdString(faults))));
+}
+
+// Traces what has been executed otherwise than it was sent, then sends what is to be sent.
+void UdpServer::settle(const FaultyLine::Result& result) {
+    for (const Arrival& arrival : result.executed) {
+        if (settings_.trace && arrival.faults.requestMeetsFaults()) {
+            trace(QStringLiteral("#%1 arrives: %2")
+                      .arg(QString::number(arrival.request),
+                           QString::fromStdString(describeRequest(arrival.bytes))));
         }
+    }
+    for (const Arrival& arrival : result.delayed) {
+        later(arrival.faults.delayRequestMs, [this, arrival] { settle(line_.arrive(arrival)); });
     }
     for (const Outgoing& outgoing : result.outgoing) {
         if (outgoing.delayMs == 0) {
             send(outgoing);
         } else {
-            sendLater(outgoing);
+            later(outgoing.delayMs, [this, outgoing] { send(outgoing); });
         }
     }
 }
 
-void UdpServer::sendLater(const Outgoing& outgoing) {
+void UdpServer::later(unsigned milliseconds, std::function<void()> what) {
     auto* timer = new QTimer(&socket_);
     timer->setSingleShot(true);
     timer->setTimerType(Qt::PreciseTimer);
-    QObject::connect(timer, &QTimer::timeout, timer, [this, timer, outgoing] {
-        send(outgoing);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, what = std::move(what)] {
+        what();
         timer->deleteLater();
     });
-    timer->start(static_cast<int>(outgoing.delayMs));
+    timer->start(static_cast<int>(milliseconds));
 }
 
 void UdpServer::send(const Outgoing& outgoing) {

@@ -40,8 +40,10 @@ public:
 private:
     void receiveAll();
     void receive(const Bytes& datagram, const Peer& from);
+    void traceRequest(const Bytes& datagram, const Peer& from, const FaultyLine::Result& result);
+    void settle(const FaultyLine::Result& result);
     void send(const Outgoing& outgoing);
-    void sendLater(const Outgoing& outgoing);
+    void later(unsigned milliseconds, std::function<void()> what);
     void letTimePass();
     void trace(const QString& line);
 

@@ -97,6 +97,41 @@ TEST_F(PlcProgram, sidPlusOne_comesWithTheWrongSid) {
     EXPECT_EQ(receive(), "02 01 01 00 00 00 00");
 }
 
+TEST_F(PlcProgram, delayRequest_isExecutedWhenItsTimeHasCome) {
+    serve({latin("--faults"), latin("delay-request 1 by 200ms"), latin("--trace")});
+    QElapsedTimer timer;
+    timer.start();
+    send("01 0102 82000000 0001 1111");
+    send("02 0102 82000000 0001 2222");
+    EXPECT_EQ(receive(), "02 01 02 00 00");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    EXPECT_GE(timer.elapsed(), 199); // whole milliseconds, cut off
+    send("03 0101 82000000 0001");
+    EXPECT_EQ(receive(), "03 01 01 00 00 11 11"); // the older write was executed last
+    const QString from = QStringLiteral("127.0.0.1:%1").arg(socket_.localPort());
+    for (const char* line : {
+             "#1 from %1: sid 01 node 5 to 0: 0102 write DM 0, 1 word: 11 11 "
+             "[delay-request by 200ms]",
+             "#2 from %1: sid 02 node 5 to 0: 0102 write DM 0, 1 word: 22 22",
+             "#2 to %1: sid 02: 0000 normal",
+             "#1 arrives: sid 01 node 5 to 0: 0102 write DM 0, 1 word: 11 11",
+             "#1 to %1: sid 01: 0000 normal",
+         }) {
+        EXPECT_EQ(readLine(), latin(line).replace(latin("%1"), from));
+    }
+}
+
+TEST_F(PlcProgram, lateRequest_isOvertakenByTheNext) {
+    serve({latin("--faults"), latin("late-request 1; duplicate-request 2")});
+    send("01 0102 82000000 0001 1111");
+    send("02 0102 82000000 0001 2222");
+    EXPECT_EQ(receive(), "02 01 02 00 00");
+    EXPECT_EQ(receive(), "02 01 02 00 00");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    send("03 0101 82000000 0001");
+    EXPECT_EQ(receive(), "03 01 01 00 00 11 11");
+}
+
 TEST_F(PlcProgram, corrupt_sameSeed_isTheSameAndNotTheReply) {
     serve({latin("--faults"), latin("corrupt 1"), latin("--seed"), latin("5")});
     send("01 0101 82000000 0001");

@@ -73,6 +73,42 @@ TEST(PlcFaultPlan, verbs_silent_hidesTheOthers) {
               std::vector<plc::FaultVerb>{plc::FaultVerb::Silent});
 }
 
+TEST(PlcFaultPlan, decide_requestVerbs_actOnTheRequestAlone) {
+    const plc::FaultDecision decision =
+        plan("duplicate-request 2; truncate-request 2 to 13; delay-request 2 by 10ms; "
+             "delay-request 2 by 5ms; late-request 2")
+            .decide(2);
+    EXPECT_TRUE(decision.duplicateRequest);
+    EXPECT_EQ(decision.truncateRequestTo, 13U);
+    EXPECT_EQ(decision.delayRequestMs, 15U);
+    EXPECT_TRUE(decision.lateRequest);
+    EXPECT_TRUE(decision.requestMeetsFaults());
+    EXPECT_FALSE(decision.duplicate || decision.late || decision.truncateTo);
+    EXPECT_EQ(decision.delayMs, 0U);
+}
+
+TEST(PlcFaultPlan, requestMeetsFaults_replyFaultsAlone_isFalse) {
+    EXPECT_FALSE(plan("drop 1").decide(1).requestMeetsFaults());
+    EXPECT_FALSE(plan("duplicate 1; truncate 1 to 1; delay 1 by 1ms; late 1; sid+1 1; corrupt 1")
+                     .decide(1)
+                     .requestMeetsFaults());
+    for (const char* script : {"silent 1", "duplicate-request 1", "truncate-request 1 to 1",
+                               "delay-request 1 by 1ms", "late-request 1"}) {
+        EXPECT_TRUE(plan(script).decide(1).requestMeetsFaults()) << script;
+    }
+}
+
+TEST(PlcFaultPlan, verbs_dropWithRequestFaults_tellsBoth) {
+    EXPECT_EQ(
+        plan("drop 1; late 1; duplicate-request 1; truncate-request 1 to 1; "
+             "delay-request 1 by 1ms; late-request 1")
+            .decide(1)
+            .verbs(),
+        (std::vector<plc::FaultVerb>{plc::FaultVerb::Drop, plc::FaultVerb::DuplicateRequest,
+                                     plc::FaultVerb::TruncateRequest, plc::FaultVerb::DelayRequest,
+                                     plc::FaultVerb::LateRequest}));
+}
+
 TEST(PlcFaultPlan, verbs_drop_hidesWhatWouldHaveBeenSent) {
     EXPECT_EQ(plan("drop 1; duplicate 1; delay 1 by 5ms").decide(1).verbs(),
               std::vector<plc::FaultVerb>{plc::FaultVerb::Drop});

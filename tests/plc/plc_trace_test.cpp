@@ -66,4 +66,13 @@ TEST(PlcTrace, describeFaults_several_namesEach) {
     EXPECT_EQ(plc::describeFaults(plan.decide(2)), "none");
 }
 
+TEST(PlcTrace, describeFaults_ofTheRequest_areNamedBehindThoseOfTheReply) {
+    const auto parsed = plc::parseFaultScript(
+        "late-request 1; delay-request 1 by 20ms; truncate-request 1 to 13; drop 1; "
+        "duplicate-request 1");
+    EXPECT_EQ(plc::describeFaults(plc::FaultPlan(parsed.rules, 1).decide(1)),
+              "drop, duplicate-request, truncate-request to 13, delay-request by 20ms, "
+              "late-request");
+}
+
 } // namespace
