@@ -86,6 +86,16 @@ title "Writing the set point of the temperature"
 verify "DM 101 was written" panel write DM 101 650
 verify "the PLC has the new set point" test "$(value DM 101)" = 650
 
+title "Writing to a word that the PLC protects"
+refusal=$(panel write AR 5 1 2>&1)
+refused=$?
+printf '%s\n' "$refusal"
+verify "the refused write ended with exit code 1" test $refused -eq 1
+verify "it was told as refused, with the PLC's end code" \
+    grep -q 'writing AR 5 .* failed: the PLC refused: end code 2101' <<<"$refusal"
+verify "it was not told as written" test "${refusal/written:/}" = "$refusal"
+verify "the PLC has its old value" test "$(value AR 5)" = 0
+
 title "Downloading a recipe of three blocks and reading it back"
 verify "the recipe was downloaded" \
     panel --values $tank/recipe_values.csv recipe download $tank/recipe.csv
