@@ -34,14 +34,15 @@ breach() { # file line included reason
     breaches=$((breaches + 1))
 }
 
-# The folder of the library that a quoted or bracketed path names, if it does.
-library_folder() { # path
+# Whether a quoted or bracketed path names a folder of the library.
+names_library() { # path
     local layer
     for layer in "${layers[@]}"; do
         case $1 in
-        "$layer"/* | */"$layer"/*) echo "$layer" ;;
+        "$layer"/* | */"$layer"/*) return 0 ;;
         esac
     done
+    return 1
 }
 
 # What a file of one layer may include: nothing to the right of its own folder.
@@ -59,7 +60,7 @@ check_layer() { # folder, then the folders it may see
             *) breach "$file" "$line" "$included" "$folder/ may see only: $*" ;;
             esac ;;
         '"'*'"')
-            [ -e "$(dirname "$file")/$path" ] ||
+            [ -e "${file%/*}/$path" ] ||
                 breach "$file" "$line" "$included" "no such file beside it; $folder/ may see only: $*" ;;
         '<QtCore/'*'>') ;;
         '<'*[!a-z_0-9]*'>')
@@ -84,7 +85,7 @@ check_outsider() { # folder installed_headers_allowed(yes|no)
             breach "$file" "$line" "$included" \
                 'the installed headers are <velkor/host_interface.h> and <velkor/records.h>' ;;
         '"'* | '<'*)
-            [ -z "$(library_folder "$path")" ] ||
+            ! names_library "$path" ||
                 breach "$file" "$line" "$included" "$folder/ may not look inside the library" ;;
         *) breach "$file" "$line" "$included" 'an include must name its file' ;;
         esac

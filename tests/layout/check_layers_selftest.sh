@@ -1,7 +1,10 @@
 #!/usr/bin/env bash
 # Feeds tools/check_layers.sh good and bad trees: a check that cannot fail checks nothing.
+# The check is run few times, since each run costs a process for each folder and more: all breaches
+# lie in one tree, and what it names must be exactly they.
 # Usage: check_layers_selftest.sh CHECK
 set -u
+export LC_ALL=C
 check=$(realpath "$1")
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
@@ -11,7 +14,7 @@ failures=0
 put() {
     local file=$tree/$1
     shift
-    mkdir -p "$(dirname "$file")"
+    mkdir -p "${file%/*}"
     printf '%s\n' "$@" >"$file"
 }
 
@@ -29,58 +32,85 @@ good_tree() {
     put plc/codec.cpp '#include "plc/codec.h"' '#include <pcap/pcap.h>'
 }
 
+fail() { # description
+    echo "FAILED: $1; output:" >&2
+    echo "$output" >&2
+    failures=$((failures + 1))
+}
+
 expect() { # description expected_exit expected_line(or empty)
-    local output code
+    local code
     output=$("$check" "$tree" 2>&1)
     code=$?
     if [ "$code" -ne "$2" ] || ! grep -qF -- "$3" <<<"$output"; then
-        echo "FAILED: $1: exit code $code, want $2 and \"$3\"; output:" >&2
-        echo "$output" >&2
-        failures=$((failures + 1))
+        fail "$1: exit code $code, want $2 and \"$3\""
     fi
 }
 
-# breach DESCRIPTION FILE INCLUDE: the file's second line is found and named
+places=() # file:line of each breach of the tree
+names=()  # of what it is a breach
+
+# breach DESCRIPTION FILE INCLUDE: a file that no other call names, whose second line breaks a rule
 breach() {
-    good_tree
+    if [ -e "$tree/$2" ]; then
+        output=
+        fail "$1: $2 is there already"
+    fi
     put "$2" '// a comment' "$3"
-    expect "$1" 1 "$2:2:"
+    places+=("$2:2")
+    names+=("$1")
+}
+
+# Every breach of the tree is named, each once, and nothing else is.
+expect_breaches() {
+    local i found
+    expect 'all breaches' 1 "${#places[@]} include(s)"
+    found=$(sed -nE 's/^([^: ]+:[0-9]+): includes .*/\1/p' <<<"$output" | sort)
+    for i in "${!places[@]}"; do
+        grep -qxF -- "${places[i]}" <<<"$found" || fail "${names[i]}: ${places[i]} is not named"
+    done
+    if [ "$found" != "$(printf '%s\n' "${places[@]}" | sort)" ]; then
+        fail 'more is named than the breaches, or one twice'
+    fi
 }
 
 good_tree
 expect 'a good tree passes' 0 ''
 
-breach 'driver sees data' driver/bad.cpp '#include "data/data_area.h"'
-breach 'driver sees fins' driver/bad.h '#include "fins/wire.h"'
-breach 'data sees scan' data/bad.cpp '#include "scan/merge.h"'
-breach 'scan sees fins' scan/bad.cpp '#include "fins/wire.h"'
-breach 'spaces do not hide it' data/bad.cpp '  #  include   "fins/wire.h" // why not'
-breach 'a way round by ..' data/bad.cpp '#include "../scan/merge.h"'
-breach 'a way round by .. in the middle' data/bad.cpp '#include "data/../scan/merge.h"'
-breach 'a way round by brackets' data/bad.cpp '#include <scan/merge.h>'
-breach 'a sibling that is not there' data/bad.cpp '#include "merge.h"'
-breach 'a macro' driver/bad.cpp '#include HEADER'
-breach 'the library sees the panel' fins/bad.cpp '#include "panel/screen.h"'
-breach 'the library sees the PLC' fins/bad.cpp '#include "plc/codec.h"'
-breach 'the library sees a test' driver/bad.h '#include "tests/support/fresh_driver.h"'
-breach 'more of Qt than QtCore' fins/bad.cpp '#include <QtNetwork/QUdpSocket>'
-breach 'Qt without its module' fins/bad.cpp '#include <QString>'
-breach 'the operating system' driver/bad.cpp '#include <sys/socket.h>'
-breach 'a header of C' driver/bad.cpp '#include <unistd.h>'
-breach 'a deeper folder' driver/deep/bad.cpp '#include "fins/wire.h"'
-breach 'the panel looks inside' panel/bad.cpp '#include "driver/velkor.h"'
-breach 'the panel looks inside from below' panel/deep/bad.cpp '#include "../../data/data_area.h"'
-breach 'the panel takes what is not installed' panel/bad.cpp '#include <velkor/velkor.h>'
-breach 'an example looks inside' examples/bad.cpp '#include "fins/wire.h"'
-breach 'the PLC sees the driver' plc/bad.cpp '#include "driver/byte_order.h"'
-breach 'the PLC sees the frames' plc/bad.cpp '#include "fins/fins_wire.h"'
-breach 'the PLC sees the installed headers' plc/bad.cpp '#include <velkor/records.h>'
+put driver/bad.cpp '// a comment' '#include "data/data_area.h"'
+expect 'one breach is enough' 1 'driver/bad.cpp:2:'
+expect 'one breach is counted' 1 '1 include(s)'
 
 good_tree
-put driver/one.cpp '#include "data/x.h"' '#include "scan/x.h"'
-put plc/two.cpp '#include "fins/x.h"'
-expect 'every breach is counted' 1 '3 include(s)'
-expect 'the second breach of a file is named' 1 'driver/one.cpp:2:'
+breach 'driver sees data' driver/data.cpp '#include "data/data_area.h"'
+breach 'driver sees fins' driver/fins.h '#include "fins/wire.h"'
+breach 'data sees scan' data/scan.cpp '#include "scan/merge.h"'
+breach 'scan sees fins' scan/fins.cpp '#include "fins/wire.h"'
+breach 'spaces do not hide it' data/spaces.cpp '  #  include   "fins/wire.h" // why not'
+breach 'a way round by ..' data/round.cpp '#include "../scan/merge.h"'
+breach 'a way round by .. in the middle' data/middle.cpp '#include "data/../scan/merge.h"'
+breach 'a way round by brackets' data/brackets.cpp '#include <scan/merge.h>'
+breach 'a sibling that is not there' data/sibling.cpp '#include "merge.h"'
+breach 'a macro' driver/macro.cpp '#include HEADER'
+breach 'the library sees the panel' fins/panel.cpp '#include "panel/screen.h"'
+breach 'the library sees the PLC' fins/plc.cpp '#include "plc/codec.h"'
+breach 'the library sees a test' driver/test.h '#include "tests/support/fresh_driver.h"'
+breach 'more of Qt than QtCore' fins/network.cpp '#include <QtNetwork/QUdpSocket>'
+breach 'Qt without its module' fins/string.cpp '#include <QString>'
+breach 'the operating system' driver/socket.cpp '#include <sys/socket.h>'
+breach 'a header of C' driver/unistd.cpp '#include <unistd.h>'
+breach 'a deeper folder' driver/deep/deep.cpp '#include "fins/wire.h"'
+breach 'the panel looks inside' panel/inside.cpp '#include "driver/velkor.h"'
+breach 'the panel looks inside from below' panel/deep/below.cpp '#include "../../data/data_area.h"'
+breach 'the panel takes what is not installed' panel/taken.cpp '#include <velkor/velkor.h>'
+breach 'an example looks inside' examples/inside.cpp '#include "fins/wire.h"'
+breach 'the PLC sees the driver' plc/driver.cpp '#include "driver/byte_order.h"'
+breach 'the PLC sees the frames' plc/frames.cpp '#include "fins/fins_wire.h"'
+breach 'the PLC sees the installed headers' plc/installed.cpp '#include <velkor/records.h>'
+put driver/two.cpp '#include "data/x.h"' '#include "scan/x.h"'
+places+=(driver/two.cpp:1 driver/two.cpp:2)
+names+=('the first breach of a file' 'the second breach of a file')
+expect_breaches
 
 good_tree
 rm -r "$tree/scan"
