@@ -64,6 +64,16 @@ TEST_F(MergeLoop, rangesSplitAtEachOthersEnds_areReadWhole) {
     EXPECT_EQ((Frames{"CIO 0 10"}), readsOf({{"CIO", 0, 2}, {"CIO_bit", 35, 1}, {"CIO", 3, 7}}));
 }
 
+TEST_F(MergeLoop, oneAddressThatThePlcDoesNotHave_failsTheBlockItWasMergedInto) {
+    setPlcWord(plc::Area::Dm, 32767, 7);
+    EXPECT_EQ(1, poll({{"DM", 32767, 1}, {"DM", 32768, 1}}));
+    EXPECT_EQ(8, turn());
+    EXPECT_EQ(8, turn());
+    EXPECT_EQ(2, turn());
+    EXPECT_EQ("14,1,32767,DM", message);
+    EXPECT_EQ(0, hostWord("DM", 32767));
+}
+
 TEST_F(MergeLoop, listThatComesBack_isWhatIsRead) {
     QList<KEY_ADDRESS> keys = keysOf({{"CIO", 0, 10}, {"CIO_bit", 35, 1}, {"DM", 5, 2}});
     ASSERT_EQ(2, merge(keys));

@@ -1,0 +1,2 @@
+// The code of docs/host-guide.md, compiled as it stands there.
+#include "host_guide_code.inc"
