@@ -68,8 +68,12 @@ QString addressText(int address, bool bitRegister) {
                        : QString::number(address);
 }
 
+bool isBitRegister(const QString& name) {
+    return name.endsWith(QLatin1String("_bit"));
+}
+
 QString wordRegisterName(const QString& name) {
-    return name.endsWith(QLatin1String("_bit")) ? name.left(name.size() - 4) : name;
+    return isBitRegister(name) ? name.left(name.size() - 4) : name;
 }
 
 } // namespace velkor_host

@@ -332,6 +332,16 @@ QString parseValues(ValueType type, const QStringList& texts, int wordsForString
     return QString();
 }
 
+Items bitsOf(const Items& words, int firstWord, int bit, int count) {
+    Items bits;
+    bits.reserve(count);
+    for (int at = bit; at < bit + count; ++at) {
+        const quint16 word = words.at(at / 16 - firstWord);
+        bits.append(static_cast<quint16>((word >> (at % 16)) & 1));
+    }
+    return bits;
+}
+
 QByteArray toDriverBytes(const Items& items, bool bitRegister) {
     QByteArray bytes;
     for (const quint16 item : items) {

@@ -57,6 +57,9 @@ protected:
 /// The address in the register's syntax: "100", or "100.5" for a bit register.
 QString addressText(int address, bool bitRegister);
 
+/// Registers whose names end in "_bit" address single bits.
+bool isBitRegister(const QString& name);
+
 /// "CIO" for "CIO_bit"; word registers keep their name.
 QString wordRegisterName(const QString& name);
 

@@ -43,6 +43,10 @@ std::optional<double> numericValue(ValueType type, const Items& items);
 /// `wordsForString` words are filled up with zeros (0: as many as the text needs).
 QString parseValues(ValueType type, const QStringList& texts, int wordsForString, Items* items);
 
+/// `count` bits from bit address `bit` (word * 16 + bit) on, out of words of which the first has
+/// the address `firstWord` and which hold them all.
+Items bitsOf(const Items& words, int firstWord, int bit, int count);
+
 /// The host's side of the driver's buffers: words low byte first, bits one byte each.
 QByteArray toDriverBytes(const Items& items, bool bitRegister);
 Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);

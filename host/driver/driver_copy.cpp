@@ -1,0 +1,135 @@
+#include "host/driver/driver_copy.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QDir>
+#include <QtCore/QFile>
+#include <QtCore/QFileInfo>
+#include <QtCore/QLibrary>
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryFile>
+
+namespace velkor_host {
+namespace {
+
+QString libraryName() {
+    return QStringLiteral("libvelkor.so.1");
+}
+
+/// Where it lies in a build folder, and where it is installed to, seen from the program; then where
+/// the system's loader looks first, and its usual folders.
+QStringList libraryFolders() {
+    const QDir program(QCoreApplication::applicationDirPath());
+    const QString installed = program.absoluteFilePath(QStringLiteral(VELKOR_LIBRARY_FROM_PROGRAM));
+    QStringList folders{program.path(), QDir::cleanPath(installed)};
+    const QString path = QString::fromLocal8Bit(qgetenv("LD_LIBRARY_PATH"));
+    for (const QString& folder : path.split(QLatin1Char(':'))) {
+        if (!folder.isEmpty()) {
+            folders.append(folder);
+        }
+    }
+    folders << QStringLiteral(VELKOR_INSTALLED_LIBRARIES) << QStringLiteral("/usr/local/lib")
+            << QStringLiteral("/usr/lib") << QStringLiteral("/lib");
+    folders.removeDuplicates();
+    return folders;
+}
+
+/// Empty when there is none.
+QString findLibrary() {
+    for (const QString& folder : libraryFolders()) {
+        const QString file = QDir(folder).filePath(libraryName());
+        if (QFileInfo(file).isFile()) {
+            return file;
+        }
+    }
+    return QString();
+}
+
+/// Temporary files may lie where nothing may be executed; shared memory seldom does.
+QStringList foldersForCopies() {
+    QStringList folders{QDir::tempPath(), QString::fromLocal8Bit(qgetenv("XDG_RUNTIME_DIR")),
+                        QStringLiteral("/dev/shm")};
+    folders.removeAll(QString());
+    folders.removeDuplicates();
+    return folders;
+}
+
+QString readLibrary(const QString& path, QByteArray* bytes) {
+    const QString found = path.isEmpty() ? findLibrary() : path;
+    if (found.isEmpty()) {
+        return QStringLiteral("cannot load the driver: there is no %1 in %2")
+            .arg(libraryName(), libraryFolders().join(QStringLiteral(", ")));
+    }
+    if (!QFileInfo(found).isFile()) {
+        return QStringLiteral("cannot load the driver: there is no file %1").arg(found);
+    }
+    QFile file(found);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QStringLiteral("cannot load the driver: cannot read %1: %2")
+            .arg(found, file.errorString());
+    }
+    *bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError || bytes->isEmpty()) {
+        return QStringLiteral("cannot load the driver: cannot read %1: %2")
+            .arg(found, bytes->isEmpty() ? QStringLiteral("it is empty") : file.errorString());
+    }
+    return QString();
+}
+
+} // namespace
+
+DriverCopy::DriverCopy() = default;
+
+DriverCopy::~DriverCopy() {
+    unload();
+}
+
+void DriverCopy::unload() {
+    m_api = DriverApi();
+    if (m_library) {
+        m_library->unload();
+        m_library.reset();
+    }
+}
+
+QString DriverCopy::load(const QString& file) {
+    unload();
+    QByteArray bytes;
+    const QString unreadable = readLibrary(file, &bytes);
+    if (!unreadable.isEmpty()) {
+        return unreadable;
+    }
+    QString fault;
+    for (const QString& folder : foldersForCopies()) {
+        fault = loadCopyIn(folder, bytes);
+        if (fault.isEmpty()) {
+            break;
+        }
+    }
+    if (!fault.isEmpty()) {
+        return QStringLiteral("cannot load the driver: ") + fault;
+    }
+    const QString missing = resolveDriver(m_library.get(), &m_api);
+    if (!missing.isEmpty()) {
+        unload();
+        return QStringLiteral("%1 has no function %2; right is %3")
+            .arg(file.isEmpty() ? findLibrary() : file, missing, libraryName());
+    }
+    return QString();
+}
+
+QString DriverCopy::loadCopyIn(const QString& folder, const QByteArray& bytes) {
+    // The file goes with this object, loaded or not.
+    QTemporaryFile copy(QDir(folder).filePath(QStringLiteral("velkor-XXXXXX.so")));
+    if (!copy.open() || copy.write(bytes) != bytes.size() || !copy.flush()) {
+        return QStringLiteral("cannot write a copy of it in %1: %2")
+            .arg(folder, copy.errorString());
+    }
+    auto library = std::make_unique<QLibrary>(copy.fileName());
+    if (!library->load()) {
+        return library->errorString();
+    }
+    m_library = std::move(library);
+    return QString();
+}
+
+} // namespace velkor_host

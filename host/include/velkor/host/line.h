@@ -1,0 +1,147 @@
+#ifndef VELKOR_HOST_LINE_H
+#define VELKOR_HOST_LINE_H
+
+/// A line to one PLC: the one class that a host needs.
+///
+///     LineSettings settings;
+///     settings.plc = {QHostAddress("192.168.250.1"), 9600};
+///     Line line(settings);
+///     line.onTags = [&](const QVector<int>& changed) { ... line.status(changed.first()) ... };
+///     line.onWrite = [&](const WriteOutcome& outcome) { ... };
+///     QString fault = line.open();
+///     line.setTags(tags);
+///     line.write("DM", 100, {1234});
+///
+/// What a line does. It loads a copy of the driver of its own, owns the socket and everything that
+/// the driver borrows, and polls the tags, all of them once in each scan interval. Writes, one-shot
+/// reads and recipes are done in the order in which they were handed over, one at a time, between
+/// the polls. Lines share nothing: hundreds of them live in one process, on one thread or several.
+///
+/// Thread. A line belongs to the thread that made it: every call, the notices and the destructor
+/// happen there, and the thread runs a Qt event loop.
+///
+/// Notices (the on... members, any of which may be empty) come from that event loop, never from
+/// inside a call of the host's. From inside a notice the host may call anything of the line, close
+/// it, and destroy it. A notice tells what was so when it was noted; status() tells what is so now.
+///
+/// Errors. Texts that are returned are empty when all is well; else they are one sentence for a
+/// person, without a full stop.
+///
+/// Times are microseconds on a clock that never goes back; see now().
+
+#include <velkor/host/outcome.h>
+#include <velkor/host/statistics.h>
+#include <velkor/host/tag.h>
+#include <velkor/host/witness.h>
+
+#include <functional>
+#include <memory>
+
+namespace velkor_host {
+
+struct LineSettings {
+    Endpoint plc;   ///< its IPv4 address and UDP port; these PLCs leave the factory as
+                    ///< 192.168.250.1, port 9600
+    Endpoint local; ///< to send from; the default is any address, any port
+    /// FINS network, node and unit of the PLC (DNA, DA1, DA2), then of this line (SNA, SA1, SA2), 0
+    /// to 255 each. Empty: the nodes are the last octets of the two IPv4 addresses, all else 0.
+    QVector<int> nodes;
+    int wordsPerFrame = 256; ///< longest block, 1 to 503 words; 256 fits every PLC of the family
+    int retries = 3;         ///< tries of a request, 1 to 100
+    int timeoutMs = 500;     ///< wait for the reply to one try, 1 to 60000
+    int scanMs = 200;        ///< from scan to scan, 10 to 60000
+    /// Whether the driver may switch a PLC that refuses a write by its mode to MONITOR. That starts
+    /// the program of a PLC that was stopped, so it is forbidden unless somebody asks for it. With
+    /// it, `retries` of 2 or more are needed.
+    bool allowModeChange = false;
+    int refusedRetryMs = 10000; ///< between tries of words that the PLC has refused to give
+    /// The driver's file; empty: libvelkor.so.1 beside the program, else where this layer was
+    /// installed, else where the system looks.
+    QString driverFile;
+};
+
+class Line {
+public:
+    explicit Line(const LineSettings& settings);
+    /// Closes it; what close() would have told is not told any more.
+    ~Line();
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+
+    /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
+    QString open();
+    /// Ends everything: each write, read and recipe that is not settled is told as Unknown, NotSent
+    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead. The tags are
+    /// kept, and polled again after the next open(). Does nothing when closed.
+    void close();
+    bool isOpen() const;
+
+    const LineSettings& settings() const;
+    /// As used: DNA, DA1, DA2, SNA, SA1, SA2. Empty before the first open().
+    QVector<int> nodes() const;
+    /// The address and port that the socket was given. A null address when closed.
+    Endpoint localEndpoint() const;
+
+    /// What is polled from now on, instead of what was. All states begin with NotRead; no reading
+    /// made for the old list is credited to the new one. Writes and reads under way are not
+    /// touched. A text says which tag is wrong (register unknown to the driver, address out of its
+    /// range, type that does not fit, count below 1); then nothing has changed. Needs an open line.
+    QString setTags(const QVector<Tag>& tags);
+    const QVector<Tag>& tags() const;
+    /// `index` as in the list handed to setTags().
+    const TagStatus& status(int index) const;
+    bool allFresh() const;
+
+    /// Queues a write of items (words, low byte first in memory as the machine has them; or bits, 0
+    /// or 1) from `address` on. Its outcome comes by onWrite, exactly once. Returns its id, never
+    /// 0; or 0 when it was not queued: line closed, no such register, or items outside the
+    /// register; `fault`, if given, says which.
+    quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr);
+
+    /// Queues a one-shot read of `count` words or bits. Its outcome comes by onRead. Returns as
+    /// write() does.
+    quint64 read(const QString& reg, int address, int count, QString* fault = nullptr);
+
+    /// Queues a download or an upload. Variables name word registers, share no words, and may come
+    /// in any order. With `readBack` a download is read back and compared. The outcome comes by
+    /// onRecipe. Polling rests while a recipe moves. Returns as write() does.
+    quint64 download(const QVector<RecipeVariable>& recipe, bool readBack = false,
+                     QString* fault = nullptr);
+    quint64 upload(const QVector<RecipeVariable>& recipe, QString* fault = nullptr);
+    /// Ends the recipe under way after the frame in flight (GivenUp), or takes it out of the queue.
+    /// Does nothing when it has ended.
+    void giveUpRecipe(quint64 id);
+
+    /// Writes, reads and recipes that have not been settled.
+    int pending() const;
+
+    /// The tags (indices, ascending, each once) whose state or value has changed.
+    std::function<void(const QVector<int>& changed)> onTags;
+    /// Every polled word has been asked for once since the last such notice.
+    std::function<void()> onScan;
+    std::function<void(const WriteOutcome& outcome)> onWrite;
+    std::function<void(const ReadOutcome& outcome)> onRead;
+    std::function<void(const RecipeOutcome& outcome)> onRecipe;
+    /// Words moved so far, of all.
+    std::function<void(quint64 id, int words, int ofWords)> onRecipeProgress;
+    /// Every request to the PLC, polls included, as it ends.
+    std::function<void(const RequestEnd& end)> onRequest;
+
+    const LinkStatistics& statistics() const;
+    /// The request under way, so far, once a try of it has gone unanswered or has met a closed
+    /// port: why values grow old is known before it has failed for good.
+    std::optional<RequestEnd> requestInTrouble() const;
+    /// Borrowed: it must outlive the line, or be removed.
+    void addWitness(FrameWitness* witness);
+    void removeWitness(FrameWitness* witness);
+
+    qint64 now() const;
+
+private:
+    class Private;
+    std::shared_ptr<Private> d;
+};
+
+} // namespace velkor_host
+
+#endif

@@ -1,0 +1,105 @@
+#ifndef VELKOR_HOST_OUTCOME_H
+#define VELKOR_HOST_OUTCOME_H
+
+/// How a host's writes, one-shot reads and recipes ended. Each is told once.
+
+#include <velkor/host/request_end.h>
+#include <velkor/host/value.h>
+
+#include <QtCore/QVector>
+
+namespace velkor_host {
+
+enum class WriteResult {
+    Taken,   ///< the PLC has acknowledged every item
+    Refused, ///< the PLC has refused a piece (end code in `last`), and has surely not executed it
+    Unknown, ///< a piece was sent and no answer settled what became of it: it may or may not have
+             ///< been executed
+    NotSent  ///< nothing of what is not counted in `taken` has been sent: the line was closed
+};
+
+/// A write longer than a frame goes in pieces, in the order of their addresses; behind a piece that
+/// was not taken nothing more is sent.
+struct WriteOutcome {
+    quint64 id = 0; ///< as Line::write() gave it
+    QString reg;
+    int address = 0;
+    int count = 0; ///< items that were to be written
+    WriteResult result = WriteResult::NotSent;
+    int taken = 0;   ///< items, from the first, that the PLC has acknowledged: it holds them
+    int unknown = 0; ///< items behind those that it may or may not hold (result Unknown)
+    bool modeSwitched = false; ///< for it the PLC was switched to MONITOR mode
+    RequestEnd last;           ///< of the piece that decided; `tries` 0 when nothing was sent
+};
+
+struct ReadOutcome {
+    quint64 id = 0;
+    QString reg;
+    int address = 0;
+    int count = 0;
+    bool ok = false; ///< every item has been read, after Line::read() was called
+    Items items;     ///< all of them, or empty when not ok
+    RequestEnd last; ///< of the piece that failed, or of the last one
+};
+
+/// A run of words of a word register that a recipe moves.
+struct RecipeVariable {
+    QString reg;
+    int address = 0;
+    int count = 1; ///< words
+    Items words;   ///< download: the values, `count` of them; upload: ignored
+};
+
+enum class RecipeDirection {
+    Download, ///< from the host to the PLC
+    Upload    ///< from the PLC to the host
+};
+
+enum class RecipeResult {
+    Done,        ///< every block has been moved (and, if asked for, compared and found equal)
+    Refused,     ///< the PLC has refused a block
+    Unknown,     ///< a block was not answered: a download may or may not have written it
+    Different,   ///< downloaded, but what was read back differs: see `differences`
+    NotVerified, ///< downloaded, every block acknowledged, but reading it back failed
+    GivenUp      ///< by Line::giveUpRecipe() or the line's closing
+};
+
+/// What a recipe became of, block by block, in the order of sending.
+struct RecipeBlock {
+    enum State {
+        Moved,   ///< acknowledged: after a download the PLC holds it
+        Unknown, ///< sent, not answered: the PLC may or may not hold it
+        NotMoved ///< refused or never sent
+    };
+    QString reg;
+    int address = 0;
+    int length = 0; ///< words
+    State state = NotMoved;
+};
+
+struct RecipeDifference {
+    QString reg;
+    int address = 0;
+    quint16 wanted = 0;
+    quint16 found = 0;
+};
+
+struct RecipeOutcome {
+    quint64 id = 0;
+    RecipeDirection direction = RecipeDirection::Download;
+    RecipeResult result = RecipeResult::GivenUp;
+    QVector<RecipeBlock> blocks;
+    QVector<RecipeVariable> variables;     ///< in the host's order; after an upload that is Done,
+                                           ///< `words` holds what the PLC gave
+    QVector<RecipeDifference> differences; ///< of a download that was read back
+    bool modeSwitched = false;             ///< for it the PLC was switched to MONITOR mode
+    RequestEnd last;
+};
+
+/// "DM 100 to 111 written; DM 112 to 120 not known; HR 5 not written": what the PLC holds of a
+/// download that did not end well.
+QString recipeBlocksText(const RecipeOutcome& outcome);
+
+} // namespace velkor_host
+
+#endif

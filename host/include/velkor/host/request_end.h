@@ -1,0 +1,77 @@
+#ifndef VELKOR_HOST_REQUEST_END_H
+#define VELKOR_HOST_REQUEST_END_H
+
+/// How one request to the PLC ended, and what that means to the person at the panel.
+
+#include <velkor/host/endpoint.h>
+
+#include <QtCore/QByteArray>
+#include <QtCore/QStringList>
+#include <QtCore/QVector>
+
+namespace velkor_host {
+
+struct LineSettings;
+
+/// One request: a read or write of at most one frame. It may have taken several frames: resends,
+/// and a change of the PLC's mode.
+struct RequestEnd {
+    bool ok = false;
+    bool write = false;
+    QString reg;     ///< register, as in Tag
+    int address = 0; ///< as in Tag
+    int length = 0;  ///< words, or bits in a bit register
+
+    int tries = 0;           ///< frames sent, mode changes not counted
+    int refusals = 0;        ///< tries that the PLC answered with an error
+    int silent = 0;          ///< tries that no reply ended
+    int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
+    int wrongLength = 0;     ///< replies of a wrong length that carried no error
+    int endCode = -1;        ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
+    bool refused = false;    ///< the last reply carried an error
+    bool modeChange = false; ///< the driver asked the PLC to change to MONITOR mode
+    int modeChangeEnd = -1;  ///< end code of that; -1: no answer
+    int refusalBeforeModeChange = -1; ///< end code that led to it
+    qint64 waited = 0;                ///< microseconds from the first frame to the end
+    qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
+    int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
+
+    /// Nothing was sent, or the PLC answered every try and every answer was an error: it has not
+    /// executed the request.
+    bool surelyNotExecuted() const;
+};
+
+/// What the settings are called where the reader would change them; the defaults name the fields
+/// of LineSettings.
+struct SettingNames {
+    QString plc = QStringLiteral("LineSettings::plc");
+    QString nodes = QStringLiteral("LineSettings::nodes");
+    QString timeout = QStringLiteral("LineSettings::timeoutMs");
+    QString wordsPerFrame = QStringLiteral("LineSettings::wordsPerFrame");
+    QString retries = QStringLiteral("LineSettings::retries");
+    QString allowModeChange = QStringLiteral("LineSettings::allowModeChange");
+};
+
+/// "DM 100 (2 words)", "CIO_bit 3.5 (1 bit)"
+QString requestText(const QString& reg, int address, int length);
+QString requestText(const RequestEnd& end);
+
+/// One line: why the request failed: tries, waiting time, end code in words.
+QString failureReason(const RequestEnd& end, const LineSettings& settings,
+                      const SettingNames& names = SettingNames());
+
+/// The same for a line of limited width, the key words first: "no answer: ...", "port unreachable:
+/// ...", "refused: ...", "wrong length: ...".
+QString shortReason(const RequestEnd& end, const LineSettings& settings);
+
+/// The likely causes, the likeliest first. `nodes` as Line::nodes() gives them.
+QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
+                         const QVector<int>& nodes, const SettingNames& names = SettingNames());
+
+/// Headline and numbered causes, several lines.
+QString failureText(const RequestEnd& end, const LineSettings& settings, const QVector<int>& nodes,
+                    const SettingNames& names = SettingNames());
+
+} // namespace velkor_host
+
+#endif

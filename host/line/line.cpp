@@ -1,0 +1,463 @@
+#include <velkor/host/line.h>
+
+#include "host/driver/driver_copy.h"
+#include "host/line/line_core.h"
+#include "host/line/steady_clock.h"
+#include "host/line/udp_link.h"
+
+#include <velkor/host/driver_registers.h>
+
+#include <QtCore/QRandomGenerator>
+#include <QtCore/QTimer>
+
+#include <algorithm>
+
+namespace velkor_host {
+namespace {
+
+const int SERVICE_IDS = 255; // the driver issues 0 to 254
+
+int lastOctet(const QHostAddress& address) {
+    return static_cast<int>(address.toIPv4Address() & 0xFFU);
+}
+
+QString outOfBounds(const char* name, int value, int lowest, int highest) {
+    return value >= lowest && value <= highest ? QString()
+                                               : QStringLiteral("%1 is %2; right is %3 to %4")
+                                                     .arg(QLatin1String(name))
+                                                     .arg(value)
+                                                     .arg(lowest)
+                                                     .arg(highest);
+}
+
+QString faultIn(const LineSettings& settings) {
+    for (const QString& fault : {outOfBounds("wordsPerFrame", settings.wordsPerFrame, 1, 503),
+                                 outOfBounds("retries", settings.retries, 1, 100),
+                                 outOfBounds("timeoutMs", settings.timeoutMs, 1, 60000),
+                                 outOfBounds("scanMs", settings.scanMs, 10, 60000),
+                                 outOfBounds("refusedRetryMs", settings.refusedRetryMs, 1, 2000000),
+                                 outOfBounds("plc.port", settings.plc.port, 1, 65535)}) {
+        if (!fault.isEmpty()) {
+            return fault;
+        }
+    }
+    if (settings.plc.address.protocol() != QAbstractSocket::IPv4Protocol) {
+        return QStringLiteral("plc.address is \"%1\"; right is an IPv4 address")
+            .arg(settings.plc.address.toString());
+    }
+    const auto wrong = [](int node) { return node < 0 || node > 255; };
+    if (!settings.nodes.isEmpty() &&
+        (settings.nodes.size() != 6 ||
+         std::any_of(settings.nodes.begin(), settings.nodes.end(), wrong))) {
+        return QStringLiteral("nodes; right are none or six numbers from 0 to 255");
+    }
+    return QString();
+}
+
+QString closedText() {
+    return QStringLiteral("the line is closed; open() it first");
+}
+
+} // namespace
+
+/// What lives while the line is open.
+struct Connection {
+    DriverCopy driver;
+    UdpLink link;
+    std::unique_ptr<LineCore> core;
+};
+
+class Line::Private : public std::enable_shared_from_this<Line::Private> {
+public:
+    Private(Line* owner, const LineSettings& lineSettings) : line(owner), settings(lineSettings) {
+        timer.setSingleShot(true);
+        timer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&timer, &QTimer::timeout, &timer, [this] {
+            core()->turn();
+            afterEvent();
+        });
+        delivery.setSingleShot(true);
+        QObject::connect(&delivery, &QTimer::timeout, &delivery, [this] { deliver(); });
+    }
+
+    QString open();
+    void close();
+    LineCore* core() const { return connection ? connection->core.get() : nullptr; }
+
+    QString wrongItems(const QString& reg, int address, qint64 count) const;
+    QString wrongTag(const Tag& tag) const;
+    bool accept(const QString& wrong, QString* fault) const;
+    quint64 recipe(RecipeDirection direction, const QVector<RecipeVariable>& variables,
+                   bool readBack, QString* fault);
+    quint64 newId() { return ++lastId; }
+    void forgetTagNotices();
+    void afterEvent();
+    void armTimer();
+    void collect();
+    bool wanted(const Notice& notice) const;
+    void deliver();
+    void tell(const Notice& notice);
+
+    Line* line; ///< null once it has been destroyed
+    LineSettings settings;
+    SteadyClock clock;
+    DriverRegisters registers;
+    std::unique_ptr<Connection> connection;
+    QVector<int> nodes;
+    QTimer timer;    ///< for the core's due()
+    QTimer delivery; ///< of notices: at once, but never from inside a call or a socket's turn
+    QVector<Tag> tags;
+    TagBoard board;            ///< while closed
+    LinkStatistics statistics; ///< of the last time it was open
+    QVector<FrameWitness*> witnesses;
+    std::deque<Notice> notices;
+    quint64 lastId = 0;
+};
+
+QString Line::Private::open() {
+    QString fault = faultIn(settings);
+    if (!fault.isEmpty()) {
+        return fault;
+    }
+    auto opened = std::make_unique<Connection>();
+    fault = opened->driver.load(settings.driverFile);
+    if (fault.isEmpty() && registers.registers().isEmpty()) {
+        fault = registers.load(settings.driverFile);
+    }
+    if (fault.isEmpty()) {
+        fault = opened->link.bind(settings.local);
+    }
+    if (fault.isEmpty()) {
+        fault = opened->link.connectTo(settings.plc);
+    }
+    if (!fault.isEmpty()) {
+        return fault;
+    }
+    nodes = settings.nodes;
+    if (nodes.isEmpty()) {
+        // These PLCs take the last octet of an IPv4 address for its node number.
+        nodes = {0, lastOctet(settings.plc.address),         0,
+                 0, lastOctet(opened->link.local().address), 0};
+    }
+    // As good as random: what is still under way to this address and port, for an earlier process
+    // or line, does not pass for a reply to a frame of this one.
+    const int skippedServiceIds = QRandomGenerator::system()->bounded(SERVICE_IDS);
+    opened->core = std::make_unique<LineCore>(opened->driver.api(), settings, nodes,
+                                              skippedServiceIds, opened->link, clock);
+    for (FrameWitness* witness : witnesses) {
+        opened->core->addWitness(witness);
+    }
+    opened->link.onDatagram = [this](const QByteArray& datagram) {
+        core()->receive(datagram);
+        afterEvent();
+    };
+    opened->link.onPortRefused = [this] { core()->portRefused(); };
+    connection = std::move(opened);
+    core()->setTags(tags);
+    afterEvent();
+    return QString();
+}
+
+void Line::Private::close() {
+    if (!connection) {
+        return;
+    }
+    timer.stop();
+    core()->close();
+    collect();
+    statistics = core()->statistics();
+    board = TagBoard(tags);
+    connection.reset();
+    afterEvent();
+}
+
+void Line::Private::armTimer() {
+    const qint64 due = connection ? core()->due() : -1;
+    if (due < 0) {
+        timer.stop();
+        return;
+    }
+    const qint64 wait = std::max<qint64>(0, due - clock.now());
+    timer.start(static_cast<int>(std::min<qint64>((wait + 999) / 1000, 60000)));
+}
+
+void Line::Private::afterEvent() {
+    collect();
+    armTimer();
+    if (!notices.empty() && !delivery.isActive()) {
+        delivery.start(0);
+    }
+}
+
+/// Takes over what the core has to tell, and leaves out what nobody listens for.
+void Line::Private::collect() {
+    while (connection) {
+        std::optional<Notice> notice = core()->take();
+        if (!notice) {
+            return;
+        }
+        if (wanted(*notice)) {
+            notices.push_back(std::move(*notice));
+        }
+    }
+}
+
+bool Line::Private::wanted(const Notice& notice) const {
+    return line != nullptr && std::visit(
+                                  [this](const auto& content) {
+                                      using Kind = std::decay_t<decltype(content)>;
+                                      if constexpr (std::is_same_v<Kind, TagsChanged>) {
+                                          return bool(line->onTags);
+                                      } else if constexpr (std::is_same_v<Kind, ScanEnded>) {
+                                          return bool(line->onScan);
+                                      } else if constexpr (std::is_same_v<Kind, RequestEnd>) {
+                                          return bool(line->onRequest);
+                                      } else if constexpr (std::is_same_v<Kind, RecipeProgress>) {
+                                          return bool(line->onRecipeProgress);
+                                      } else {
+                                          return true; // outcomes: the listener may still be set
+                                      }
+                                  },
+                                  notice);
+}
+
+/// The host may close or destroy the line from inside any of these.
+void Line::Private::deliver() {
+    const std::shared_ptr<Private> alive = shared_from_this();
+    while (line != nullptr && !notices.empty()) {
+        const Notice notice = std::move(notices.front());
+        notices.pop_front();
+        tell(notice);
+    }
+    if (line == nullptr) {
+        // This is called by a timer of the object's own: it outlives the call.
+        QTimer::singleShot(0, [alive] {});
+    }
+}
+
+template <typename Listener, typename... Arguments>
+void call(const Listener& listener, const Arguments&... arguments) {
+    if (listener) {
+        const Listener kept = listener; // it may be replaced, or go with the line
+        kept(arguments...);
+    }
+}
+
+void Line::Private::tell(const Notice& notice) {
+    std::visit(
+        [this](const auto& content) {
+            using Kind = std::decay_t<decltype(content)>;
+            if constexpr (std::is_same_v<Kind, TagsChanged>) {
+                call(line->onTags, content.indices);
+            } else if constexpr (std::is_same_v<Kind, ScanEnded>) {
+                call(line->onScan);
+            } else if constexpr (std::is_same_v<Kind, WriteOutcome>) {
+                call(line->onWrite, content);
+            } else if constexpr (std::is_same_v<Kind, ReadOutcome>) {
+                call(line->onRead, content);
+            } else if constexpr (std::is_same_v<Kind, RecipeOutcome>) {
+                call(line->onRecipe, content);
+            } else if constexpr (std::is_same_v<Kind, RecipeProgress>) {
+                call(line->onRecipeProgress, content.id, content.words, content.ofWords);
+            } else {
+                call(line->onRequest, content);
+            }
+        },
+        notice);
+}
+
+/// Empty, or why `count` items from `address` are not items of `reg`.
+QString Line::Private::wrongItems(const QString& reg, int address, qint64 count) const {
+    const RegisterInfo* info = registers.find(reg);
+    if (info == nullptr) {
+        return QStringLiteral("\"%1\" is no register; right is one of %2")
+            .arg(reg, registers.names());
+    }
+    if (address < 0 || count > 0x7FFFFFFF) {
+        return QStringLiteral("%1 %2: %3").arg(reg).arg(address).arg(Catalogue::rangeText(*info));
+    }
+    return registers.check(*info, addressText(address, info->bit), static_cast<int>(count)).text;
+}
+
+QString Line::Private::wrongTag(const Tag& tag) const {
+    if (!typeFitsRegister(tag.type, tag.bitRegister())) {
+        return QStringLiteral("%1 does not fit %2; bool stands in bit registers, every other type "
+                              "in word registers")
+            .arg(valueTypeName(tag.type), tag.reg);
+    }
+    return wrongItems(tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
+}
+
+bool Line::Private::accept(const QString& wrong, QString* fault) const {
+    if (fault != nullptr) {
+        *fault = wrong;
+    }
+    return wrong.isEmpty();
+}
+
+quint64 Line::Private::recipe(RecipeDirection direction, const QVector<RecipeVariable>& variables,
+                              bool readBack, QString* fault) {
+    QString wrong = connection ? QString() : closedText();
+    for (const RecipeVariable& variable : variables) {
+        if (wrong.isEmpty() && isBitRegister(variable.reg)) {
+            wrong = QStringLiteral("%1 is a bit register; a recipe takes word registers")
+                        .arg(variable.reg);
+        }
+        if (wrong.isEmpty()) {
+            wrong = wrongItems(variable.reg, variable.address, variable.count);
+        }
+    }
+    if (wrong.isEmpty()) {
+        wrong = RecipeWork::fault(variables, direction, BoundDriver::RECIPE_WORDS);
+    }
+    if (!accept(wrong, fault)) {
+        return 0;
+    }
+    const quint64 id = newId();
+    core()->recipe(id, direction, variables, readBack);
+    afterEvent();
+    return id;
+}
+
+/// Indices of the old list would be taken for those of the new one.
+void Line::Private::forgetTagNotices() {
+    collect();
+    notices.erase(std::remove_if(notices.begin(), notices.end(),
+                                 [](const Notice& notice) {
+                                     return std::holds_alternative<TagsChanged>(notice);
+                                 }),
+                  notices.end());
+}
+
+// --- The line itself ----------------------------------------------------------------------------
+
+Line::Line(const LineSettings& settings) : d(std::make_shared<Private>(this, settings)) {}
+
+Line::~Line() {
+    d->line = nullptr;
+    d->close();
+    d->notices.clear();
+    d->delivery.stop();
+}
+
+QString Line::open() {
+    return d->connection ? QString() : d->open();
+}
+
+void Line::close() {
+    d->close();
+}
+
+bool Line::isOpen() const {
+    return d->connection != nullptr;
+}
+
+const LineSettings& Line::settings() const {
+    return d->settings;
+}
+
+QVector<int> Line::nodes() const {
+    return d->nodes;
+}
+
+Endpoint Line::localEndpoint() const {
+    return d->connection ? d->connection->link.local() : Endpoint();
+}
+
+QString Line::setTags(const QVector<Tag>& tags) {
+    if (!isOpen()) {
+        return closedText();
+    }
+    for (int index = 0; index < tags.size(); ++index) {
+        const QString wrong = d->wrongTag(tags.at(index));
+        if (!wrong.isEmpty()) {
+            return QStringLiteral("tag %1 (%2): %3").arg(index).arg(tags.at(index).name, wrong);
+        }
+    }
+    d->tags = tags;
+    d->forgetTagNotices();
+    d->core()->setTags(tags);
+    d->afterEvent();
+    return QString();
+}
+
+const QVector<Tag>& Line::tags() const {
+    return d->tags;
+}
+
+const TagStatus& Line::status(int index) const {
+    return (d->connection ? d->core()->board() : d->board).at(index);
+}
+
+bool Line::allFresh() const {
+    return (d->connection ? d->core()->board() : d->board).allFresh();
+}
+
+quint64 Line::write(const QString& reg, int address, const Items& items, QString* fault) {
+    const QString wrong = isOpen() ? d->wrongItems(reg, address, items.size()) : closedText();
+    if (!d->accept(wrong, fault)) {
+        return 0;
+    }
+    const quint64 id = d->newId();
+    d->core()->write(id, reg, address, items);
+    d->afterEvent();
+    return id;
+}
+
+quint64 Line::read(const QString& reg, int address, int count, QString* fault) {
+    const QString wrong = isOpen() ? d->wrongItems(reg, address, count) : closedText();
+    if (!d->accept(wrong, fault)) {
+        return 0;
+    }
+    const quint64 id = d->newId();
+    d->core()->read(id, reg, address, count);
+    d->afterEvent();
+    return id;
+}
+
+quint64 Line::download(const QVector<RecipeVariable>& recipe, bool readBack, QString* fault) {
+    return d->recipe(RecipeDirection::Download, recipe, readBack, fault);
+}
+
+quint64 Line::upload(const QVector<RecipeVariable>& recipe, QString* fault) {
+    return d->recipe(RecipeDirection::Upload, recipe, false, fault);
+}
+
+void Line::giveUpRecipe(quint64 id) {
+    if (isOpen()) {
+        d->core()->giveUpRecipe(id);
+        d->afterEvent();
+    }
+}
+
+int Line::pending() const {
+    return isOpen() ? d->core()->pending() : 0;
+}
+
+const LinkStatistics& Line::statistics() const {
+    return d->connection ? d->core()->statistics() : d->statistics;
+}
+
+std::optional<RequestEnd> Line::requestInTrouble() const {
+    return isOpen() ? d->core()->requestInTrouble() : std::nullopt;
+}
+
+void Line::addWitness(FrameWitness* witness) {
+    d->witnesses.append(witness);
+    if (isOpen()) {
+        d->core()->addWitness(witness);
+    }
+}
+
+void Line::removeWitness(FrameWitness* witness) {
+    d->witnesses.removeAll(witness);
+    if (isOpen()) {
+        d->core()->removeWitness(witness);
+    }
+}
+
+qint64 Line::now() const {
+    return d->clock.now();
+}
+
+} // namespace velkor_host

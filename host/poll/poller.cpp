@@ -1,0 +1,221 @@
+#include "host/poll/poller.h"
+
+#include <algorithm>
+
+namespace velkor_host {
+namespace {
+
+bool same(const WordRange& a, const WordRange& b) {
+    return a.reg == b.reg && a.address == b.address && a.length == b.length;
+}
+
+WordRange rangeOf(const RequestEnd& end) {
+    return {end.reg, end.address, end.length};
+}
+
+} // namespace
+
+Poller::Poller(BoundDriver& driver, const Settings& settings)
+    : m_driver(driver), m_settings(settings), m_pace(settings.scanMs) {}
+
+FetchFunction Poller::fetch() const {
+    return [this](const WordRange& range) {
+        return m_driver.items(range.reg, range.address, range.length);
+    };
+}
+
+void Poller::setTags(const QVector<Tag>& tags, qint64 now) {
+    m_board = TagBoard(tags);
+    m_refused.clear();
+    m_gaps.clear();
+    m_isolations.clear();
+    m_fruitless.clear();
+    m_retries.clear();
+    m_nextRetry = -1;
+    m_scanEnded = false;
+    if (m_oneShot != OneShot::None) {
+        m_oneShot = OneShot::Forgotten;
+    }
+    plan(now);
+}
+
+void Poller::plan(qint64 now) {
+    QVector<WordRange> holes = m_gaps;
+    for (const RefusedRange& refused : m_refused) {
+        holes.append(refused.range);
+    }
+    m_plan =
+        planPolling(m_board.words(), holes, m_settings.wordsPerFrame,
+                    [this](const QVector<WordRange>& ranges) { return m_driver.poll(ranges); });
+    m_board.lookAtAll();
+    m_pace.restart(now);
+    m_nextScan = now;
+    beginScan(now);
+}
+
+void Poller::beginScan(qint64 now) {
+    m_blocksLeft = static_cast<int>(m_plan.blocks.size());
+    m_apartNext = 0;
+    m_nextScan = std::max(m_nextScan + qint64(m_settings.scanMs) * 1000, now);
+}
+
+bool Poller::blockDue(qint64 now) {
+    const bool scanOver = m_blocksLeft == 0 && m_apartNext == m_plan.apart.size();
+    if (scanOver && now >= m_nextScan && m_board.size() > 0) {
+        beginScan(now);
+    }
+    return m_blocksLeft > 0;
+}
+
+std::optional<WordRange> Poller::oneShotDue(qint64 now) {
+    blockDue(now); // begins the scan
+    m_oneShotRange = WordRange();
+    if (!m_isolations.empty()) {
+        m_oneShotRange = *m_isolations.front().next();
+    } else if (m_apartNext < m_plan.apart.size()) {
+        m_oneShotRange = m_plan.apart.at(m_apartNext);
+    } else {
+        if (m_nextRetry >= 0 && now >= m_nextRetry && m_retries.isEmpty()) {
+            for (const RefusedRange& refused : m_refused) {
+                m_retries.append(refused.range);
+            }
+            m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
+        }
+        if (m_retries.isEmpty()) {
+            return std::nullopt;
+        }
+        m_oneShotRange = m_retries.last();
+    }
+    return m_oneShotRange;
+}
+
+void Poller::oneShotBegun() {
+    m_oneShot = !m_isolations.empty()               ? OneShot::Probe
+                : m_apartNext < m_plan.apart.size() ? OneShot::Apart
+                                                    : OneShot::Retry;
+}
+
+qint64 Poller::nextDue() const {
+    if (m_board.size() == 0) {
+        return -1;
+    }
+    return m_nextRetry >= 0 ? std::min(m_nextRetry, m_nextScan) : m_nextScan;
+}
+
+void Poller::blockEnded(const RequestEnd& end, qint64 now) {
+    credit(rangeOf(end), end, now);
+    if (m_blocksLeft > 0) {
+        --m_blocksLeft;
+        partOfScanEnded(now);
+    }
+    searchFor(rangeOf(end), end, now);
+}
+
+void Poller::oneShotEnded(const RequestEnd& end, qint64 now) {
+    const OneShot ended = m_oneShot;
+    m_oneShot = OneShot::None;
+    switch (ended) {
+    case OneShot::Apart:
+        ++m_apartNext;
+        // The driver announces changes of the words only that it polls itself.
+        m_board.lookAt(m_oneShotRange);
+        credit(m_oneShotRange, end, now);
+        partOfScanEnded(now);
+        searchFor(m_oneShotRange, end, now);
+        return;
+    case OneShot::Probe:
+        m_isolations.front().ended(end);
+        if (m_isolations.front().finished()) {
+            isolationEnded(now);
+        }
+        return;
+    case OneShot::Retry:
+        retryEnded(end, now);
+        return;
+    case OneShot::None:
+    case OneShot::Forgotten:
+        return;
+    }
+}
+
+void Poller::credit(const WordRange& asked, const RequestEnd& end, qint64 now) {
+    if (end.ok) {
+        m_board.wordsRead(asked, fetch(), now);
+    } else {
+        m_board.readFailed(asked, m_settings.reason(end), now - end.waited, now);
+    }
+}
+
+void Poller::partOfScanEnded(qint64 now) {
+    if (m_blocksLeft == 0 && m_apartNext == m_plan.apart.size()) {
+        m_board.scanEnded(fetch(), now);
+        m_pace.scanEnded(now);
+        timePasses(now);
+        m_scanEnded = true;
+    }
+}
+
+/// Begins to look for the words that have made the PLC refuse a whole block.
+void Poller::searchFor(const WordRange& block, const RequestEnd& end, qint64 now) {
+    if (end.ok || !isAddressRefusal(end)) {
+        return;
+    }
+    for (const Fruitless& fruitless : m_fruitless) {
+        if (same(fruitless.block, block) && now < fruitless.until) {
+            return;
+        }
+    }
+    if (m_isolations.empty()) {
+        m_isolations.emplace_back(block, m_board.words(), end);
+        if (m_isolations.front().finished()) { // a single run of words: it is the one
+            isolationEnded(now);
+        }
+    }
+}
+
+void Poller::isolationEnded(qint64 now) {
+    const Isolation isolation = m_isolations.front();
+    m_isolations.pop_front();
+    if (isolation.refused().isEmpty() && isolation.gaps().isEmpty()) {
+        m_fruitless.append({isolation.block(), now + qint64(m_settings.refusedRetryMs) * 1000});
+        return;
+    }
+    m_refused += isolation.refused();
+    m_gaps += isolation.gaps();
+    refusalsChanged(now);
+}
+
+void Poller::retryEnded(const RequestEnd& end, qint64 now) {
+    const WordRange range = m_oneShotRange;
+    m_retries.removeLast();
+    if (!end.ok) {
+        return;
+    }
+    m_refused.erase(
+        std::remove_if(m_refused.begin(), m_refused.end(),
+                       [&](const RefusedRange& refused) { return same(refused.range, range); }),
+        m_refused.end());
+    refusalsChanged(now);
+}
+
+void Poller::refusalsChanged(qint64 now) {
+    if (m_refused.isEmpty()) {
+        m_nextRetry = -1;
+    } else if (m_nextRetry < 0) {
+        m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
+    }
+    m_board.setRefused(m_refused, m_settings.reason, now);
+    plan(now);
+}
+
+void Poller::timePasses(qint64 now) {
+    m_board.timePasses(now, m_pace.staleAfter());
+}
+
+bool Poller::takeScanEnd() {
+    const bool ended = m_scanEnded;
+    m_scanEnded = false;
+    return ended;
+}
+
+} // namespace velkor_host

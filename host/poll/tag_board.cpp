@@ -1,0 +1,279 @@
+#include "host/poll/tag_board.h"
+
+#include "host/poll/poll_plan.h"
+
+#include <velkor/host/registers.h>
+
+#include <algorithm>
+
+namespace velkor_host {
+namespace {
+
+/// The tag's items out of words that hold them all.
+Items itemsOf(const Tag& tag, const WordRange& read, const Items& words) {
+    if (!tag.bitRegister()) {
+        return words.mid(tag.address - read.address, tag.itemCount());
+    }
+    return bitsOf(words, read.address, tag.address, tag.itemCount());
+}
+
+bool covers(const WordRange& outer, const WordRange& inner) {
+    return outer.reg == inner.reg && outer.address <= inner.address && inner.end() <= outer.end();
+}
+
+} // namespace
+
+TagBoard::TagBoard(const QVector<Tag>& tags) : m_tags(tags) {
+    for (const Tag& tag : tags) {
+        Entry entry;
+        entry.words = wordsHolding(tag.reg, tag.bitRegister(), tag.address, tag.itemCount());
+        Register& reg = m_registers[entry.words.reg];
+        reg.byAddress.append(size());
+        reg.longest = std::max(reg.longest, entry.words.length);
+        m_entries.append(entry);
+    }
+    for (Register& reg : m_registers) {
+        std::stable_sort(reg.byAddress.begin(), reg.byAddress.end(), [this](int a, int b) {
+            return m_entries.at(a).words.address < m_entries.at(b).words.address;
+        });
+    }
+}
+
+QVector<WordRange> TagBoard::words() const {
+    QVector<WordRange> ranges;
+    ranges.reserve(m_entries.size());
+    for (const Entry& entry : m_entries) {
+        ranges.append(entry.words);
+    }
+    return ranges;
+}
+
+/// With many tags, looking at each one after each read would cost more than the reads.
+QVector<int> TagBoard::touching(const WordRange& range) const {
+    QVector<int> indices;
+    const auto found = m_registers.constFind(range.reg);
+    if (found == m_registers.constEnd()) {
+        return indices;
+    }
+    const QVector<int>& sorted = found->byAddress;
+    const int lowest = range.address - found->longest;
+    auto at = std::lower_bound(sorted.begin(), sorted.end(), lowest, [this](int index, int word) {
+        return m_entries.at(index).words.address < word;
+    });
+    for (; at != sorted.end() && m_entries.at(*at).words.address < range.end(); ++at) {
+        if (overlap(m_entries.at(*at).words, range)) {
+            indices.append(*at);
+        }
+    }
+    return indices;
+}
+
+void TagBoard::wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 now) {
+    Items words;
+    for (const int index : touching(read)) {
+        Entry& entry = m_entries[index];
+        if (overlap(entry.words, m_inDriversHands)) {
+            continue;
+        }
+        markRead(&entry, read, now);
+        if (entry.dirty && !entry.inPieces()) {
+            if (words.isEmpty()) {
+                words = fetch(read);
+            }
+            takeValue(index, read, words, now);
+        }
+        judge(index, now);
+    }
+}
+
+void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
+    if (covers(read, entry->words)) {
+        entry->wordReadAt.clear();
+        entry->status.readAt = now;
+        return;
+    }
+    if (!entry->inPieces()) {
+        entry->wordReadAt = QVector<qint64>(entry->words.length, entry->status.readAt);
+    }
+    const int first = std::max(entry->words.address, read.address);
+    const int end = std::min(entry->words.end(), read.end());
+    for (int word = first; word < end; ++word) {
+        entry->wordReadAt[word - entry->words.address] = now;
+    }
+    entry->status.readAt = *std::min_element(entry->wordReadAt.begin(), entry->wordReadAt.end());
+}
+
+/// Half of a value's words may be of one scan and half of the next until the scan has ended.
+void TagBoard::scanEnded(const FetchFunction& fetch, qint64 now) {
+    for (int index = 0; index < size(); ++index) {
+        Entry& entry = m_entries[index];
+        if (entry.inPieces() && entry.dirty && entry.status.readAt >= 0 &&
+            !overlap(entry.words, m_inDriversHands)) {
+            takeValue(index, entry.words, fetch(entry.words), now);
+            judge(index, now);
+        }
+    }
+}
+
+void TagBoard::takeValue(int index, const WordRange& read, const Items& words, qint64 now) {
+    Entry& entry = m_entries[index];
+    entry.dirty = false;
+    Items items = itemsOf(m_tags.at(index), read, words);
+    if (items == entry.status.m_items) {
+        return;
+    }
+    if (!entry.status.m_items.isEmpty()) {
+        ++entry.status.changes;
+        entry.status.changedAt = now;
+    }
+    entry.status.m_items = items;
+    changed(index);
+}
+
+void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
+    for (const int index : touching(asked)) {
+        Entry& entry = m_entries[index];
+        if (entry.status.state == TagState::Refused) {
+            continue;
+        }
+        if (entry.failedAt <= entry.status.readAt) {
+            entry.status.since = since;
+        }
+        entry.failedAt = now;
+        entry.status.reason = reason;
+        judge(index, now);
+    }
+}
+
+void TagBoard::timePasses(qint64 now, qint64 staleAfter) {
+    m_staleAfter = staleAfter;
+    for (int index = 0; index < size(); ++index) {
+        judge(index, now);
+    }
+}
+
+void TagBoard::judge(int index, qint64 now) {
+    Entry& entry = m_entries[index];
+    TagStatus& status = entry.status;
+    if (status.state == TagState::Refused) {
+        return;
+    }
+    const bool failed = entry.failedAt > status.readAt;
+    const bool known = status.readAt >= 0 && !status.m_items.isEmpty();
+    TagState state = TagState::NotRead;
+    if (known) {
+        const bool old = now - status.readAt > m_staleAfter;
+        state = failed || old ? TagState::Stale : TagState::Fresh;
+    }
+    // A tag that could not even be read once tells so by its reason.
+    const bool firstFailure = state == TagState::NotRead && failed && entry.failedAt == now;
+    if (state != status.state || firstFailure) {
+        status.state = state;
+        changed(index);
+    }
+    explain(&entry, failed);
+}
+
+/// A failed request of its own has left its reason already.
+void TagBoard::explain(Entry* entry, bool failed) {
+    TagStatus& status = entry->status;
+    if (status.state == TagState::Fresh) {
+        status.reason.clear();
+        status.since = -1;
+    } else if (!failed && !m_linkFailure.isEmpty()) {
+        status.reason = m_linkFailure;
+        status.since = m_linkFailingSince;
+    } else if (!failed) {
+        status.reason =
+            status.state == TagState::Stale ? QStringLiteral("not refreshed") : QString();
+        status.since = status.readAt;
+    }
+}
+
+void TagBoard::valueChanged(const QString& reg, int address) {
+    const bool bit = isBitRegister(reg);
+    lookAt({wordRegisterName(reg), bit ? address / 16 : address, 1});
+}
+
+void TagBoard::lookAtAll() {
+    for (Entry& entry : m_entries) {
+        entry.dirty = true;
+    }
+}
+
+void TagBoard::lookAt(const WordRange& words) {
+    for (const int index : touching(words)) {
+        m_entries[index].dirty = true;
+    }
+}
+
+void TagBoard::writeBegun(const WordRange& words) {
+    for (const int index : touching(words)) {
+        Entry& entry = m_entries[index];
+        if (++entry.writes == 1) {
+            entry.status.pending = true;
+            changed(index);
+        }
+    }
+}
+
+void TagBoard::writeEnded(const WordRange& words) {
+    for (const int index : touching(words)) {
+        Entry& entry = m_entries[index];
+        // What the driver announced while it had the write was not looked at.
+        entry.dirty = true;
+        if (entry.writes > 0 && --entry.writes == 0) {
+            entry.status.pending = false;
+            changed(index);
+        }
+    }
+}
+
+void TagBoard::setRefused(const QVector<RefusedRange>& refused,
+                          const std::function<QString(const RequestEnd&)>& reason, qint64 now) {
+    QVector<const RefusedRange*> of(size(), nullptr);
+    for (const RefusedRange& range : refused) {
+        for (const int index : touching(range.range)) {
+            of[index] = &range;
+        }
+    }
+    for (int index = 0; index < size(); ++index) {
+        TagStatus& status = m_entries[index].status;
+        const bool was = status.state == TagState::Refused;
+        if (of.at(index) != nullptr && !was) {
+            status.state = TagState::Refused;
+            status.since = now;
+            status.endCode = of.at(index)->refusal.endCode;
+            status.reason = reason(of.at(index)->refusal);
+            changed(index);
+        } else if (of.at(index) == nullptr && was) {
+            status.state = TagState::NotRead;
+            status.endCode = -1;
+            m_entries[index].failedAt = -1;
+            changed(index);
+            judge(index, now);
+        }
+    }
+}
+
+void TagBoard::linkFails(const QString& reason, qint64 since) {
+    if (m_linkFailure.isEmpty()) {
+        m_linkFailingSince = since;
+    }
+    m_linkFailure = reason;
+}
+
+QVector<int> TagBoard::takeChanged() {
+    QVector<int> changed;
+    changed.swap(m_changed);
+    std::sort(changed.begin(), changed.end());
+    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
+    return changed;
+}
+
+bool TagBoard::allFresh() const {
+    return std::all_of(m_entries.begin(), m_entries.end(),
+                       [](const Entry& entry) { return entry.status.state == TagState::Fresh; });
+}
+
+} // namespace velkor_host

@@ -1,0 +1,106 @@
+#ifndef VELKOR_HOST_POLL_TAG_BOARD_H
+#define VELKOR_HOST_POLL_TAG_BOARD_H
+
+/// What is known of each tag, and whether it may still be trusted. Pure: it is told what was read,
+/// what failed and what time it is. Times in microseconds.
+
+#include "host/poll/isolation.h"
+#include "host/values/word_range.h"
+
+#include <velkor/host/tag.h>
+
+#include <QtCore/QHash>
+
+#include <functional>
+#include <limits>
+
+namespace velkor_host {
+
+/// Fetches words as the driver has them.
+typedef std::function<Items(const WordRange&)> FetchFunction;
+
+class TagBoard {
+public:
+    TagBoard() = default;
+    /// Every tag is NotRead.
+    explicit TagBoard(const QVector<Tag>& tags);
+
+    int size() const { return static_cast<int>(m_entries.size()); }
+    const QVector<Tag>& tags() const { return m_tags; }
+    const TagStatus& at(int index) const { return m_entries.at(index).status; }
+    bool allFresh() const;
+
+    /// The words of all tags; they may overlap.
+    QVector<WordRange> words() const;
+
+    /// These words have just been read. Where a tag may have changed, `fetch` is asked for the
+    /// words of `read`, once at most.
+    void wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 now);
+    void readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now);
+    /// Every word has been asked for since the last call: tags that come in several reads are whole
+    /// now.
+    void scanEnded(const FetchFunction& fetch, qint64 now);
+    /// Lets values grow old.
+    void timePasses(qint64 now, qint64 staleAfter);
+
+    /// The driver has announced a change of a word, or of a bit of a bit register.
+    void valueChanged(const QString& reg, int address);
+    /// The driver will not announce what it has announced already: everything is looked at again.
+    void lookAtAll();
+    void lookAt(const WordRange& words);
+
+    /// Writes that are not settled, counted: each begun one ends once.
+    void writeBegun(const WordRange& words);
+    void writeEnded(const WordRange& words);
+    /// While the driver has a write in its hands, its cache shows what is being written and not
+    /// what the PLC holds: readings of these words are passed over. Length 0 ends it.
+    void setInDriversHands(const WordRange& words) { m_inDriversHands = words; }
+
+    /// Replaces what is known to be refused. `reason` makes a line of a refusal.
+    void setRefused(const QVector<RefusedRange>& refused,
+                    const std::function<QString(const RequestEnd&)>& reason, qint64 now);
+
+    /// The PLC does not answer: the reason of every tag that has no failure of its own. `since` is
+    /// of the first call since linkAnswers().
+    void linkFails(const QString& reason, qint64 since);
+    void linkAnswers() { m_linkFailure.clear(); }
+
+    /// Whose state, value or pending flag has changed since the last call: ascending, each once.
+    QVector<int> takeChanged();
+
+private:
+    struct Entry {
+        TagStatus status;
+        WordRange words;
+        QVector<qint64> wordReadAt; ///< empty while single reads bring all its words
+        qint64 failedAt = -1;
+        bool dirty = true; ///< the driver may have another value
+        int writes = 0;    ///< not settled
+
+        bool inPieces() const { return !wordReadAt.isEmpty(); }
+    };
+
+    QVector<int> touching(const WordRange& range) const;
+    void markRead(Entry* entry, const WordRange& read, qint64 now);
+    void takeValue(int index, const WordRange& read, const Items& words, qint64 now);
+    void judge(int index, qint64 now);
+    void explain(Entry* entry, bool failed);
+    void changed(int index) { m_changed.append(index); }
+
+    QVector<Tag> m_tags;
+    QVector<Entry> m_entries;
+    struct Register {
+        QVector<int> byAddress; ///< indices, sorted by first word
+        int longest = 0;        ///< words of the longest tag
+    };
+    QHash<QString, Register> m_registers; ///< by word register
+    QVector<int> m_changed;
+    WordRange m_inDriversHands;
+    qint64 m_staleAfter = std::numeric_limits<qint64>::max(); ///< until it is known
+    QString m_linkFailure;                                    ///< empty: the PLC answers
+    qint64 m_linkFailingSince = -1;
+};
+
+} // namespace velkor_host
+
+#endif

@@ -1,0 +1,150 @@
+#ifndef VELKOR_HOST_WIRE_EXCHANGE_H
+#define VELKOR_HOST_WIRE_EXCHANGE_H
+
+/// The exchange of frames and replies between the driver and the PLC, without socket and clock.
+///
+/// One frame is in flight at a time. Each try has a deadline; when it passes, the driver is handed
+/// an empty reply and says whether the frame goes out again. Only a reply to the frame in flight
+/// ends a try: anything else is dropped and counted, and the wait goes on, so that one late reply
+/// does not set off a chain of resends each of whose replies comes too late in turn.
+///
+/// Two kinds of frames are never sent; the driver is answered with empty replies until it gives the
+/// request up:
+/// - the resends of a write after a change of the PLC's mode. They keep their service ID, the
+/// driver
+///   takes only the newest for good, so it could never learn that the PLC has executed them;
+/// - everything that is left of a request that the host has abandoned.
+
+#include <velkor/host/request_end.h>
+#include <velkor/host/witness.h>
+
+#include <velkor/host_interface.h>
+
+#include <optional>
+
+namespace velkor_host {
+
+/// The driver's side: the two calls of the exchange.
+class FrameSource {
+public:
+    FrameSource() = default;
+    FrameSource(const FrameSource&) = delete;
+    FrameSource& operator=(const FrameSource&) = delete;
+    virtual ~FrameSource() = default;
+    /// False: nothing to send.
+    virtual bool nextFrame(FRAME_PRO* frame) = 0;
+    /// A ReplyResult.
+    virtual int dealWithReply(QByteArray reply, QString* message) = 0;
+};
+
+/// The network's side. A frame that cannot be sent counts as sent and lost.
+class Link {
+public:
+    Link() = default;
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+    virtual ~Link() = default;
+    virtual void send(const QByteArray& frame) = 0;
+};
+
+class Clock {
+public:
+    Clock() = default;
+    Clock(const Clock&) = delete;
+    Clock& operator=(const Clock&) = delete;
+    virtual ~Clock() = default;
+    /// Microseconds from any fixed point, never going back.
+    virtual qint64 now() const = 0;
+};
+
+/// A request that has ended, and what only the layer itself needs to know of it.
+struct Settled : RequestEnd {
+    int tag = 0; ///< VARIABLE::type; of a recipe frame it is that of the request before
+};
+
+class ExchangeObserver {
+public:
+    ExchangeObserver() = default;
+    ExchangeObserver(const ExchangeObserver&) = delete;
+    ExchangeObserver& operator=(const ExchangeObserver&) = delete;
+    virtual ~ExchangeObserver() = default;
+    virtual void frameSent(const QByteArray& frame, int attempt) = 0;
+    virtual void datagramReceived(const QByteArray& datagram, Verdict verdict) = 0;
+    virtual void tryTimedOut(const QByteArray& frame) = 0;
+    /// The driver has closed the request. The exchange is idle; start() may be called again.
+    virtual void requestSettled(const Settled& settled) = 0;
+};
+
+class Exchange {
+public:
+    /// `timeout` of a try in microseconds. With `allowModeChange` the driver is shown a refusal by
+    /// the PLC's mode and switches it to MONITOR; without, such a refusal is like any other.
+    Exchange(FrameSource& source, Link& link, const Clock& clock, ExchangeObserver& observer,
+             qint64 timeout, bool allowModeChange);
+
+    bool idle() const { return !m_inFlight; }
+
+    /// Asks the driver for a frame and sends it, unless one is in flight. False: nothing to send.
+    bool start();
+
+    /// A datagram has come from the PLC's address.
+    void receive(const QByteArray& datagram);
+
+    /// The PLC's computer has said that nothing listens on the port. The try waits on all the same:
+    /// the PLC may be just starting, and waiting is what keeps the line from sending without end.
+    void portRefused();
+
+    /// Nothing more is sent of the request under way. The frame in flight is waited for: its reply
+    /// still settles it.
+    void abandon() { m_abandoned = m_inFlight; }
+
+    /// Closes the driver's next request without sending anything of it: observers are told that it
+    /// has failed with 0 tries. Only when idle; does nothing when the driver has none.
+    void discardNext();
+
+    /// The request under way, so far, once a try of it has gone unanswered or has met a closed
+    /// port, or waits for longer than `patience` microseconds: why values grow old is known before
+    /// it has failed for good.
+    std::optional<RequestEnd> requestInTrouble(qint64 patience) const;
+    /// The request whose frame is in flight; nothing when idle.
+    std::optional<RequestEnd> requestUnderWay() const;
+    /// Settled::tag of it; -1 when idle.
+    int tagUnderWay() const { return m_requestOpen ? m_request.tag : -1; }
+
+    /// When poll() is to be called next, on the clock's scale; -1 when idle.
+    qint64 deadline() const { return m_inFlight ? m_deadline : -1; }
+
+    /// Ends the try whose deadline has passed.
+    void poll();
+
+private:
+    Verdict judge(const QByteArray& datagram) const;
+    QByteArray replyForDriver(const QByteArray& datagram);
+    QByteArray refusalForDriver(const QByteArray& datagram, int endCode);
+    bool doomed() const;
+    void beginRequest();
+    void sendFrame();
+    void endTry(const QByteArray& reply);
+    void settle(bool ok);
+
+    FrameSource& m_source;
+    Link& m_link;
+    const Clock& m_clock;
+    ExchangeObserver& m_observer;
+    const qint64 m_timeout;
+    const bool m_allowModeChange;
+
+    FRAME_PRO m_frame = FRAME_PRO();
+    QByteArray m_bytes; ///< of m_frame, as sent
+    bool m_inFlight = false;
+    bool m_requestOpen = false;
+    bool m_abandoned = false;
+    Settled m_request;
+    qint64 m_begun = 0;
+    qint64 m_sentAt = 0;
+    qint64 m_deadline = 0;
+};
+
+} // namespace velkor_host
+
+#endif

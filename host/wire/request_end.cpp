@@ -1,0 +1,213 @@
+#include <velkor/host/request_end.h>
+
+#include <velkor/host/end_codes.h>
+#include <velkor/host/line.h>
+#include <velkor/host/registers.h>
+
+namespace velkor_host {
+namespace {
+
+QString counted(int number, const char* one, const char* many) {
+    return QStringLiteral("%1 %2").arg(number).arg(QLatin1String(number == 1 ? one : many));
+}
+
+QString secondsText(qint64 microseconds) {
+    return QStringLiteral("%1 s").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 2);
+}
+
+/// The error that decides: a refusal of the mode change, or of the request.
+int decidingEndCode(const RequestEnd& end) {
+    if (end.modeChangeEnd >= 0 && !isNormalEnd(end.modeChangeEnd)) {
+        return end.modeChangeEnd;
+    }
+    return end.refused ? end.endCode : end.refusalBeforeModeChange;
+}
+
+/// What advice needs to know.
+struct Place {
+    const LineSettings& settings;
+    const QVector<int>& nodes;
+    const SettingNames& names;
+};
+
+QString addressCause(const Place& place) {
+    return QStringLiteral(
+               "a wrong address or port: the panel asks %1; %2 names another (these PLCs "
+               "leave the factory as 192.168.250.1, port 9600)")
+        .arg(endpointText(place.settings.plc), place.names.plc);
+}
+
+QString nodesCause(const Place& place) {
+    return QStringLiteral("wrong node numbers: the PLC is asked as node %1, this panel is node %2; "
+                          "a PLC answers only the node number set on it, usually the last octet "
+                          "of its address (%3)")
+        .arg(place.nodes.value(1))
+        .arg(place.nodes.value(4))
+        .arg(place.names.nodes);
+}
+
+QString firewallCause() {
+    return QStringLiteral("a firewall, or no network cable: UDP must pass to the PLC's port and "
+                          "back");
+}
+
+QString rangeCause(const RequestEnd& end) {
+    return QStringLiteral("the address lies beyond this PLC's range: smaller models have less %1 "
+                          "memory than the driver's catalogue allows")
+        .arg(wordRegisterName(end.reg));
+}
+
+QString modeCause() {
+    return QStringLiteral("the PLC's operating mode: switch it to MONITOR, or to RUN where it "
+                          "allows writing");
+}
+
+QStringList modeCauses(const Place& place) {
+    QStringList causes{modeCause()};
+    if (!place.settings.allowModeChange) {
+        causes +=
+            QStringLiteral("this line may not switch the mode by itself; %1 allows it (MONITOR "
+                           "starts the program of a PLC that was stopped)")
+                .arg(place.names.allowModeChange);
+    }
+    return causes << QStringLiteral("the mode switch or a program that holds the mode");
+}
+
+QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place) {
+    const int code = plainEndCode(endCode);
+    const int kind = code >> 8;
+    if (kind == 0x22) {
+        return modeCauses(place);
+    }
+    if (kind == 0x20 || kind == 0x21 || kind == 0x30) {
+        return {QStringLiteral("the memory is protected: look at the PLC's write protection and "
+                               "access rights"),
+                modeCause()};
+    }
+    if (code == 0x1103 || code == 0x1104 || code == 0x1101) {
+        return {rangeCause(end), nodesCause(place)};
+    }
+    if (kind == 0x10 || kind == 0x11) {
+        return {QStringLiteral("the block is longer than this PLC takes: fewer words a frame "
+                               "(%1, now %2)")
+                    .arg(place.names.wordsPerFrame)
+                    .arg(place.settings.wordsPerFrame),
+                rangeCause(end)};
+    }
+    if (kind == 0x01 || kind == 0x02 || kind == 0x05) {
+        return {nodesCause(place), addressCause(place)};
+    }
+    return {QStringLiteral("the PLC's own state: look at its error display"), nodesCause(place)};
+}
+
+bool nothingHasComeYet(const RequestEnd& end) {
+    return end.silent + end.refusedPort + end.refusals + end.wrongLength == 0 && end.endCode < 0;
+}
+
+} // namespace
+
+bool RequestEnd::surelyNotExecuted() const {
+    return !ok && refusals == tries;
+}
+
+QString requestText(const QString& reg, int address, int length) {
+    const bool bits = isBitRegister(reg);
+    return QStringLiteral("%1 %2 (%3)")
+        .arg(reg, addressText(address, bits),
+             bits ? counted(length, "bit", "bits") : counted(length, "word", "words"));
+}
+
+QString requestText(const RequestEnd& end) {
+    return requestText(end.reg, end.address, end.length);
+}
+
+QString failureReason(const RequestEnd& end, const LineSettings& settings,
+                      const SettingNames& names) {
+    const QString tries = counted(end.tries, "try", "tries");
+    const int endCode = decidingEndCode(end);
+    if (endCode >= 0) {
+        QString text = QStringLiteral("the PLC refused: end code %1").arg(endCodeText(endCode));
+        if (end.modeChange) {
+            text += endCode == end.modeChangeEnd
+                        ? QStringLiteral(", to the change to MONITOR mode")
+                        : QStringLiteral(", also after the change to MONITOR mode");
+        } else if (isModeRefusal(endCode) && settings.allowModeChange && settings.retries < 2) {
+            text += QStringLiteral(" (the change to MONITOR mode needs %1 2 or more)")
+                        .arg(names.retries);
+        }
+        return text + QStringLiteral(" (%1)").arg(tries);
+    }
+    if (end.refusedPort > 0) {
+        return QStringLiteral("nothing listens on UDP port %1 of %2: that computer says "
+                              "\"port unreachable\" (%3 in %4)")
+            .arg(settings.plc.port)
+            .arg(settings.plc.address.toString(), tries, secondsText(end.waited));
+    }
+    if (end.silent < end.tries && end.wrongLength > 0) {
+        return QStringLiteral("%1 answers, but not with what was asked for: replies of a wrong "
+                              "length (%2 in %3)")
+            .arg(endpointText(settings.plc), tries, secondsText(end.waited));
+    }
+    return QStringLiteral("no usable answer from %1 in %2 of %3 ms each (%4)")
+        .arg(endpointText(settings.plc), tries)
+        .arg(settings.timeoutMs)
+        .arg(secondsText(end.waited));
+}
+
+QString shortReason(const RequestEnd& end, const LineSettings& settings) {
+    const int endCode = decidingEndCode(end);
+    if (endCode >= 0) {
+        return QStringLiteral("refused: end code %1 when %2 %3")
+            .arg(endCodeText(endCode),
+                 end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
+                 requestText(end));
+    }
+    const QString plc = endpointText(settings.plc);
+    if (end.refusedPort > 0) {
+        return QStringLiteral("port unreachable: nothing listens on ") + plc;
+    }
+    if (end.silent < end.tries && end.wrongLength > 0) {
+        return QStringLiteral("wrong length: replies of %1 to %2").arg(plc, requestText(end));
+    }
+    if (nothingHasComeYet(end)) {
+        return QStringLiteral("no answer yet: waiting for %1 since %2")
+            .arg(plc, secondsText(end.waited));
+    }
+    return QStringLiteral("no answer: %1 of %2 ms to %3")
+        .arg(counted(end.tries, "try", "tries"))
+        .arg(settings.timeoutMs)
+        .arg(plc);
+}
+
+QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
+                         const QVector<int>& nodes, const SettingNames& names) {
+    const Place place{settings, nodes, names};
+    const int endCode = decidingEndCode(end);
+    if (endCode >= 0) {
+        return refusalCauses(endCode, end, place);
+    }
+    if (end.refusedPort > 0) {
+        return {addressCause(place),
+                QStringLiteral("the PLC's FINS/UDP service is switched off, or it is starting")};
+    }
+    return {addressCause(place), nodesCause(place),
+            QStringLiteral("a PLC without power, or whose FINS/UDP service is switched off"),
+            firewallCause(),
+            QStringLiteral("a slow link: a longer %1 (now %2 ms)")
+                .arg(names.timeout)
+                .arg(settings.timeoutMs)};
+}
+
+QString failureText(const RequestEnd& end, const LineSettings& settings, const QVector<int>& nodes,
+                    const SettingNames& names) {
+    QString text = QStringLiteral("%1 %2 failed: %3\nCheck in this order:")
+                       .arg(end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
+                            requestText(end), failureReason(end, settings, names));
+    int index = 0;
+    for (const QString& cause : likelyCauses(end, settings, nodes, names)) {
+        text += QStringLiteral("\n  %1. %2").arg(++index).arg(cause);
+    }
+    return text;
+}
+
+} // namespace velkor_host

@@ -1,0 +1,234 @@
+#include "host/work/recipe_work.h"
+
+#include "host/poll/poll_plan.h"
+
+#include <velkor/host/end_codes.h>
+#include <velkor/host/registers.h>
+
+#include <algorithm>
+#include <numeric>
+
+namespace velkor_host {
+namespace {
+
+WordRange wordsOf(const RecipeVariable& variable) {
+    return {variable.reg, variable.address, variable.count};
+}
+
+QVector<int> orderOf(const QVector<RecipeVariable>& variables) {
+    QVector<int> order(variables.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [&](int a, int b) {
+        const RecipeVariable& left = variables.at(a);
+        const RecipeVariable& right = variables.at(b);
+        return left.reg != right.reg ? left.reg < right.reg : left.address < right.address;
+    });
+    return order;
+}
+
+bool modeWasSwitched(const RequestEnd& end) {
+    return end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd);
+}
+
+} // namespace
+
+QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirection direction,
+                          int bufferWords) {
+    if (variables.isEmpty()) {
+        return QStringLiteral("the recipe has no variables");
+    }
+    qint64 words = 0;
+    for (const RecipeVariable& variable : variables) {
+        if (direction == RecipeDirection::Download && variable.words.size() != variable.count) {
+            return QStringLiteral("%1 %2 has %3 words of values; right is its count, %4")
+                .arg(variable.reg)
+                .arg(variable.address)
+                .arg(variable.words.size())
+                .arg(variable.count);
+        }
+        words += variable.count;
+    }
+    if (words > bufferWords) {
+        return QStringLiteral("the recipe has %1 words; right is at most %2")
+            .arg(words)
+            .arg(bufferWords);
+    }
+    const QVector<int> order = orderOf(variables);
+    for (int index = 1; index < order.size(); ++index) {
+        const RecipeVariable& before = variables.at(order.at(index - 1));
+        const RecipeVariable& next = variables.at(order.at(index));
+        if (overlap(wordsOf(before), wordsOf(next))) {
+            return QStringLiteral("%1 %2 is in two variables of the recipe; right is in one")
+                .arg(next.reg)
+                .arg(next.address);
+        }
+    }
+    return QString();
+}
+
+RecipeWork::RecipeWork(quint64 id, RecipeDirection direction,
+                       const QVector<RecipeVariable>& variables, bool readBack)
+    : m_direction(direction), m_readBack(readBack), m_order(orderOf(variables)),
+      m_offsets(variables.size(), 0) {
+    m_outcome.id = id;
+    m_outcome.direction = direction;
+    m_outcome.variables = variables;
+    for (const int index : m_order) {
+        m_offsets[index] = m_words;
+        m_words += variables.at(index).count;
+    }
+}
+
+QVector<_RCP_VAR_PRO> RecipeWork::driverVariables(int hostTag, int station,
+                                                  int wordsPerFrame) const {
+    QVector<_RCP_VAR_PRO> out;
+    for (const int index : m_order) {
+        const RecipeVariable& variable = m_outcome.variables.at(index);
+        for (int at = 0; at < variable.count; at += wordsPerFrame) {
+            _RCP_VAR_PRO piece = _RCP_VAR_PRO();
+            piece.hostTag = hostTag;
+            piece.station = station;
+            piece.regName = variable.reg;
+            piece.addr = variable.address + at;
+            piece.len = std::min(wordsPerFrame, variable.count - at);
+            piece.rcpOffset = m_offsets.at(index) + at;
+            out.append(piece);
+        }
+    }
+    return out;
+}
+
+void RecipeWork::fill(std::vector<unsigned short>* buffer) const {
+    for (int index = 0; index < m_outcome.variables.size(); ++index) {
+        const Items& words = m_outcome.variables.at(index).words;
+        std::copy(words.begin(), words.end(), buffer->begin() + m_offsets.at(index));
+    }
+}
+
+int RecipeWork::wordsMoved() const {
+    int words = 0;
+    for (const RecipeBlock& block : m_moved) {
+        words += block.state == RecipeBlock::Moved ? block.length : 0;
+    }
+    return words;
+}
+
+void RecipeWork::note(const RequestEnd& end, RecipeBlock::State state) {
+    RecipeBlock block;
+    block.reg = end.reg;
+    block.address = end.address;
+    block.length = end.length;
+    block.state = state;
+    m_moved.append(block);
+}
+
+RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
+                                        const std::vector<unsigned short>& buffer) {
+    m_outcome.last = end;
+    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    if (end.ok) {
+        note(end, RecipeBlock::Moved);
+        if (requested) {
+            return Next::Block;
+        }
+        if (wordsMoved() == m_words) {
+            fetch(buffer);
+            return m_readingBack || !(download() && m_readBack) ? finish(RecipeResult::Done)
+                                                                : begin(RecipeDirection::Upload);
+        }
+        return finish(RecipeResult::Unknown); // the driver has ended it early: that is not Done
+    }
+    if (m_givenUp) {
+        if (end.tries > 0) {
+            note(end, end.surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
+        }
+        return finish(RecipeResult::GivenUp);
+    }
+    // As a single write: see WriteTransfer. The driver begins with the first block.
+    if (modeWasSwitched(end) && !m_again) {
+        m_again = true;
+        return begin(m_direction);
+    }
+    note(end, end.surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
+    return finish(end.surelyNotExecuted() && end.tries > 0 ? RecipeResult::Refused
+                                                           : RecipeResult::Unknown);
+}
+
+RecipeWork::Next RecipeWork::begin(RecipeDirection direction) {
+    if (direction != m_direction) { // reading back: what was written is for the outcome
+        m_outcome.blocks = m_moved;
+        m_readingBack = true;
+        m_direction = direction;
+    }
+    m_moved.clear();
+    return Next::Start;
+}
+
+RecipeWork::Next RecipeWork::finish(RecipeResult result) {
+    m_outcome.result = result;
+    if (m_readingBack) {
+        if (result != RecipeResult::Done) {
+            m_outcome.result = RecipeResult::NotVerified;
+        } else if (!m_outcome.differences.isEmpty()) {
+            m_outcome.result = RecipeResult::Different;
+        }
+        return Next::Ended;
+    }
+    m_outcome.blocks = m_moved;
+    addBlocksNotMoved();
+    return Next::Ended;
+}
+
+void RecipeWork::cancel(const std::optional<RequestEnd>& underWay) {
+    if (underWay && underWay->tries > 0) {
+        m_outcome.last = *underWay;
+        note(*underWay, RecipeBlock::Unknown);
+    }
+    finish(RecipeResult::GivenUp);
+}
+
+/// The words of the recipe that no block has touched, joined where they touch.
+void RecipeWork::addBlocksNotMoved() {
+    QVector<WordRange> left;
+    for (const int index : m_order) {
+        const WordRange words = wordsOf(m_outcome.variables.at(index));
+        if (!left.isEmpty() && left.last().reg == words.reg && left.last().end() == words.address) {
+            left.last().length += words.length;
+        } else {
+            left.append(words);
+        }
+    }
+    QVector<WordRange> touched;
+    for (const RecipeBlock& block : m_outcome.blocks) {
+        touched.append({block.reg, block.address, block.length});
+    }
+    for (const WordRange& range : withoutHoles(left, touched)) {
+        RecipeBlock block;
+        block.reg = range.reg;
+        block.address = range.address;
+        block.length = range.length;
+        m_outcome.blocks.append(block);
+    }
+}
+
+/// Takes what has been uploaded out of the buffer.
+void RecipeWork::fetch(const std::vector<unsigned short>& buffer) {
+    if (download()) {
+        return;
+    }
+    for (int index = 0; index < m_outcome.variables.size(); ++index) {
+        RecipeVariable& variable = m_outcome.variables[index];
+        for (int word = 0; word < variable.count; ++word) {
+            const quint16 found = buffer[static_cast<std::size_t>(m_offsets.at(index) + word)];
+            if (!m_readingBack) {
+                variable.words.resize(variable.count);
+                variable.words[word] = found;
+            } else if (found != variable.words.at(word)) {
+                m_outcome.differences.append(
+                    {variable.reg, variable.address + word, variable.words.at(word), found});
+            }
+        }
+    }
+}
+
+} // namespace velkor_host

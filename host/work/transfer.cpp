@@ -1,0 +1,122 @@
+#include "host/work/transfer.h"
+
+#include <velkor/host/end_codes.h>
+#include <velkor/host/registers.h>
+
+#include <algorithm>
+
+namespace velkor_host {
+namespace {
+
+const int LARGEST_WRITE_WORDS = 503; // what the driver's frame of 1024 bytes carries
+const int LARGEST_WRITE_BITS = 1006;
+
+/// Items in a piece of a range of `count`: no value of two words is torn between two pieces.
+int itemsInPiece(int count, bool bits, int wordsPerFrame) {
+    const int most = std::min(wordsPerFrame, bits ? LARGEST_WRITE_BITS : LARGEST_WRITE_WORDS);
+    return bits || count <= most ? most : pieceLength(most);
+}
+
+bool modeWasSwitched(const RequestEnd& end) {
+    return end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd);
+}
+
+} // namespace
+
+WriteTransfer::WriteTransfer(quint64 id, const QString& reg, int address, const Items& items,
+                             int wordsPerFrame)
+    : m_items(items),
+      m_most(itemsInPiece(static_cast<int>(items.size()), isBitRegister(reg), wordsPerFrame)) {
+    m_outcome.id = id;
+    m_outcome.reg = reg;
+    m_outcome.address = address;
+    m_outcome.count = static_cast<int>(items.size());
+}
+
+int WriteTransfer::pieceItems() const {
+    return std::min(m_most, m_outcome.count - m_outcome.taken);
+}
+
+Piece WriteTransfer::piece() const {
+    Piece piece;
+    piece.reg = m_outcome.reg;
+    piece.address = m_outcome.address + m_outcome.taken;
+    piece.length = pieceItems();
+    piece.items = m_items.mid(m_outcome.taken, piece.length);
+    return piece;
+}
+
+WordRange WriteTransfer::words() const {
+    return wordsHolding(m_outcome.reg, isBitRegister(m_outcome.reg), m_outcome.address,
+                        m_outcome.count);
+}
+
+/// A write that met the PLC in the wrong mode fails although the driver has switched the mode: it
+/// could not have learnt of a resend's success. So it is written once more.
+NextStep WriteTransfer::pieceEnded(const RequestEnd& end) {
+    m_outcome.last = end;
+    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    if (end.ok) {
+        m_outcome.taken += pieceItems();
+        m_again = false;
+        m_outcome.result = WriteResult::Taken;
+        return m_outcome.taken < m_outcome.count ? NextStep::Piece : NextStep::Ended;
+    }
+    if (modeWasSwitched(end) && !m_again) {
+        m_again = true;
+        return NextStep::Piece;
+    }
+    if (end.surelyNotExecuted()) {
+        m_outcome.result = end.tries > 0 ? WriteResult::Refused : WriteResult::NotSent;
+    } else {
+        m_outcome.result = WriteResult::Unknown;
+        m_outcome.unknown = pieceItems();
+    }
+    return NextStep::Ended;
+}
+
+void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
+    m_outcome.result = WriteResult::NotSent;
+    if (underWay && underWay->tries > 0) {
+        m_outcome.last = *underWay;
+        m_outcome.result = WriteResult::Unknown;
+        m_outcome.unknown = pieceItems();
+    }
+}
+
+ReadTransfer::ReadTransfer(quint64 id, const QString& reg, int address, int count,
+                           int wordsPerFrame)
+    : m_words(wordsHolding(reg, isBitRegister(reg), address, count)),
+      m_most(m_words.length > wordsPerFrame ? pieceLength(wordsPerFrame) : wordsPerFrame) {
+    m_outcome.id = id;
+    m_outcome.reg = reg;
+    m_outcome.address = address;
+    m_outcome.count = count;
+}
+
+Piece ReadTransfer::piece() const {
+    Piece piece;
+    piece.reg = m_words.reg;
+    const int done = static_cast<int>(m_read.size());
+    piece.address = m_words.address + done;
+    piece.length = std::min(m_most, m_words.length - done);
+    return piece;
+}
+
+NextStep ReadTransfer::pieceEnded(const RequestEnd& end, const Items& words) {
+    m_outcome.last = end;
+    if (!end.ok) {
+        return NextStep::Ended;
+    }
+    m_read += words;
+    if (m_read.size() < m_words.length) {
+        return NextStep::Piece;
+    }
+    m_outcome.ok = true;
+    m_outcome.items = isBitRegister(m_outcome.reg)
+                          ? bitsOf(m_read, m_words.address, m_outcome.address, m_outcome.count)
+                          : m_read;
+    return NextStep::Ended;
+}
+
+} // namespace velkor_host
