@@ -83,6 +83,20 @@ TEST_F(HostGuide, load_noLibrary_isSeenBeforeTheFirstCall) {
     EXPECT_FALSE(none.library.errorString().isEmpty());
 }
 
+TEST_F(HostGuide, connectToServer_overUdp_isNotAnsweredAndFailsAsAnyRequest) {
+    const QFunctionPointer connectToServer = driver.library.resolve("_Z15connectToServerv");
+    ASSERT_NE(nullptr, connectToServer);
+    connectToServer();
+    for (const unsigned int result : {8U, 8U, 2U}) {
+        ASSERT_TRUE(ask(driver, flight));
+        const plc::Bytes request(flight.frame.frame, flight.frame.frame + flight.frame.sendLen);
+        EXPECT_EQ(plc::Reception::Response, plc.classify(request));
+        EXPECT_FALSE(plc.handle(request).has_value());
+        EXPECT_EQ(result, settle(driver, flight, QByteArray(), message));
+    }
+    EXPECT_FALSE(ask(driver, flight));
+}
+
 TEST_F(HostGuide, bind_settingsAndNodes_areThoseOfTheGuide) {
     QList<KEY_ADDRESS> lost;
     poll(driver, {range(text("DM"), 100, 1)}, lost);
