@@ -366,14 +366,14 @@ protected:
 };
 
 TEST_F(HostGuideRecipes, downloadAndUpload_areThereAndBackAndSucceed) {
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     run(download);
     EXPECT_TRUE(succeeded(download, lastHeard));
     EXPECT_EQ(10, download.words);
     EXPECT_EQ(0x0A0A, dm(401));
     setDm(401, 0x7777);
     Transfer upload = {HOST_RECIPE_UPLOAD_REQUEST, 0, 0, false};
-    ASSERT_TRUE(start(driver, lent, variables, upload));
+    ASSERT_TRUE(start(driver, lent, variables, upload, lastHeard));
     run(upload);
     EXPECT_TRUE(succeeded(upload, lastHeard));
     EXPECT_EQ(0x7777, lent.recipe[9]);
@@ -383,14 +383,14 @@ TEST_F(HostGuideRecipes, whilePolling_framesOfThePollsAreNotCounted) {
     QList<KEY_ADDRESS> lost;
     poll(driver, {range(text("DM"), 1000, 20)}, lost);
     turn();
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     run(download);
     EXPECT_TRUE(succeeded(download, lastHeard));
     EXPECT_EQ(10, download.moved);
 }
 
 TEST_F(HostGuideRecipes, blockRefused_isNoSuccess) {
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     step(download);
     plc.forceEndCode(0x2101, TRIES);
     run(download);
@@ -403,17 +403,17 @@ TEST_F(HostGuideRecipes, blockTooLong_isNoSuccess) {
     driver.initProperty(lent.shared.data(), lent.status.data(), lent.recipe.data(), &out,
                         "1#0#0#3#900", &lent.mutex);
     variables = {recipeVariable(text("DM"), 0, 504, 0)};
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     run(download);
     EXPECT_FALSE(succeeded(download, lastHeard));
 }
 
 TEST_F(HostGuideRecipes, boundAgainInMidTransfer_countOfTheWordsTellsThePart) {
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     step(download);
     step(download);
     bindDriver(driver, lent, 1, 10); // what the guide forbids
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     run(download);
     EXPECT_FALSE(download.failed);
     EXPECT_EQ(6, download.moved) << "of 10 words";
@@ -421,24 +421,35 @@ TEST_F(HostGuideRecipes, boundAgainInMidTransfer_countOfTheWordsTellsThePart) {
 }
 
 TEST_F(HostGuideRecipes, givenUp_endsAtOnceAndTheNextOneIsWhole) {
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     step(download);
     step(download);
-    giveUp(driver, lent, download);
+    giveUp(driver, lent, flight, download);
     EXPECT_FALSE(isRunning(lent, download));
     EXPECT_FALSE(succeeded(download, lastHeard));
     EXPECT_EQ(0, dm(200)) << "no block went out while it was given up";
-    lastHeard = Heard();
-    ASSERT_TRUE(start(driver, lent, variables, download));
+    EXPECT_TRUE(lastHeard.failed);
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
     run(download);
-    EXPECT_TRUE(succeeded(download, lastHeard));
+    EXPECT_TRUE(succeeded(download, lastHeard)) << "whatever was heard before";
+}
+
+TEST_F(HostGuideRecipes, givenUpWithAPollInFlight_endsTheTransferToo) {
+    QList<KEY_ADDRESS> lost;
+    poll(driver, {range(text("DM"), 1000, 20)}, lost);
+    ASSERT_TRUE(ask(driver, flight));
+    ASSERT_TRUE(start(driver, lent, variables, download, lastHeard));
+    giveUp(driver, lent, flight, download);
+    EXPECT_FALSE(isRunning(lent, download));
+    EXPECT_FALSE(succeeded(download, lastHeard));
+    EXPECT_EQ(0U, plc.counters().commands);
 }
 
 TEST_F(HostGuideRecipes, noVariables_startNothing) {
-    EXPECT_FALSE(start(driver, lent, QVector<_RCP_VAR_PRO>(), download));
+    EXPECT_FALSE(start(driver, lent, QVector<_RCP_VAR_PRO>(), download, lastHeard));
     EXPECT_FALSE(isRunning(lent, download));
     variables[0].hostTag = TAG + 1;
-    EXPECT_FALSE(start(driver, lent, variables, download));
+    EXPECT_FALSE(start(driver, lent, variables, download, lastHeard));
     EXPECT_FALSE(isRunning(lent, download));
 }
 
