@@ -80,7 +80,7 @@ QString loadImage(const QString& file, Memory& memory) {
 
 QString saveImage(const QString& file, const Memory& memory) {
     QSaveFile out(file);
-    const QString problem = openFor(file, out);
+    QString problem = openFor(file, out);
     if (!problem.isEmpty()) {
         return problem;
     }

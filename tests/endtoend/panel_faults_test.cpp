@@ -1,8 +1,8 @@
 // What goes wrong on the line or at the PLC, and what the panel makes of it.
 
+#include "endtoend/fake_plc.h"
 #include "endtoend/programs.h"
 
-#include <QtNetwork/QNetworkDatagram>
 #include <QtNetwork/QUdpSocket>
 
 #include <csignal>
@@ -39,12 +39,6 @@ protected:
         return lines;
     }
 };
-
-/// The reply of node 1 to node 1, normal, with these data.
-QByteArray replyTo(const QByteArray& request, const char* hexData) {
-    return QByteArray::fromHex("C00002000100000100") + request.mid(9, 3) +
-           QByteArray::fromHex(QByteArray("0000") + hexData);
-}
 
 class PanelFault : public PanelFaults, public testing::WithParamInterface<Fault> {};
 
@@ -165,24 +159,21 @@ TEST_F(PanelFaults, probe_lostReplies_areCountedAsRetriesInEveryFormat) {
 /// A PLC that hears nobody's first try. It tells a try by what came before it and not by its
 /// number, so that a try more on a busy machine changes nothing.
 TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
-    QUdpSocket plc;
-    ASSERT_TRUE(plc.bind(QHostAddress(QHostAddress::LocalHost), 0));
-    m_port = plc.localPort();
+    FakePlc plc;
+    m_port = plc.port();
     Running probe;
     startPanel(&probe, {"--timeout", "20", "--retries", "100", "probe"});
     QByteArray last;
     QByteArray lastAnswered;
     for (int answered = 0; answered < 50;) {
-        ASSERT_TRUE(plc.hasPendingDatagrams() || plc.waitForReadyRead(PATIENCE_MS))
-            << plain(probe.output());
-        const QNetworkDatagram request = plc.receiveDatagram();
-        if (request.data() == last) {
-            plc.writeDatagram(replyTo(request.data(), "0000"), request.senderAddress(),
-                              static_cast<quint16>(request.senderPort()));
-            answered += request.data() != lastAnswered ? 1 : 0;
-            lastAnswered = request.data();
+        const QNetworkDatagram frame = plc.next();
+        ASSERT_TRUE(frame.isValid()) << plain(probe.output());
+        if (frame.data() == last) {
+            plc.send(frame, FakePlc::replyTo(frame, 0, "0000"));
+            answered += frame.data() != lastAnswered ? 1 : 0;
+            lastAnswered = frame.data();
         }
-        last = request.data();
+        last = frame.data();
     }
     const Ended ended = probe.waitForEnd();
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.out);
@@ -250,20 +241,17 @@ TEST_F(PanelFaults, garbageFromAThirdSocket_changesNothing) {
 }
 
 TEST_F(PanelFaults, garbageFromThePlcsAddress_isDroppedAndTheReplyTaken) {
-    QUdpSocket plc;
-    ASSERT_TRUE(plc.bind(QHostAddress(QHostAddress::LocalHost), 0));
-    m_port = plc.localPort();
+    FakePlc plc;
+    m_port = plc.port();
     Running read;
     startPanel(&read, {"--trace", "read", "DM", "0"});
-    ASSERT_TRUE(plc.waitForReadyRead(PATIENCE_MS));
-    const QNetworkDatagram request = plc.receiveDatagram();
-    const QByteArray reply = replyTo(request.data(), "002A");
+    const QNetworkDatagram request = plc.next();
+    const QByteArray reply = FakePlc::replyTo(request, 0, "002A");
     QByteArray otherSid = reply;
     otherSid[9] = static_cast<char>(otherSid.at(9) + 1);
     for (const QByteArray& datagram :
          {QByteArray("x"), request.data(), otherSid, QByteArray(1400, '\xC0'), reply}) {
-        plc.writeDatagram(datagram, request.senderAddress(),
-                          static_cast<quint16>(request.senderPort()));
+        plc.send(request, datagram);
     }
     const Ended ended = read.waitForEnd();
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.out);

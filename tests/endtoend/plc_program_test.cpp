@@ -109,16 +109,14 @@ TEST_F(PlcProgram, delayRequest_isExecutedWhenItsTimeHasCome) {
     send("03 0101 82000000 0001");
     EXPECT_EQ(receive(), "03 01 01 00 00 11 11"); // the older write was executed last
     const QString from = QStringLiteral("127.0.0.1:%1").arg(socket_.localPort());
-    for (const char* line : {
-             "#1 from %1: sid 01 node 5 to 0: 0102 write DM 0, 1 word: 11 11 "
-             "[delay-request by 200ms]",
-             "#2 from %1: sid 02 node 5 to 0: 0102 write DM 0, 1 word: 22 22",
-             "#2 to %1: sid 02: 0000 normal",
-             "#1 arrives: sid 01 node 5 to 0: 0102 write DM 0, 1 word: 11 11",
-             "#1 to %1: sid 01: 0000 normal",
-         }) {
-        EXPECT_EQ(readLine(), latin(line).replace(latin("%1"), from));
-    }
+    const QString write = latin("sid %1 node 5 to 0: 0102 write DM 0, 1 word: ");
+    const QString older = write.arg(latin("01")) + latin("11 11");
+    const QString newer = write.arg(latin("02")) + latin("22 22");
+    EXPECT_EQ(readLine(), latin("#1 from %1: %2 [delay-request by 200ms]").arg(from, older));
+    EXPECT_EQ(readLine(), latin("#2 from %1: %2").arg(from, newer));
+    EXPECT_EQ(readLine(), latin("#2 to %1: sid 02: 0000 normal").arg(from));
+    EXPECT_EQ(readLine(), latin("#1 arrives: ") + older);
+    EXPECT_EQ(readLine(), latin("#1 to %1: sid 01: 0000 normal").arg(from));
 }
 
 TEST_F(PlcProgram, lateRequest_isOvertakenByTheNext) {
