@@ -49,6 +49,10 @@ QString modeCause() {
                           "allows writing");
 }
 
+QString perhapsText(const QString& request) {
+    return QStringLiteral("perhaps written: %1, though no answer says so").arg(request);
+}
+
 QStringList refusalCauses(int endCode, const Settled& settled, const LinkSettings& settings,
                           const QVector<int>& nodes) {
     const int code = plainEndCode(endCode);
@@ -78,12 +82,48 @@ QStringList refusalCauses(int endCode, const Settled& settled, const LinkSetting
 
 } // namespace
 
-QString requestText(const Settled& settled) {
-    const bool bits = settled.reg.endsWith(QLatin1String("_bit"));
+QString requestText(const QString& reg, int address, int length) {
+    const bool bits = reg.endsWith(QLatin1String("_bit"));
     return QStringLiteral("%1 %2 (%3)")
-        .arg(settled.reg, addressText(settled.address, bits),
-             bits ? counted(settled.length, "bit", "bits")
-                  : counted(settled.length, "word", "words"));
+        .arg(reg, addressText(address, bits),
+             bits ? counted(length, "bit", "bits") : counted(length, "word", "words"));
+}
+
+QString requestText(const Settled& settled) {
+    return requestText(settled.reg, settled.address, settled.length);
+}
+
+QStringList leftBehind(const TransferEnd& end) {
+    if (end.ok || !end.write) {
+        return {};
+    }
+    QStringList lines;
+    if (end.done > 0) {
+        lines.append(QStringLiteral("written before that: ") +
+                     requestText(end.reg, end.address, end.done));
+    }
+    if (end.perhaps > 0) {
+        lines.append(perhapsText(requestText(end.reg, end.address + end.done, end.perhaps)));
+    }
+    const int reached = end.done + end.perhaps;
+    if (reached < end.length && end.last.length < end.length) {
+        lines.append(QStringLiteral("not written: ") +
+                     requestText(end.reg, end.address + reached, end.length - reached));
+    }
+    return lines;
+}
+
+QStringList recipeLeftBehind(int blocksDone, const Settled& last) {
+    QStringList lines;
+    if (blocksDone > 0) {
+        lines.append(QStringLiteral("the PLC now holds a part of the recipe: blocks written "
+                                    "before that: %1")
+                         .arg(blocksDone));
+    }
+    if (last.perhaps && !last.acknowledged) {
+        lines.append(perhapsText(requestText(last)));
+    }
+    return lines;
 }
 
 QString failureReason(const Settled& settled, const LinkSettings& settings) {

@@ -10,7 +10,15 @@
 namespace panel {
 
 /// "DM 100 (2 words)", "CIO_bit 3.5 (1 bit)"
+QString requestText(const QString& reg, int address, int length);
 QString requestText(const Settled& settled);
+
+/// What the PLC now holds of a write that has failed: what was written, what perhaps, what was not.
+/// One line each; none where the failed request says it all.
+QStringList leftBehind(const TransferEnd& end);
+
+/// The same of a recipe download, of which `blocksDone` blocks had been written.
+QStringList recipeLeftBehind(int blocksDone, const Settled& last);
 
 /// One line: why the request failed: tries, waiting time, end code in words.
 QString failureReason(const Settled& settled, const LinkSettings& settings);

@@ -21,12 +21,11 @@ int transfer(const Context& context, Session& session, RecipeTransfer direction)
     session.onRecipeEnd = [&, direction](bool ok, const Settled& last) {
         if (!ok) {
             context.fail(EXIT_WORK_FAILED, failureText(last, session.settings(), session.nodes()));
-            if (direction == RecipeTransfer::Download && session.recipeBlocksDone() > 0) {
-                context.fail(
-                    EXIT_WORK_FAILED,
-                    QStringLiteral("the PLC now holds a part of the recipe: blocks written "
-                                   "before that: %1")
-                        .arg(session.recipeBlocksDone()));
+            const QStringList lines = direction == RecipeTransfer::Download
+                                          ? recipeLeftBehind(session.recipeBlocksDone(), last)
+                                          : QStringList();
+            for (const QString& line : lines) {
+                context.fail(EXIT_WORK_FAILED, line);
             }
         }
         QCoreApplication::exit(ok ? EXIT_DONE : EXIT_WORK_FAILED);

@@ -34,28 +34,17 @@ QString parseTarget(const Context& context, int count, Tag* tag) {
     return verdict.text;
 }
 
-/// Runs the event loop until every request of the session has ended or one has failed.
+/// Runs the event loop until the session's read or write has ended.
 int runUntilDone(const Context& context, Session& session) {
-    Settled written; // so far, of a long write
-    session.onSettled = [&](const Settled& settled) {
-        if (!settled.ok) {
+    session.onTransferEnd = [&](const TransferEnd& end) {
+        if (!end.ok) {
             context.fail(EXIT_WORK_FAILED,
-                         failureText(settled, session.settings(), session.nodes()));
-            if (written.length > 0) {
-                context.fail(EXIT_WORK_FAILED,
-                             QStringLiteral("written before that: ") + requestText(written));
+                         failureText(end.last, session.settings(), session.nodes()));
+            for (const QString& line : leftBehind(end)) {
+                context.fail(EXIT_WORK_FAILED, line);
             }
-            QCoreApplication::exit(EXIT_WORK_FAILED);
-            return;
         }
-        if (settled.write) {
-            const int length = written.length + settled.length;
-            written = written.length == 0 ? settled : written;
-            written.length = length;
-        }
-        if (session.pending() == 0) {
-            QCoreApplication::exit(EXIT_DONE);
-        }
+        QCoreApplication::exit(end.ok ? EXIT_DONE : EXIT_WORK_FAILED);
     };
     return QCoreApplication::exec();
 }
@@ -137,11 +126,8 @@ int runWrite(const Context& context) {
     session->write(tag.reg, tag.address, items);
     const int exitCode = runUntilDone(context, *session);
     if (exitCode == EXIT_DONE) {
-        Settled written;
-        written.reg = tag.reg;
-        written.address = tag.address;
-        written.length = static_cast<int>(items.size());
-        context.out << "written: " << requestText(written) << '\n';
+        context.out << "written: "
+                    << requestText(tag.reg, tag.address, static_cast<int>(items.size())) << '\n';
         context.out.flush();
     }
     return exitCode;

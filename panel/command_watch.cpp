@@ -106,6 +106,7 @@ public:
         session.onWrittenAgain = [this](const Settled& settled) {
             m_modeSwitched = settled.modeChangeEnd >= 0 && isNormalEnd(settled.modeChangeEnd);
         };
+        session.onTransferEnd = [this](const TransferEnd& end) { writeEnded(end); };
         session.onScanEnd = [this] { scanEnded(); };
         m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
         if (onTerminal() && context.options.format == OutputFormat::Table &&
@@ -142,14 +143,7 @@ public:
 
 private:
     void requestSettled(const Settled& settled) {
-        const QString reason =
-            settled.ok ? QString() : failureReason(settled, m_session.settings());
-        if (settled.write) {
-            if (m_screen) {
-                m_screen->writeEnded(settled, reason, m_modeSwitched);
-            }
-            m_modeSwitched = false;
-        } else {
+        if (!settled.write) {
             m_board.readSettled(settled, shortReason(settled, m_session.settings()),
                                 m_session.now());
         }
@@ -160,6 +154,14 @@ private:
             m_failedInScan = true;
         }
         refresh(Occasion::Read);
+    }
+
+    void writeEnded(const TransferEnd& end) {
+        if (m_screen) {
+            m_screen->writeEnded(end, failureReason(end.last, m_session.settings()),
+                                 m_modeSwitched);
+        }
+        m_modeSwitched = false;
     }
 
     void noteLink(const Settled& settled) {

@@ -60,10 +60,12 @@ void Exchange::sendFrame() {
         ++m_request.tries;
     }
     m_bytes = QByteArray(reinterpret_cast<const char*>(m_frame.frame), m_frame.sendLen);
-    m_inFlight = true;
     m_sentAt = m_clock.now();
     m_deadline = m_sentAt + m_timeout;
+    // A refusal that the link tells of meanwhile is that of an earlier frame.
     m_link.send(m_bytes);
+    m_inFlight = true;
+    m_portRefused = false;
     m_observer.frameSent(m_bytes, m_request.tries);
 }
 
@@ -117,6 +119,9 @@ QByteArray Exchange::replyForDriver(const QByteArray& datagram) {
     }
     m_request.endCode = endCode;
     m_request.refused = !isNormalEnd(endCode);
+    if (m_request.write) {
+        noteWriteReply(datagram);
+    }
     if (!m_request.refused) {
         m_request.wrongLength += datagram.size() == m_frame.rcvLen ? 0 : 1;
         return datagram;
@@ -135,9 +140,16 @@ QByteArray Exchange::replyForDriver(const QByteArray& datagram) {
     return freed;
 }
 
+void Exchange::noteWriteReply(const QByteArray& datagram) {
+    const bool whole = datagram.size() == m_frame.rcvLen;
+    m_request.acknowledged = m_request.acknowledged || (!m_request.refused && whole);
+    m_request.perhaps = m_request.perhaps || !isSurelyNotDone(m_request.endCode);
+}
+
 void Exchange::portRefused() {
     if (m_inFlight) {
         ++m_request.refusedPort;
+        m_portRefused = true;
     }
 }
 
@@ -159,6 +171,7 @@ void Exchange::poll() {
     if (!isModeChange(m_frame)) {
         ++m_request.silent;
         m_request.refused = false;
+        m_request.perhaps = m_request.perhaps || (m_request.write && !m_portRefused);
     }
     endTry(QByteArray());
 }

@@ -72,6 +72,11 @@ struct Settled {
     qint64 waited = 0;     ///< microseconds from the first frame to the end
     qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered
+
+    // Of a write, in whatever of its tries:
+    bool acknowledged = false; ///< the PLC has answered that it is done, though the driver may have
+                               ///< failed it: after a change of mode it does not accept the answer
+    bool perhaps = false;      ///< the PLC may have done it
 };
 
 enum class Verdict {
@@ -124,6 +129,7 @@ public:
 private:
     Verdict judge(const QByteArray& datagram) const;
     QByteArray replyForDriver(const QByteArray& datagram);
+    void noteWriteReply(const QByteArray& datagram);
     void sendFrame();
     void endTry(const QByteArray& reply);
     void settle(bool ok);
@@ -139,6 +145,7 @@ private:
     QByteArray m_bytes; ///< of m_frame, as sent
     bool m_inFlight = false;
     bool m_requestOpen = false;
+    bool m_portRefused = false; ///< the frame in flight met a closed port
     Settled m_request;
     qint64 m_begun = 0;
     qint64 m_sentAt = 0;

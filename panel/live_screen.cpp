@@ -134,14 +134,19 @@ void LiveScreen::writeTyped() {
     m_session.write(tag.reg, tag.address, items);
 }
 
-void LiveScreen::writeEnded(const Settled& settled, const QString& reason, bool modeSwitched) {
-    QString text = settled.ok
-                       ? QStringLiteral("written: ") + requestText(settled)
-                       : QStringLiteral("writing %1 failed: %2").arg(requestText(settled), reason);
+void LiveScreen::writeEnded(const TransferEnd& end, const QString& reason, bool modeSwitched) {
+    QString text = QStringLiteral("written: ") + requestText(end.reg, end.address, end.length);
+    if (!end.ok) {
+        text = QStringLiteral("writing %1 failed").arg(requestText(end.last));
+        for (const QString& line : leftBehind(end)) {
+            text += QStringLiteral("; ") + line;
+        }
+        text += QStringLiteral(": ") + reason;
+    }
     if (modeSwitched) {
         text += QStringLiteral("; for it the PLC was switched to MONITOR mode");
     }
-    if (settled.ok && !modeSwitched) {
+    if (end.ok && !modeSwitched) {
         m_message.note(text, m_session.now());
     } else {
         m_message.warn(text, m_session.now());

@@ -15,8 +15,8 @@ public:
     LiveScreen(Session& session, const TagBoard& board);
 
     void redrawAll();
-    /// `modeSwitched`: the PLC was switched to MONITOR mode for this write.
-    void writeEnded(const Settled& settled, const QString& reason, bool modeSwitched);
+    /// `reason`: why it has failed. `modeSwitched`: the PLC was switched to MONITOR mode for it.
+    void writeEnded(const TransferEnd& end, const QString& reason, bool modeSwitched);
 
 private:
     void draw();

@@ -11,9 +11,6 @@
 namespace panel {
 namespace {
 
-const int LARGEST_WRITE_WORDS = 503; // what the driver's frame of 1024 bytes carries
-const int LARGEST_WRITE_BITS = 1006;
-
 /// The driver's callback carries no pointer to its host.
 Session* s_current = nullptr;
 
@@ -119,34 +116,12 @@ void Session::setPolled(const QVector<WordRange>& ranges) {
 }
 
 void Session::read(const WordRange& range) {
-    const int most = range.length > m_settings.wordsPerFrame ? pieceLength(m_settings.wordsPerFrame)
-                                                             : m_settings.wordsPerFrame;
-    for (int at = 0; at < range.length; at += most) {
-        Job job;
-        job.reg = range.reg;
-        job.address = range.address + at;
-        job.length = std::min(most, range.length - at);
-        m_jobs.enqueue(job);
-    }
+    m_transfers.add(readPieces(range, m_settings.wordsPerFrame));
     work();
 }
 
 void Session::write(const QString& reg, int address, const Items& items) {
-    const bool bits = reg.endsWith(QLatin1String("_bit"));
-    int most = std::min(m_settings.wordsPerFrame, bits ? LARGEST_WRITE_BITS : LARGEST_WRITE_WORDS);
-    if (!bits && items.size() > most) {
-        most = pieceLength(most);
-    }
-    for (int at = 0; at < items.size(); at += most) {
-        Job job;
-        job.write = true;
-        job.reg = reg;
-        job.address = address + at;
-        const Items piece = items.mid(at, most);
-        job.length = static_cast<int>(piece.size());
-        job.data = toDriverBytes(piece, bits);
-        m_jobs.enqueue(job);
-    }
+    m_transfers.add(writePieces(reg, address, items, m_settings.wordsPerFrame));
     work();
 }
 
@@ -157,7 +132,8 @@ void Session::setRecipe(const QVector<_RCP_VAR_PRO>& variables) {
 void Session::startRecipe(RecipeTransfer transfer) {
     m_transfer = transfer;
     m_recipeActive = true;
-    m_recipeAgain = false;
+    m_recipeRun = 1;
+    m_recipeBlocksOfRun = 0;
     m_recipeBlocksDone = 0;
     requestRecipe(true);
     work();
@@ -181,8 +157,8 @@ void Session::turn() {
 /// would go on with the next block at once, for ever.
 void Session::work() {
     if (m_exchange.idle()) {
-        const bool job = handOverJob();
-        if (scanDue() || job || m_recipeActive) {
+        const bool piece = handOverPiece();
+        if (scanDue() || piece || m_recipeActive) {
             askForFrame();
         }
     }
@@ -200,23 +176,24 @@ void Session::askForFrame() {
     }
 }
 
-/// True while a job is in the driver's hands.
-bool Session::handOverJob() {
-    if (m_jobActive || m_jobs.isEmpty()) {
-        return m_jobActive;
+/// True while a piece of a read or write is in the driver's hands. It gets one at a time, so that
+/// each one's end is known for certain.
+bool Session::handOverPiece() {
+    const Piece* piece = m_transfers.piece();
+    if (piece == nullptr || m_transfers.isHandedOver()) {
+        return piece != nullptr;
     }
-    m_job = m_jobs.dequeue();
-    m_jobActive = true;
-    if (m_job.write) {
-        QByteArray data = m_job.data;
-        m_api.setData(STATION, m_job.reg, m_job.address, m_job.length,
+    m_transfers.handedOver();
+    if (piece->write) {
+        QByteArray data = piece->data;
+        m_api.setData(STATION, piece->reg, piece->address, piece->length,
                       reinterpret_cast<unsigned char*>(data.data()), WRITE_TAG);
     } else {
         KEY_ADDRESS key = KEY_ADDRESS();
         key.station = STATION;
-        key.regName = m_job.reg;
-        key.addr = m_job.address;
-        key.len = m_job.length;
+        key.regName = piece->reg;
+        key.addr = piece->address;
+        key.len = piece->length;
         m_api.addConditionRead(key, READ_TAG);
     }
     return true;
@@ -280,10 +257,12 @@ void Session::tryTimedOut(const QByteArray& frame) {
 
 void Session::requestSettled(const Settled& settled) {
     m_statistics.settled(settled, m_clock.now());
+    const bool ofPiece = m_transfers.isHandedOver() &&
+                         settled.tag == (m_transfers.piece()->write ? WRITE_TAG : READ_TAG);
     if (m_recipeActive) {
         recipeSettled(settled);
-    } else if (m_jobActive && settled.tag == (m_job.write ? WRITE_TAG : READ_TAG)) {
-        jobSettled(settled);
+    } else if (ofPiece) {
+        pieceSettled(settled);
     } else {
         if (onSettled) {
             onSettled(settled);
@@ -293,13 +272,10 @@ void Session::requestSettled(const Settled& settled) {
     work();
 }
 
-/// A write that met the PLC in the wrong mode fails although the driver has switched the mode: its
-/// resends keep a service ID that the driver no longer accepts. So it is written once more.
-void Session::jobSettled(const Settled& settled) {
-    m_jobActive = false;
-    if (!settled.ok && settled.modeChange && !m_job.again) {
-        m_job.again = true;
-        m_jobs.prepend(m_job);
+void Session::pieceSettled(const Settled& settled) {
+    TransferEnd end;
+    const TransferQueue::Next next = m_transfers.pieceEnded(settled, &end);
+    if (next == TransferQueue::Next::Again) {
         if (onWrittenAgain) {
             onWrittenAgain(settled);
         }
@@ -307,6 +283,9 @@ void Session::jobSettled(const Settled& settled) {
     }
     if (onSettled) {
         onSettled(settled);
+    }
+    if (next == TransferQueue::Next::Ended && onTransferEnd) {
+        onTransferEnd(end);
     }
 }
 
@@ -316,15 +295,23 @@ void Session::cyclicSettled() {
     }
 }
 
+/// A block that met the PLC in the wrong mode fails as a write does, and the whole transfer with
+/// it. A second change of mode that the PLC has gone along with is worth a third run.
+bool Session::recipeBeginsAnew(const Settled& settled) const {
+    const int runs = settled.acknowledged ? 3 : 2;
+    return !settled.ok && settled.modeChange && m_recipeRun < runs;
+}
+
 /// The driver clears the request byte when the transfer has ended, well or not.
 void Session::recipeSettled(const Settled& settled) {
-    m_recipeBlocksDone += settled.ok ? 1 : 0;
+    m_recipeBlocksOfRun += settled.ok || settled.acknowledged ? 1 : 0;
+    m_recipeBlocksDone = std::max(m_recipeBlocksDone, m_recipeBlocksOfRun);
     if (recipeRequested()) {
         return;
     }
-    if (!settled.ok && settled.modeChange && !m_recipeAgain) {
-        m_recipeAgain = true;
-        m_recipeBlocksDone = 0; // it starts with the first block
+    if (recipeBeginsAnew(settled)) {
+        ++m_recipeRun;
+        m_recipeBlocksOfRun = 0; // it starts with the first block
         requestRecipe(true);
         if (onWrittenAgain) {
             onWrittenAgain(settled);

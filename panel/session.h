@@ -11,10 +11,10 @@
 #include "panel/exchange.h"
 #include "panel/statistics.h"
 #include "panel/tag.h"
+#include "panel/transfer_queue.h"
 #include "panel/udp_link.h"
 
 #include <QtCore/QMutex>
-#include <QtCore/QQueue>
 #include <QtCore/QTimer>
 
 #include <functional>
@@ -72,17 +72,19 @@ public:
     /// What is read in every scan from now on. The ranges must not overlap (disjointRanges).
     void setPolled(const QVector<WordRange>& ranges);
 
-    /// Queues a read of words. Ranges longer than a frame are read piece by piece.
+    /// Queues a read of words. Ranges longer than a frame are read piece by piece; behind a piece
+    /// that failed nothing more of it is sent. It ends by onTransferEnd.
     void read(const WordRange& range);
 
-    /// Queues a write of words or bits, piece by piece.
+    /// The same of a write of words or bits.
     void write(const QString& reg, int address, const Items& items);
 
     /// Declares the recipe. Variables name words of recipeBuffer(), which has RECIPE_WORDS of them.
     void setRecipe(const QVector<_RCP_VAR_PRO>& variables);
     std::vector<unsigned short>& recipeBuffer() { return m_recipe; }
     void startRecipe(RecipeTransfer transfer);
-    /// Blocks that the transfer has moved so far.
+    /// Blocks that the transfer has moved so far, from the first; also of a run before one that had
+    /// to begin anew.
     int recipeBlocksDone() const { return m_recipeBlocksDone; }
 
     /// See Exchange.
@@ -93,6 +95,8 @@ public:
 
     /// Every request that ends, except a write that is about to be written once more.
     std::function<void(const Settled&)> onSettled;
+    /// A read() or write() has ended: told once for each, behind onSettled of its last request.
+    std::function<void(const TransferEnd&)> onTransferEnd;
     /// A write failed because the driver first had to switch the PLC's mode; it is written again.
     std::function<void(const Settled&)> onWrittenAgain;
     /// A word of a word register, or a bit, has changed in the driver's cache.
@@ -101,9 +105,6 @@ public:
     std::function<void()> onScanEnd;
     /// A recipe transfer has ended.
     std::function<void(bool ok, const Settled& last)> onRecipeEnd;
-
-    /// Requests made by read() and write() that have not ended yet.
-    int pending() const { return static_cast<int>(m_jobs.size()) + (m_jobActive ? 1 : 0); }
 
     static const int HOST_TAG = 1;
     static const int STATION =
@@ -114,15 +115,6 @@ public:
     static const int WRITE_TAG = 2;
 
 private:
-    struct Job {
-        bool write = false;
-        QString reg;
-        int address = 0;
-        int length = 0;
-        QByteArray data;
-        bool again = false; ///< written once more after a mode change
-    };
-
     bool nextFrame(FRAME_PRO* frame) override;
     int dealWithReply(QByteArray reply, QString* message) override;
     void frameSent(const QByteArray& frame, int attempt) override;
@@ -136,12 +128,13 @@ private:
     void work();
     void turn();
     void askForFrame();
-    bool handOverJob();
+    bool handOverPiece();
     bool scanDue();
     void armTimer();
-    void jobSettled(const Settled& settled);
+    void pieceSettled(const Settled& settled);
     void cyclicSettled();
     void recipeSettled(const Settled& settled);
+    bool recipeBeginsAnew(const Settled& settled) const;
     bool recipeRequested();
     void requestRecipe(bool requested);
 
@@ -162,16 +155,15 @@ private:
     std::vector<unsigned short> m_recipe;
     QMutex m_mutex;
 
-    QQueue<Job> m_jobs;
-    Job m_job;
-    bool m_jobActive = false;
+    TransferQueue m_transfers;
 
     int m_blocks = 0;     ///< cyclic reads that the driver has made of the polled ranges
     int m_blocksLeft = 0; ///< of the scan under way
     qint64 m_nextScan = 0;
 
     bool m_recipeActive = false;
-    bool m_recipeAgain = false;
+    int m_recipeRun = 0;         ///< from 1; a change of the PLC's mode makes another one
+    int m_recipeBlocksOfRun = 0; ///< moved in this run
     int m_recipeBlocksDone = 0;
     RecipeTransfer m_transfer = RecipeTransfer::Upload;
 };

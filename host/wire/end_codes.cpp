@@ -96,6 +96,11 @@ bool isModeRefusal(int endCode) {
     return code == 0x2203 || code == 0x2204 || code == 0x2206;
 }
 
+bool isSurelyNotDone(int endCode) {
+    const int code = plainEndCode(endCode);
+    return code != 0x0000 && code != 0x0001 && code != 0x0103 && code != 0x0205;
+}
+
 QString endCodeWords(int endCode) {
     QString text = plainText(plainEndCode(endCode));
     if ((endCode & RELAY_ERROR) != 0) {

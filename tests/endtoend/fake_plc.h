@@ -8,6 +8,8 @@
 #include <QtNetwork/QNetworkDatagram>
 #include <QtNetwork/QUdpSocket>
 
+#include <functional>
+
 class FakePlc {
 public:
     FakePlc() { EXPECT_TRUE(m_socket.bind(QHostAddress(QHostAddress::LocalHost), 0)); }
@@ -22,11 +24,20 @@ public:
         return m_socket.receiveDatagram();
     }
 
-    /// Nothing waits to be read.
-    bool quiet() const { return !m_socket.hasPendingDatagrams(); }
-
     void send(const QNetworkDatagram& to, const QByteArray& bytes) {
         m_socket.writeDatagram(bytes, to.senderAddress(), static_cast<quint16>(to.senderPort()));
+    }
+
+    /// Answers each frame until the program has ended.
+    void serve(Running* program, const std::function<QByteArray(const QNetworkDatagram&)>& answer) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!program->hasEnded() && timer.elapsed() < PATIENCE_MS) {
+            if (m_socket.hasPendingDatagrams() || m_socket.waitForReadyRead(SLICE_MS)) {
+                const QNetworkDatagram frame = m_socket.receiveDatagram();
+                send(frame, answer(frame));
+            }
+        }
     }
 
     /// A reply to a frame: source and destination changed round, the end code, then data in hex.
@@ -44,6 +55,8 @@ public:
     }
 
 private:
+    static const int SLICE_MS = 20; ///< between looks at the program
+
     QUdpSocket m_socket;
 };
 

@@ -63,6 +63,27 @@ TEST_F(PanelLine, processes_beginWithServiceIdsOfTheirOwn) {
     EXPECT_GE(ids.size(), 3);
 }
 
+/// A PLC in PROGRAM mode: its reply to the first change of mode says that it failed, and the PLC
+/// has not changed; the second one works. The driver fails the write all the same, twice.
+TEST_F(PanelLine, modeChangeThatWorksTheSecondTime_isWritten) {
+    FakePlc& plc = fakePlc();
+    Running write;
+    startPanel(&write, {"write", "DM", "100", "5"});
+    int changes = 0;
+    int value = 0;
+    plc.serve(&write, [&](const QNetworkDatagram& frame) {
+        if (frame.data().mid(10, 2) == QByteArray::fromHex("0401")) {
+            return FakePlc::replyTo(frame, ++changes == 1 ? 0x2201 : 0);
+        }
+        value = changes < 2 ? 0 : frame.data().at(19);
+        return FakePlc::replyTo(frame, changes < 2 ? 0x2203 : 0);
+    });
+    const Ended ended = write.waitForEnd();
+    EXPECT_EQ(value, 5);
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.out);
+    EXPECT_TRUE(ended.out.endsWith("written: DM 100 (1 word)\n")) << plain(ended.out);
+}
+
 TEST_F(PanelLine, datagramsOfOthersBeforeTheSocketIsConnected_areThrownAway) {
     panel::UdpLink link;
     QVector<QByteArray> taken;

@@ -173,6 +173,18 @@ TEST_F(PanelTerminal, watch_refusedWrite_saysTheEndCode) {
     EXPECT_EQ(exitCode(), 0);
 }
 
+TEST_F(PanelTerminal, watch_longWriteWhoseFirstPieceIsRefused_saysSoAndWritesNothingMore) {
+    startPlc();
+    watch({"AR:446:4", "--words-per-frame", "2"}); // read-only up to AR 447
+    ASSERT_TRUE(shows("AR:446:4"));
+    type("\r1 2 3 4\r");
+    EXPECT_TRUE(shows("writing AR 446 (2 words) failed; not written: AR 446 (4 words): the PLC"));
+    EXPECT_TRUE(panel({"read", "AR", "448", "--format", "csv"}).out.endsWith("AR,448,0\n"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+    EXPECT_FALSE(m_shown.contains("written: AR"));
+}
+
 TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) {
     startPlc({"--mode", "program", "--writes-in", "monitor"});
     watch({"DM:5"});

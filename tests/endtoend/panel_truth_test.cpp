@@ -142,6 +142,71 @@ TEST_F(PanelTruth, longWriteThatFailsInTheMiddle_saysWhatIsWritten) {
     EXPECT_TRUE(ended.err.contains("written before that: DM 10 (4 words)")) << plain(ended.err);
 }
 
+/// More than once: what ends the program must win over what comes after it.
+TEST_F(PanelTruth, longWriteWhoseFirstPieceIsRefused_isNeverWrittenAndSendsNothingMore) {
+    QStringList write{"write", "AR", "300"}; // read-only up to AR 447
+    for (int value = 0; value < 400; ++value) {
+        write.append(QString::number(value));
+    }
+    for (int run = 0; run < 5; ++run) {
+        startPlc();
+        const Ended ended = panel(write);
+        EXPECT_EQ(ended.exitCode, 1);
+        EXPECT_EQ(plain(ended.out), "");
+        EXPECT_TRUE(ended.err.contains("writing AR 300 (256 words) failed")) << plain(ended.err);
+        EXPECT_TRUE(ended.err.contains("not written: AR 300 (400 words)")) << plain(ended.err);
+        EXPECT_EQ(plcRequests(), 3); // the tries of the first piece
+    }
+}
+
+TEST_F(PanelTruth, longReadWhoseFirstPieceIsRefused_printsNothingAndSendsNothingMore) {
+    for (int run = 0; run < 5; ++run) {
+        startPlc({"--max-message", "500"}); // too little for 256 words, enough for 44
+        const Ended ended = panel({"read", "DM", "0", "300"});
+        EXPECT_EQ(ended.exitCode, 1);
+        EXPECT_EQ(plain(ended.out), "");
+        EXPECT_TRUE(ended.err.contains("reading DM 0 (256 words) failed")) << plain(ended.err);
+        EXPECT_EQ(plcRequests(), 3);
+    }
+}
+
+class PanelUnanswered : public PanelTruth, public testing::WithParamInterface<const char*> {};
+
+/// Whether the PLC has got it or only its answer was lost, nobody can know.
+TEST_P(PanelUnanswered, piece_isToldAsPerhapsWrittenAndTheRestAsNotWritten) {
+    startPlc({"--faults", GetParam()});
+    const Ended ended = panel({"--words-per-frame", "2", "--timeout", "20", "write", "DM", "100",
+                               "1", "2", "3", "4", "5", "6"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("perhaps written: DM 100 (2 words), though no answer says so\n"))
+        << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("not written: DM 102 (4 words)\n")) << plain(ended.err);
+    EXPECT_TRUE(panel({"read", "DM", "102", "4", "--format", "csv"})
+                    .out.endsWith("DM,102,0\nDM,103,0\nDM,104,0\nDM,105,0\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Request, PanelUnanswered, testing::Values("silent 1-3", "drop 1-3"));
+
+TEST_F(PanelTruth, writeToAClosedPort_isNotPerhapsWritten) {
+    startPlc();
+    m_plc.kill(); // its port is free now
+    const Ended ended = panel({"--timeout", "50", "write", "DM", "100", "1"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("nothing listens")) << plain(ended.err);
+    EXPECT_FALSE(ended.err.contains("perhaps")) << plain(ended.err);
+}
+
+TEST_F(PanelTruth, recipeWithoutAnswer_saysThatItsFirstBlockIsPerhapsWritten) {
+    startPlc({"--faults", "drop 1-3"});
+    const QString recipe = file("recipe.csv", "name,register,address\na,HR,1\nb,DM,5\n");
+    const Ended ended = panel({"--timeout", "20", "recipe", "download", recipe, "--values",
+                               file("values.csv", "a,11\nb,12\n")});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("perhaps written: HR 1 (1 word), though no answer says so"))
+        << plain(ended.err);
+    EXPECT_TRUE(panel({"read", "HR", "1", "--format", "csv"}).out.endsWith("HR,1,11\n"));
+}
+
 TEST_F(PanelTruth, refusedRead_isToldWithItsEndCode) {
     startPlc({"--end-code", "1103"});
     const Ended ended = panel({"read", "DM", "100", "2"});

@@ -41,6 +41,10 @@ bool Running::waitFor(const std::function<bool(const QString&)>& found) {
     }
 }
 
+bool Running::hasEnded() {
+    return m_process.state() == QProcess::NotRunning || m_process.waitForFinished(0);
+}
+
 bool Running::waitFor(const QString& text) {
     return waitFor([&text](const QString& output) { return output.contains(text); });
 }

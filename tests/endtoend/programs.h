@@ -42,6 +42,7 @@ public:
     bool waitFor(const std::function<bool(const QString& output)>& found);
     bool waitFor(const QString& text);
     QString output() const { return m_output; }
+    bool hasEnded();
 
     /// Sends a signal, if it is still running, and waits for the end.
     Ended stop(int signal);

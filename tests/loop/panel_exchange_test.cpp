@@ -338,6 +338,57 @@ TEST_F(PanelExchange, receive_refusedWrite_failsAndTheOldValueIsBack) {
     EXPECT_EQ(value(100), 5);
 }
 
+TEST_F(PanelExchange, writeRefusedInEveryTry_isSurelyNotDone) {
+    write(100, 9);
+    m_exchange.start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        answer(0x2101);
+    }
+    EXPECT_FALSE(m_record.settled.at(0).perhaps);
+    EXPECT_FALSE(m_record.settled.at(0).acknowledged);
+}
+
+TEST_F(PanelExchange, writeWithOneTryUnanswered_isPerhapsDone) {
+    write(100, 9);
+    m_exchange.start();
+    passDeadline();
+    answer(0x2101);
+    answer(0x2101);
+    ASSERT_EQ(m_record.settled.size(), 1U);
+    EXPECT_TRUE(m_record.settled.at(0).perhaps);
+    EXPECT_FALSE(m_record.settled.at(0).acknowledged);
+}
+
+TEST_F(PanelExchange, writeWhoseAnswerWasLostBehindARelay_isPerhapsDone) {
+    write(100, 9);
+    m_exchange.start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        answer(0x0205);
+    }
+    EXPECT_TRUE(m_record.settled.at(0).perhaps);
+}
+
+TEST_F(PanelExchange, writeToAClosedPortInEveryTry_isSurelyNotDone) {
+    write(100, 9);
+    m_exchange.start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        m_exchange.portRefused();
+        passDeadline();
+    }
+    ASSERT_EQ(m_record.settled.size(), 1U);
+    EXPECT_FALSE(m_record.settled.at(0).perhaps);
+}
+
+TEST_F(PanelExchange, writeToAClosedPortInItsFirstTryOnly_isPerhapsDone) {
+    write(100, 9);
+    m_exchange.start();
+    m_exchange.portRefused();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        passDeadline();
+    }
+    EXPECT_TRUE(m_record.settled.at(0).perhaps);
+}
+
 class ModeRefusal : public PanelExchange, public testing::WithParamInterface<int> {};
 
 TEST_P(ModeRefusal, ofAWrite_switchesToMonitorAndEndsInAFailureThatTellsSo) {
@@ -362,6 +413,7 @@ TEST_P(ModeRefusal, ofAWrite_switchesToMonitorAndEndsInAFailureThatTellsSo) {
     EXPECT_EQ(settled.modeChangeEnd, 0);
     EXPECT_EQ(settled.refusalBeforeModeChange, GetParam());
     EXPECT_FALSE(settled.refused);
+    EXPECT_TRUE(settled.acknowledged); // by the PLC
     EXPECT_EQ(settled.reg, "DM");
     EXPECT_EQ(settled.address, 100);
 }

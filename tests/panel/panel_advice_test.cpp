@@ -122,4 +122,59 @@ TEST(RequestText, oneBit_isAddressedByWordAndBit) {
     EXPECT_EQ(plain(requestText(settled)), "CIO_bit 3.5 (1 bit)");
 }
 
+/// A write of six words from DM 100 on, of which `done` are written and a piece of two has failed.
+TransferEnd failedWrite(int done, int perhaps) {
+    TransferEnd end;
+    end.write = true;
+    end.reg = "DM";
+    end.address = 100;
+    end.length = 6;
+    end.done = done;
+    end.perhaps = perhaps;
+    end.last = failedRead();
+    end.last.address = 100 + done;
+    return end;
+}
+
+std::string leftBehindText(const TransferEnd& end) {
+    return plain(leftBehind(end).join('\n'));
+}
+
+TEST(LeftBehind, longWrite_tellsOfEachWord) {
+    EXPECT_EQ(leftBehindText(failedWrite(2, 0)), "written before that: DM 100 (2 words)\n"
+                                                 "not written: DM 102 (4 words)");
+    EXPECT_EQ(leftBehindText(failedWrite(2, 2)),
+              "written before that: DM 100 (2 words)\n"
+              "perhaps written: DM 102 (2 words), though no answer says so\n"
+              "not written: DM 104 (2 words)");
+    EXPECT_EQ(leftBehindText(failedWrite(0, 0)), "not written: DM 100 (6 words)");
+    EXPECT_EQ(leftBehindText(failedWrite(4, 2)),
+              "written before that: DM 100 (4 words)\n"
+              "perhaps written: DM 104 (2 words), though no answer says so");
+}
+
+TEST(LeftBehind, oneFrameThatWasRefused_needsNoMoreWords) {
+    TransferEnd end = failedWrite(0, 0);
+    end.length = 2;
+    EXPECT_EQ(leftBehindText(end), "");
+}
+
+TEST(LeftBehind, readOrDoneWrite_leavesNothing) {
+    TransferEnd end = failedWrite(2, 0);
+    end.write = false;
+    EXPECT_EQ(leftBehindText(end), "");
+    end = failedWrite(6, 0);
+    end.ok = true;
+    EXPECT_EQ(leftBehindText(end), "");
+}
+
+TEST(RecipeLeftBehind, blocks_areCountedAndTheUnansweredOneIsNamed) {
+    Settled last = failedRead();
+    EXPECT_EQ(plain(recipeLeftBehind(0, last).join('\n')), "");
+    last.perhaps = true;
+    EXPECT_EQ(plain(recipeLeftBehind(2, last).join('\n')),
+              "the PLC now holds a part of the recipe: blocks written before that: 2\n"
+              "perhaps written: DM 100 (2 words), though no answer says so");
+}
+
 } // namespace

@@ -47,4 +47,14 @@ INSTANTIATE_TEST_SUITE_P(Panel, EndCode, testing::ValuesIn(CASES), [](const auto
     return plain(QString::number(row.param.code, 16));
 });
 
+TEST(IsSurelyNotDone, endCode_refusalsOnly) {
+    for (const int refusal : {0x1103, 0x2101, 0x2203, 0x22C3, 0x9103, 0x0401}) {
+        EXPECT_TRUE(isSurelyNotDone(refusal)) << refusal;
+    }
+    // Normal ends, and what says only that no answer came back: cancelled, retries failed, timeout.
+    for (const int other : {0x0000, 0x0040, 0x0001, 0x0103, 0x0205, 0x8205}) {
+        EXPECT_FALSE(isSurelyNotDone(other)) << other;
+    }
+}
+
 } // namespace

@@ -19,6 +19,10 @@ bool isNormalEnd(int endCode);
 /// (2203, 2204, 2206).
 bool isModeRefusal(int endCode);
 
+/// The command has surely not been carried out: the PLC refused it. Not so of a normal end, and of
+/// errors that say only that the answer was lost on the way (0001, 0103, 0205).
+bool isSurelyNotDone(int endCode);
+
 /// For example "address out of range", with what the flags add.
 QString endCodeWords(int endCode);
 
