@@ -1,5 +1,6 @@
 #include <velkor/host/driver_registers.h>
 
+#include "host/driver/api_catalogue.h"
 #include "host/driver/driver_copy.h"
 
 #include <QtCore/QStringList>
@@ -16,24 +17,13 @@ QString DriverRegisters::load(const QString& driverFile) {
     if (!fault.isEmpty()) {
         return fault;
     }
-    for (const int type : {0, 1}) {
-        QList<QString> names;
-        m_driver->api().getRegListByType(type, names);
-        for (const QString& name : names) {
-            QList<QString> fields;
-            m_driver->api().getRegDiscription(name, fields);
-            if (fields.size() == 5) {
-                m_registers.append({name, fields.at(0), fields.at(1), fields.at(2),
-                                    fields.at(3) == QLatin1String("0"), fields.at(4)});
-            }
-        }
-    }
+    m_registers = registersOf(m_driver->api());
     return QString();
 }
 
 int DriverRegisters::checkAddress(const RegisterInfo& info, const QString& text, int count,
                                   int* address) const {
-    return m_driver->api().checkAddrValidity(info.name, text, address, count, info.bit ? 0 : 1);
+    return checkAddressWith(m_driver->api(), info, text, count, address);
 }
 
 /// Fields 7 and 8 of the driver's parameter string are the PLC's address and port.

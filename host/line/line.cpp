@@ -1,11 +1,10 @@
 #include <velkor/host/line.h>
 
+#include "host/driver/api_catalogue.h"
 #include "host/driver/driver_copy.h"
 #include "host/line/line_core.h"
 #include "host/line/steady_clock.h"
 #include "host/line/udp_link.h"
-
-#include <velkor/host/driver_registers.h>
 
 #include <QtCore/QRandomGenerator>
 #include <QtCore/QTimer>
@@ -45,6 +44,16 @@ QString faultIn(const LineSettings& settings) {
         return QStringLiteral("plc.address is \"%1\"; right is an IPv4 address")
             .arg(settings.plc.address.toString());
     }
+    const QHostAddress& local = settings.local.address;
+    if (!local.isNull() && local != QHostAddress::Any &&
+        local.protocol() != QAbstractSocket::IPv4Protocol) {
+        return QStringLiteral("local.address is \"%1\"; right is an IPv4 address, or none")
+            .arg(local.toString());
+    }
+    if (settings.allowModeChange && settings.retries < 2) {
+        return QStringLiteral("retries is 1 and allowModeChange is set; right are retries of 2 or "
+                              "more, because the change takes one");
+    }
     const auto wrong = [](int node) { return node < 0 || node > 255; };
     if (!settings.nodes.isEmpty() &&
         (settings.nodes.size() != 6 ||
@@ -63,6 +72,7 @@ QString closedText() {
 /// What lives while the line is open.
 struct Connection {
     DriverCopy driver;
+    ApiCatalogue registers;
     UdpLink link;
     std::unique_ptr<LineCore> core;
 };
@@ -82,9 +92,11 @@ public:
 
     QString open();
     void close();
+    void noteTagsNotRead();
     LineCore* core() const { return connection ? connection->core.get() : nullptr; }
 
     QString wrongItems(const QString& reg, int address, qint64 count) const;
+    QString wrongWrite(const QString& reg, int address, const Items& items) const;
     QString wrongTag(const Tag& tag) const;
     bool accept(const QString& wrong, QString* fault) const;
     quint64 recipe(RecipeDirection direction, const QVector<RecipeVariable>& variables,
@@ -101,7 +113,6 @@ public:
     Line* line; ///< null once it has been destroyed
     LineSettings settings;
     SteadyClock clock;
-    DriverRegisters registers;
     std::unique_ptr<Connection> connection;
     QVector<int> nodes;
     QTimer timer;    ///< for the core's due()
@@ -121,9 +132,6 @@ QString Line::Private::open() {
     }
     auto opened = std::make_unique<Connection>();
     fault = opened->driver.load(settings.driverFile);
-    if (fault.isEmpty() && registers.registers().isEmpty()) {
-        fault = registers.load(settings.driverFile);
-    }
     if (fault.isEmpty()) {
         fault = opened->link.bind(settings.local);
     }
@@ -133,6 +141,7 @@ QString Line::Private::open() {
     if (!fault.isEmpty()) {
         return fault;
     }
+    opened->registers.take(opened->driver.api());
     nodes = settings.nodes;
     if (nodes.isEmpty()) {
         // These PLCs take the last octet of an IPv4 address for its node number.
@@ -165,10 +174,25 @@ void Line::Private::close() {
     timer.stop();
     core()->close();
     collect();
+    noteTagsNotRead();
     statistics = core()->statistics();
     board = TagBoard(tags);
     connection.reset();
     afterEvent();
+}
+
+/// Every tag that was anything else is about to be NotRead.
+void Line::Private::noteTagsNotRead() {
+    TagsChanged changed;
+    for (int index = 0; index < core()->board().size(); ++index) {
+        const TagStatus& status = core()->board().at(index);
+        if (status.state != TagState::NotRead || status.pending) {
+            changed.indices.append(index);
+        }
+    }
+    if (!changed.indices.isEmpty() && wanted(changed)) {
+        notices.push_back(std::move(changed));
+    }
 }
 
 void Line::Private::armTimer() {
@@ -266,8 +290,9 @@ void Line::Private::tell(const Notice& notice) {
         notice);
 }
 
-/// Empty, or why `count` items from `address` are not items of `reg`.
+/// Empty, or why `count` items from `address` are not items of `reg`. Of an open line.
 QString Line::Private::wrongItems(const QString& reg, int address, qint64 count) const {
+    const Catalogue& registers = connection->registers;
     const RegisterInfo* info = registers.find(reg);
     if (info == nullptr) {
         return QStringLiteral("\"%1\" is no register; right is one of %2")
@@ -277,6 +302,16 @@ QString Line::Private::wrongItems(const QString& reg, int address, qint64 count)
         return QStringLiteral("%1 %2: %3").arg(reg).arg(address).arg(Catalogue::rangeText(*info));
     }
     return registers.check(*info, addressText(address, info->bit), static_cast<int>(count)).text;
+}
+
+QString Line::Private::wrongWrite(const QString& reg, int address, const Items& items) const {
+    const QString wrong = wrongItems(reg, address, items.size());
+    if (!wrong.isEmpty() || !isBitRegister(reg)) {
+        return wrong;
+    }
+    const auto noBit = std::find_if(items.begin(), items.end(), [](int item) { return item > 1; });
+    return noBit == items.end() ? QString()
+                                : QStringLiteral("%1 is no bit; right are 0 and 1").arg(*noBit);
 }
 
 QString Line::Private::wrongTag(const Tag& tag) const {
@@ -319,12 +354,13 @@ quint64 Line::Private::recipe(RecipeDirection direction, const QVector<RecipeVar
     return id;
 }
 
-/// Indices of the old list would be taken for those of the new one.
+/// Indices of the old list would be taken for those of the new one, and so would its scan.
 void Line::Private::forgetTagNotices() {
     collect();
     notices.erase(std::remove_if(notices.begin(), notices.end(),
                                  [](const Notice& notice) {
-                                     return std::holds_alternative<TagsChanged>(notice);
+                                     return std::holds_alternative<TagsChanged>(notice) ||
+                                            std::holds_alternative<ScanEnded>(notice);
                                  }),
                   notices.end());
 }
@@ -394,7 +430,7 @@ bool Line::allFresh() const {
 }
 
 quint64 Line::write(const QString& reg, int address, const Items& items, QString* fault) {
-    const QString wrong = isOpen() ? d->wrongItems(reg, address, items.size()) : closedText();
+    const QString wrong = isOpen() ? d->wrongWrite(reg, address, items) : closedText();
     if (!d->accept(wrong, fault)) {
         return 0;
     }

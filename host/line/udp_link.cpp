@@ -17,7 +17,11 @@ UdpLink::UdpLink() : m_buffer(LARGEST_DATAGRAM, '\0') {
 }
 
 QString UdpLink::bind(const Endpoint& local) {
-    if (!m_socket.bind(local.address, local.port, QAbstractSocket::DontShareAddress)) {
+    // The PLC's address is one of IPv4; a socket for both families would show its own as IPv6.
+    const QHostAddress address = local.address.isNull() || local.address == QHostAddress::Any
+                                     ? QHostAddress(QHostAddress::AnyIPv4)
+                                     : local.address;
+    if (!m_socket.bind(address, local.port, QAbstractSocket::DontShareAddress)) {
         return QStringLiteral("cannot use %1 as the local address: %2")
             .arg(endpointText(local), m_socket.errorString());
     }

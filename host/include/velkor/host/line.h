@@ -71,8 +71,8 @@ public:
     /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
     QString open();
     /// Ends everything: each write, read and recipe that is not settled is told as Unknown, NotSent
-    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead. The tags are
-    /// kept, and polled again after the next open(). Does nothing when closed.
+    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead, which onTags tells.
+    /// The tags are kept, and polled again after the next open(). Does nothing when closed.
     void close();
     bool isOpen() const;
 
@@ -94,8 +94,8 @@ public:
 
     /// Queues a write of items (words, low byte first in memory as the machine has them; or bits, 0
     /// or 1) from `address` on. Its outcome comes by onWrite, exactly once. Returns its id, never
-    /// 0; or 0 when it was not queued: line closed, no such register, or items outside the
-    /// register; `fault`, if given, says which.
+    /// 0; or 0 when it was not queued: line closed, no such register, items outside the register,
+    /// or a bit that is neither 0 nor 1; `fault`, if given, says which.
     quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr);
 
     /// Queues a one-shot read of `count` words or bits. Its outcome comes by onRead. Returns as
