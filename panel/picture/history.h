@@ -1,0 +1,70 @@
+#ifndef VELKOR_PANEL_PICTURE_HISTORY_H
+#define VELKOR_PANEL_PICTURE_HISTORY_H
+
+/// The last values of the tags, for the small graph and for the trend, in memory that is bounded:
+/// of up to ALL_KEPT tags the last ten minutes are kept, at four samples a second, of the tags of
+/// a longer list only from when keep() names them on.
+
+#include <QtCore/QHash>
+#include <QtCore/QVector>
+
+#include <functional>
+#include <vector>
+
+namespace panel {
+namespace screen {
+
+/// One moment of one tag.
+struct Sample {
+    enum Kind {
+        None, ///< nobody looked
+        Gap,  ///< it had no fresh value, or none that is a number
+        Value
+    };
+    Kind kind = None;
+    float value = 0;
+};
+
+class History {
+public:
+    static const int SAMPLE_MS = 250;
+    static const int SAMPLES = 2400;  ///< ten minutes
+    static const int RECENT = 16;     ///< for the small graph, one a second
+    static const int ALL_KEPT = 1000; ///< 10 MB
+    static const int MOST_KEPT = 64;  ///< of a longer list
+
+    explicit History(int tags);
+
+    /// The tags of a trend, the first MOST_KEPT of them: of a longer list, others are forgotten.
+    void keep(const QVector<int>& tags);
+
+    /// To be called four times a second. `look` tells what a tag is now. A call that comes late
+    /// leaves no gap, one that is missing does.
+    void sample(qint64 now, const std::function<Sample(int tag)>& look);
+
+    /// For the small graph: the last values, oldest first.
+    QVector<double> recent(int tag) const;
+
+    /// The last `count` moments up to the latest one, oldest first.
+    QVector<Sample> last(int tag, int count) const;
+
+private:
+    struct Kept {
+        std::vector<float> samples; ///< a ring, as stored()
+        qint64 first = 0;           ///< slots that have been stored: from `first` on,
+        qint64 end = 0;             ///< before `end`
+
+        void store(qint64 slot, float value);
+    };
+
+    int m_tags;
+    QHash<int, Kept> m_kept;
+    QVector<float> m_recent; ///< RECENT of each tag, oldest first; not finite: none yet
+    qint64 m_slot = -1;      ///< of the latest sample
+    qint64 m_recentAt = -1;
+};
+
+} // namespace screen
+} // namespace panel
+
+#endif

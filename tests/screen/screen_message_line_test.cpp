@@ -1,0 +1,40 @@
+#include "panel/screen/message_line.h"
+
+#include "panel/text.h"
+
+#include <gtest/gtest.h>
+
+using namespace panel::screen;
+
+namespace {
+
+const qint64 SECOND = 1000000;
+
+TEST(ScreenMessageLine, note_isGoneAfterThreeSeconds) {
+    MessageLine line;
+    line.note("written: DM 5 (1 word)", 10 * SECOND);
+    EXPECT_EQ(plain(line.text("", 13 * SECOND - 1)), "written: DM 5 (1 word)");
+    EXPECT_EQ(plain(line.text("", 13 * SECOND)), "");
+}
+
+TEST(ScreenMessageLine, noteWhileTheValueFails_givesWayToTheFailure) {
+    MessageLine line;
+    line.note("written: DM 5 (1 word)", 10 * SECOND);
+    EXPECT_EQ(plain(line.text("no answer", 10 * SECOND)), "no answer");
+}
+
+TEST(ScreenMessageLine, warningWhileTheValueFails_isShownForSixSeconds) {
+    MessageLine line;
+    line.warn("a whole number", 10 * SECOND);
+    EXPECT_EQ(plain(line.text("no answer", 16 * SECOND - 1)), "a whole number");
+    EXPECT_EQ(plain(line.text("no answer", 16 * SECOND)), "no answer");
+}
+
+TEST(ScreenMessageLine, cleared_showsTheFailure) {
+    MessageLine line;
+    line.warn("a whole number", 10 * SECOND);
+    line.clear();
+    EXPECT_EQ(plain(line.text("no answer", 10 * SECOND)), "no answer");
+}
+
+} // namespace
