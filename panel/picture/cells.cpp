@@ -8,11 +8,11 @@ namespace panel {
 namespace screen {
 namespace {
 
-const uint ZERO_WIDTH_NON_JOINER = 0x200C;
-const uint ZERO_WIDTH_JOINER = 0x200D;
+const char32_t ZERO_WIDTH_NON_JOINER = 0x200C;
+const char32_t ZERO_WIDTH_JOINER = 0x200D;
 
 /// 0 for a combining character; -1 for one that cannot be shown.
-int columns(uint character) {
+int columns(char32_t character) {
     const bool joiner = character == ZERO_WIDTH_JOINER || character == ZERO_WIDTH_NON_JOINER;
     // Format characters turn the direction of the line around.
     if (QChar::category(character) == QChar::Other_Format && !joiner) {
@@ -32,7 +32,7 @@ int columns(uint character) {
 QVector<Glyph> glyphs(const QString& text) {
     QVector<Glyph> result;
     result.reserve(static_cast<int>(text.size()));
-    for (const uint character : text.toUcs4()) {
+    for (const char32_t character : text.toUcs4()) {
         const int width = columns(character);
         if (width == 0 && !result.isEmpty()) {
             result.last().text += QString::fromUcs4(&character, 1);

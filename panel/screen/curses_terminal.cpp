@@ -162,12 +162,13 @@ QString CursesTerminal::open() {
     if (!wrong.isEmpty()) {
         return wrong;
     }
-    // ncurses would stop the program at a SIGTSTP; nothing is left to do so.
-    std::signal(SIGTSTP, SIG_IGN);
+    // At a SIGTSTP ncurses would stop the program, and the polling with it.
+    m_stopBefore = std::signal(SIGTSTP, SIG_IGN);
     termios before = {};
     tcgetattr(STDIN_FILENO, &before);
     m_screen = newterm(nullptr, stdout, stdin);
     if (m_screen == nullptr) {
+        std::signal(SIGTSTP, m_stopBefore);
         return QStringLiteral("ncurses cannot draw on a terminal \"%1\" (TERM)")
             .arg(QString::fromLocal8Bit(terminalName()));
     }
@@ -198,6 +199,7 @@ void CursesTerminal::close() {
     endwin();
     delscreen(static_cast<SCREEN*>(m_screen));
     m_screen = nullptr;
+    std::signal(SIGTSTP, m_stopBefore);
     wayBack.needed = 0;
 }
 

@@ -50,7 +50,8 @@ private:
     bool m_open = false;
     bool m_unicode = false;
     bool m_colours = false;
-    void* m_screen = nullptr; ///< ncurses' own
+    void* m_screen = nullptr;            ///< ncurses' own
+    void (*m_stopBefore)(int) = nullptr; ///< what SIGTSTP did
 };
 
 } // namespace screen

@@ -201,7 +201,6 @@ void ScreenView::startTyping() {
 }
 
 void ScreenView::keyWhileTyping(Key key, const QString& text) {
-    m_message.clear();
     switch (key) {
     case Key::Text:
         m_typed += text;
@@ -317,11 +316,18 @@ ScreenView::Message ScreenView::message(const TableInput& input) const {
 }
 
 QStringList ScreenView::messageLines(const Message& message, int width, int height) const {
-    if (message.typing) {
-        return {tailText(message.text, width - 1)};
+    const int most = std::max(1, std::min(MESSAGE_LINES, height - 2));
+    if (!message.typing) {
+        return wrapText(message.text, width, most, m_unicode);
     }
-    return wrapText(message.text, width, std::max(1, std::min(MESSAGE_LINES, height - 2)),
-                    m_unicode);
+    // What became of an earlier write stands above the question.
+    QStringList lines;
+    const QString news = m_message.text(QString(), m_model.now());
+    if (!news.isEmpty() && most > 1) {
+        lines = wrapText(news, width, most - 1, m_unicode);
+    }
+    lines.append(tailText(message.text, width - 1));
+    return lines;
 }
 
 TableInput ScreenView::tableInput(int width, int height) const {

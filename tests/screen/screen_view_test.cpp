@@ -259,12 +259,16 @@ TEST_F(View, noteAndWarning_standForAWhile) {
     EXPECT_NE(lastLine().find("? help"), std::string::npos);
 }
 
-TEST_F(View, messageWhileTyping_doesNotHideTheQuestion) {
+TEST_F(View, messageWhileTyping_standsAboveTheQuestion) {
     start({"a"});
     key(Key::Enter);
     m_view->warn("writing failed");
-    EXPECT_EQ(lastLine(), "write a (DM 0, uint16):");
-    key(Key::Escape);
+    type("5");
+    EXPECT_EQ(lastLine(), "write a (DM 0, uint16): 5");
+    EXPECT_EQ(plain(lines().at(HEIGHT - 2)), "writing failed");
+    EXPECT_EQ(m_view->picture(WIDTH, HEIGHT).cursorY, HEIGHT - 1);
+    m_model.m_now += MessageLine::WARNING_TIME;
+    EXPECT_NE(plain(lines().at(HEIGHT - 2)), "writing failed");
 }
 
 TEST_F(View, trend_showsTheMarkedTags) {
