@@ -101,7 +101,7 @@ QString ageText(qint64 age) {
         return QStringLiteral("%1 ms").arg(milli);
     }
     if (milli < 60000) {
-        return QStringLiteral("%1 s").arg(static_cast<double>(milli / 100) / 10, 0, 'f', 1);
+        return QStringLiteral("%1.%2 s").arg(milli / 1000).arg(milli % 1000 / 100);
     }
     return milli < 3600000 ? QStringLiteral("%1 min").arg(milli / 60000)
                            : QStringLiteral("%1 h").arg(milli / 3600000);

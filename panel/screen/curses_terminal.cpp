@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <clocale>
 #include <csignal>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
@@ -59,8 +60,8 @@ void terminated() {
 /// A capability that the terminal has; empty: it has not.
 QByteArray capability(const char* name) {
     const char* bytes = tigetstr(name);
-    return bytes == nullptr || bytes == reinterpret_cast<const char*>(-1) ? QByteArray()
-                                                                          : QByteArray(bytes);
+    const bool unknown = reinterpret_cast<std::intptr_t>(bytes) == -1;
+    return bytes == nullptr || unknown ? QByteArray() : QByteArray(bytes);
 }
 
 /// Without the pauses "$<5>" that some terminals are given.

@@ -13,7 +13,7 @@ const int ESCAPE_WAIT_MS = 50;
 } // namespace
 
 QString Screen::open() {
-    const QString wrong = m_terminal.open();
+    QString wrong = m_terminal.open();
     if (!wrong.isEmpty()) {
         return wrong;
     }
