@@ -76,8 +76,7 @@ void ScreenView::tick() {
         return status.number ? Sample{Sample::Value, static_cast<float>(*status.number)}
                              : Sample{Sample::None, 0};
     });
-    const bool moving = m_order == Order::Age || m_order == Order::Change;
-    if (moving && now - m_sortedAt >= SORT_INTERVAL) {
+    if (ordersByTime() && now - m_sortedAt >= SORT_INTERVAL) {
         arrange();
     }
 }
@@ -158,6 +157,9 @@ void ScreenView::commandWhileSelecting(const QString& text) {
     } else if (command == QLatin1String("s")) {
         m_order = nextOrder(m_order);
         arrange();
+        if (ordersByTime()) {
+            select(0); // what was asked for stands at the top
+        }
     } else if (command == QLatin1String(" ")) {
         toggleMark();
     } else if (command == QLatin1String("u")) {

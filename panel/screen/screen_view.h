@@ -58,6 +58,7 @@ private:
     void toggleMark();
     void openTrend();
     void arrange();
+    bool ordersByTime() const { return m_order == Order::Age || m_order == Order::Change; }
 
     Message message(const TableInput& input) const;
     QString prompt() const;
