@@ -4,6 +4,7 @@
 #include "panel/file_access.h"
 #include "panel/live_screen.h"
 #include "panel/output.h"
+#include "panel/standard_output.h"
 #include "panel/tag_file.h"
 #include "panel/terminal.h"
 #include <velkor/host/end_codes.h>
@@ -135,7 +136,7 @@ public:
             m_screen.reset();
             printSummary();
         }
-        if (exitCode != EXIT_DONE) {
+        if (exitCode != EXIT_DONE && m_context.out.status() == QTextStream::Ok) {
             explainFailure();
         }
         return exitCode;
@@ -187,6 +188,9 @@ private:
                 m_lines->print(m_board.at(event.index));
             }
             m_changedInScan = true;
+        }
+        if (m_lines && !stillRead(m_context.out)) {
+            QCoreApplication::exit(EXIT_WORK_FAILED);
         }
     }
 

@@ -1,5 +1,6 @@
 #include "panel/commands.h"
 #include "panel/printable.h"
+#include "panel/standard_output.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -14,7 +15,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext& /*context*/, const 
     }
 }
 
-int run(const panel::Context& context) {
+int runCommand(const panel::Context& context) {
     struct Command {
         const char* name;
         int (*run)(const panel::Context&);
@@ -33,19 +34,7 @@ int run(const panel::Context& context) {
     return panel::EXIT_WRONG_USAGE;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
-    qInstallMessageHandler(handleMessage);
-    const QCoreApplication application(argc, argv);
-    QTextStream out(stdout);
-    QTextStream err(stderr);
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-    // As Qt 6 does by itself: units such as °C are not lost in the C locale.
-    out.setCodec("UTF-8");
-    err.setCodec("UTF-8");
-#endif
-
+int run(QTextStream& out, QTextStream& err) {
     const panel::ParsedCommandLine parsed = panel::parseCommandLine(QCoreApplication::arguments());
     if (!parsed.text.isEmpty()) {
         out << parsed.text;
@@ -62,11 +51,21 @@ int main(int argc, char** argv) {
         return panel::EXIT_WORK_FAILED;
     }
     const panel::DriverCatalogue catalogue(api);
-    const int exitCode = run({parsed.options, api, catalogue, out, err});
-    out.flush();
-    if (exitCode == panel::EXIT_DONE && out.status() != QTextStream::Ok) {
-        err << "velkor-panel: the output could not be written; its disk may be full\n";
-        return panel::EXIT_WORK_FAILED;
-    }
-    return exitCode;
+    return runCommand({parsed.options, api, catalogue, out, err});
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    panel::prepareStandardOutput();
+    qInstallMessageHandler(handleMessage);
+    const QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
+    // As Qt 6 does by itself: units such as °C are not lost in the C locale.
+    out.setCodec("UTF-8");
+    err.setCodec("UTF-8");
+#endif
+    return panel::finishOutput(out, err, run(out, err));
 }

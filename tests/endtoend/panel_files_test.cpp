@@ -13,19 +13,6 @@ namespace {
 
 class PanelFiles : public Programs {
 protected:
-    /// Runs the panel from a shell, behind commands that set limits or redirect.
-    Ended panelInShell(const QString& before, const QStringList& arguments,
-                       const QString& after = QString()) {
-        QProcess process;
-        process.start("/bin/sh", QStringList{"-c", before + " \"$@\" " + after, "sh",
-                                             VELKOR_PANEL_PROGRAM, "--plc", plcAddress()} +
-                                     arguments);
-        EXPECT_TRUE(process.waitForFinished(PATIENCE_MS));
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
-    }
-
     QByteArray content(const char* name) const {
         QFile file(path(name));
         EXPECT_TRUE(file.open(QIODevice::ReadOnly));

@@ -94,23 +94,36 @@ void Programs::startPlc(const QStringList& arguments, quint16 port) {
     m_port = m_plc.output().mid(listening.size()).section('\n', 0, 0).toUShort();
 }
 
-Ended Programs::bare(const QStringList& arguments) {
-    QProcess process;
-    process.start(VELKOR_PANEL_PROGRAM, arguments);
-    const bool finished = process.waitForFinished(PATIENCE_MS);
+Ended Programs::runToEnd(QProcess* process, const QString& program, const QStringList& arguments) {
+    process->start(program, arguments);
+    const bool finished = process->waitForFinished(PATIENCE_MS);
     Ended ended;
-    ended.out = QString::fromUtf8(process.readAllStandardOutput());
-    ended.err = QString::fromUtf8(process.readAllStandardError());
-    if (finished && process.exitStatus() == QProcess::NormalExit) {
-        ended.exitCode = process.exitCode();
-    } else if (signalProcess(process.processId(), SIGKILL)) {
-        process.waitForFinished(PATIENCE_MS);
+    ended.out = QString::fromUtf8(process->readAllStandardOutput());
+    ended.err = QString::fromUtf8(process->readAllStandardError());
+    if (finished && process->exitStatus() == QProcess::NormalExit) {
+        ended.exitCode = process->exitCode();
+    } else if (signalProcess(process->processId(), SIGKILL)) {
+        process->waitForFinished(PATIENCE_MS);
     }
     return ended;
 }
 
+Ended Programs::bare(const QStringList& arguments) {
+    QProcess process;
+    return runToEnd(&process, VELKOR_PANEL_PROGRAM, arguments);
+}
+
 Ended Programs::panel(const QStringList& arguments) {
     return bare(QStringList{"--plc", plcAddress()} + arguments);
+}
+
+Ended Programs::panelInShell(const QString& before, const QStringList& arguments,
+                             const QString& after) {
+    QProcess process;
+    return runToEnd(&process, "/bin/sh",
+                    QStringList{"-c", before + " \"$@\" " + after, "sh", VELKOR_PANEL_PROGRAM,
+                                "--plc", plcAddress()} +
+                        arguments);
 }
 
 void Programs::startPanel(Running* running, const QStringList& arguments) {

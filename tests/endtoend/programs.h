@@ -66,10 +66,16 @@ protected:
     void startPlc(const QStringList& arguments = {}, quint16 port = 0);
     QString plcAddress() const { return QStringLiteral("127.0.0.1:%1").arg(m_port); }
 
+    /// Runs a program until it ends; one that does not is killed.
+    static Ended runToEnd(QProcess* process, const QString& program, const QStringList& arguments);
     /// Runs the panel against the PLC until it ends.
     Ended panel(const QStringList& arguments);
     /// Runs it without an address.
     Ended bare(const QStringList& arguments);
+    /// Runs it against the PLC from a shell: "BEFORE velkor-panel ARGUMENTS AFTER", for limits and
+    /// pipes. What may be left running when a test fails needs --seconds.
+    Ended panelInShell(const QString& before, const QStringList& arguments,
+                       const QString& after = QString());
     /// Starts it against the PLC.
     void startPanel(Running* running, const QStringList& arguments);
 

@@ -1,0 +1,58 @@
+#include "panel/standard_output.h"
+
+#include "panel/commands.h"
+
+#include <QtCore/QIODevice>
+
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace panel {
+namespace {
+
+bool pipeSignalIgnored = false; ///< by whoever started the program
+
+bool readerGone() {
+    pollfd output = {STDOUT_FILENO, 0, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+} // namespace
+
+void prepareStandardOutput() {
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(descriptor, F_GETFD) < 0 && errno == EBADF) {
+            // Takes the lowest free number. For reading only: what is printed fails as it would.
+            ::open("/dev/null", O_RDONLY);
+        }
+    }
+    pipeSignalIgnored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
+}
+
+bool stillRead(QTextStream& out) {
+    if (readerGone()) {
+        out.setStatus(QTextStream::WriteFailed);
+    }
+    return out.status() == QTextStream::Ok;
+}
+
+int finishOutput(QTextStream& out, QTextStream& err, int exitCode) {
+    out.flush();
+    if (out.status() == QTextStream::Ok) {
+        return exitCode;
+    }
+    if (readerGone() && !pipeSignalIgnored) {
+        err.flush();
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
+    err << "velkor-panel: the output could not be written: "
+        << (readerGone() ? QStringLiteral("nobody reads it any more") : out.device()->errorString())
+        << '\n';
+    return exitCode == EXIT_DONE ? int(EXIT_WORK_FAILED) : exitCode;
+}
+
+} // namespace panel

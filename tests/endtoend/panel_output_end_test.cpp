@@ -1,0 +1,98 @@
+// The panel's standard output when nobody reads it, when it cannot be written, and when it is not
+// there.
+
+#include "endtoend/programs.h"
+
+#include <csignal>
+
+namespace {
+
+class PanelOutputEnd : public Programs {
+protected:
+    /// A watch of a value that does not change, into a reader that leaves after one line; on
+    /// standard error the exit code that a shell sees.
+    Ended watchIntoHead(const QString& before = QString()) {
+        return panelInShell(before + "{",
+                            {"watch", "DM:5", "--scan-interval", "20", "--seconds", "15"},
+                            "; echo \"exit code $?\" >&2; } | head -n 1");
+    }
+
+    /// Runs the panel with standard output on a full disk.
+    Ended intoFull(const QStringList& arguments) {
+        QProcess process;
+        process.setStandardOutputFile("/dev/full");
+        return runToEnd(&process, VELKOR_PANEL_PROGRAM,
+                        QStringList{"--plc", plcAddress()} + arguments);
+    }
+};
+
+TEST_F(PanelOutputEnd, watch_readerLeaves_endsAsOtherToolsDo) {
+    startPlc();
+    const Ended ended = watchIntoHead();
+    EXPECT_TRUE(ended.out.endsWith("DM 5  0\n")) << plain(ended.out);
+    EXPECT_EQ(plain(ended.err), "exit code 141\n"); // 128 and SIGPIPE
+}
+
+TEST_F(PanelOutputEnd, watch_readerLeavesAndTheSignalIsIgnored_saysSo) {
+    startPlc();
+    const Ended ended = watchIntoHead("trap '' PIPE; ");
+    EXPECT_EQ(plain(ended.err), "velkor-panel: the output could not be written: nobody reads it "
+                                "any more\nexit code 1\n");
+}
+
+TEST_F(PanelOutputEnd, longOutput_readerLeaves_endsAsOtherToolsDo) {
+    const Ended ended = panelInShell("{", {"layout", "DM", "0", "32767", "1"},
+                                     "; echo \"exit code $?\" >&2; } | head -n 1");
+    EXPECT_EQ(plain(ended.err), "exit code 141\n");
+}
+
+TEST_F(PanelOutputEnd, watch_intoAFullDisk_endsAndSaysWhy) {
+    startPlc();
+    for (const char* format : {"table", "csv", "json"}) {
+        const Ended ended =
+            intoFull({"watch", "DM:5", "--scan-interval", "20", "--format", format});
+        EXPECT_EQ(ended.exitCode, 1) << format;
+        EXPECT_EQ(plain(ended.err), "velkor-panel: the output could not be written: No space left "
+                                    "on device\n");
+    }
+}
+
+TEST_F(PanelOutputEnd, everyCommand_intoAFullDisk_isNoSuccess) {
+    startPlc();
+    const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\n");
+    const QString values = file("values.csv", "a,1\n");
+    const QStringList commands[] = {
+        {"--help"},
+        {"--version"},
+        {"registers"},
+        {"check", "DM", "1"},
+        {"layout", "DM", "1", "2", "1"},
+        {"read", "DM", "1"},
+        {"write", "DM", "1", "2"},
+        {"probe"},
+        {"recipe", "download", recipe, "--values", values},
+        {"recipe", "upload", recipe},
+        {"recipe", "upload", recipe, "--values", path("out.csv")},
+        {"recipe", "upload", recipe, "--values", "/dev/stdout"},
+    };
+    for (const QStringList& command : commands) {
+        const Ended ended = intoFull(command);
+        EXPECT_EQ(ended.exitCode, 1) << plain(command.join(' '));
+        EXPECT_TRUE(ended.err.contains("the output could not be written: No space left on device"))
+            << plain(command.join(' ')) << ": " << plain(ended.err);
+    }
+}
+
+/// The next file or socket to be opened would get the number of standard output, and what is
+/// printed.
+TEST_F(PanelOutputEnd, outputClosed_isNoSuccessAndThePlcIsNotSentTheOutput) {
+    startPlc();
+    const Ended ended = panelInShell("exec", {"read", "DM", "5"}, "<&- >&-");
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("the output could not be written")) << plain(ended.err);
+    const QString plc = m_plc.stop(SIGTERM).out;
+    EXPECT_TRUE(plc.contains("stopped: requests 1, replies 1, refused 0, ignored 0;"))
+        << plain(plc);
+}
+
+} // namespace
