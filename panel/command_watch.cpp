@@ -98,8 +98,8 @@ private:
 
 class Watch {
 public:
-    Watch(const Context& context, Session& session, const QVector<Tag>& tags)
-        : m_context(context), m_session(session), m_board(tags, NEVER) {
+    Watch(const Context& context, Session& session, Signals& endSignals, const QVector<Tag>& tags)
+        : m_context(context), m_session(session), m_signals(endSignals), m_board(tags, NEVER) {
         session.onSettled = [this](const Settled& settled) { requestSettled(settled); };
         session.onValueChanged = [this](const QString& reg, int address) {
             m_board.valueChanged(reg, address);
@@ -263,8 +263,8 @@ private:
 
     const Context& m_context;
     Session& m_session;
+    Signals& m_signals;
     TagBoard m_board;
-    Signals m_signals;
     std::unique_ptr<LiveScreen> m_screen;
     std::unique_ptr<LineOutput> m_lines;
     Settled m_lastFailure;
@@ -290,7 +290,11 @@ int runWatch(const Context& context) {
     if (session.exitCode() != EXIT_DONE) {
         return session.exitCode();
     }
-    return Watch(context, *session, tags).run();
+    Signals endSignals;
+    if (!endSignals.fault().isEmpty()) {
+        return context.fail(EXIT_WORK_FAILED, endSignals.fault());
+    }
+    return Watch(context, *session, endSignals, tags).run();
 }
 
 } // namespace panel

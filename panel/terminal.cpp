@@ -1,6 +1,7 @@
 #include "panel/terminal.h"
 
 #include <cctype>
+#include <cerrno>
 #include <clocale>
 #include <csignal>
 #include <cstring>
@@ -45,10 +46,14 @@ winsize windowSize() {
     return size;
 }
 
-/// Bytes of the UTF-8 character that starts with this one.
+/// Bytes of the UTF-8 character that starts with this one; 1 for a byte that starts none.
 int characterLength(char first) {
     const auto byte = static_cast<unsigned char>(first);
-    return byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+    return byte >= 0xF5 ? 1 : byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC2 ? 2 : 1;
+}
+
+bool continuesCharacter(char next) {
+    return (static_cast<unsigned char>(next) & 0xC0U) == 0x80U;
 }
 
 } // namespace
@@ -73,11 +78,19 @@ bool KeyDecoder::takeOne() {
         return takeEscape();
     }
     const int length = characterLength(first);
-    if (m_pending.size() < length) {
+    int complete = 1;
+    while (complete < length && complete < m_pending.size() &&
+           continuesCharacter(m_pending.at(complete))) {
+        ++complete;
+    }
+    if (complete < length && complete == m_pending.size()) {
         return false;
     }
-    const QString text = QString::fromUtf8(m_pending.left(length));
-    m_pending.remove(0, length);
+    const QString text = QString::fromUtf8(m_pending.left(complete));
+    m_pending.remove(0, complete);
+    if (text.contains(QChar(QChar::ReplacementCharacter))) {
+        return true; // stray bytes, as a bad line gives them; what follows them is a key again
+    }
     if (first == '\r' || first == '\n') {
         onKey(Key::Enter, QString());
     } else if (first == '\x7f' || first == '\b') {
@@ -201,8 +214,13 @@ Signals::Signals() {
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGWINCH}) {
         sigaddset(&wanted, signal);
     }
-    pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
     m_descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (m_descriptor < 0) {
+        m_fault = QStringLiteral("cannot receive signals: ") +
+                  QString::fromLocal8Bit(std::strerror(errno));
+        return;
+    }
+    pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(),
                      [this] { read(); });
@@ -210,7 +228,9 @@ Signals::Signals() {
 
 Signals::~Signals() {
     m_notifier.reset();
-    close(m_descriptor);
+    if (m_descriptor >= 0) {
+        close(m_descriptor);
+    }
 }
 
 void Signals::read() {

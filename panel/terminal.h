@@ -75,10 +75,13 @@ private:
 /// SIGINT, SIGTERM, SIGHUP and SIGWINCH as calls from the event loop.
 class Signals {
 public:
+    /// Takes the signals over, unless fault() says why not; they act as they did before then.
     Signals();
     ~Signals();
     Signals(const Signals&) = delete;
     Signals& operator=(const Signals&) = delete;
+
+    QString fault() const { return m_fault; }
 
     std::function<void()> onEnd;
     std::function<void()> onResize;
@@ -86,6 +89,7 @@ public:
 private:
     void read();
 
+    QString m_fault;
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
 };

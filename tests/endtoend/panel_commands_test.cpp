@@ -267,6 +267,29 @@ TEST_F(PanelCommands, watch_changedValue_printsALine) {
     EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
 }
 
+/// However many file descriptors there are, it ends when it is told to, or says why it cannot run.
+TEST_F(PanelCommands, watch_fewFileDescriptors_isNeverDeafToSignals) {
+    startPlc();
+    int refused = 0;
+    int watched = 0;
+    for (int most = 4; most <= 10; ++most) {
+        Running watch;
+        watch.start("/bin/sh", {"-c", QString("ulimit -n %1; exec \"$@\"").arg(most), "sh",
+                                VELKOR_PANEL_PROGRAM, "--plc", plcAddress(), "watch", "DM:5",
+                                "--scan-interval", "20"});
+        if (watch.waitFor("DM 5  0")) {
+            ++watched;
+            EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0) << most;
+        } else {
+            ++refused;
+            EXPECT_EQ(watch.waitForEnd().exitCode, 1) << most << plain(watch.output());
+            EXPECT_TRUE(watch.output().contains("Too many open files")) << plain(watch.output());
+        }
+    }
+    EXPECT_GT(refused, 0);
+    EXPECT_GT(watched, 0);
+}
+
 TEST_F(PanelCommands, watch_json_isOneObjectALine) {
     startPlc();
     const Ended ended =

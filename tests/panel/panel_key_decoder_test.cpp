@@ -55,6 +55,24 @@ TEST_F(Keys, utf8InPieces_isOneCharacter) {
     EXPECT_EQ(m_keys, std::vector<Key>{Key::Text});
 }
 
+/// A byte that announces a character of several bytes does not take the next keys for these.
+TEST_F(Keys, strayByte_isSwallowedAlone) {
+    for (const char* stray : {"\xF0", "\xE2", "\xC3", "\x80", "\xBF", "\xC0", "\xF8", "\xFF",
+                              "\xF0\x9F", "\xE2\x82", "\xED\xA0\x80"}) {
+        m_keys.clear();
+        m_text.clear();
+        m_decoder.feed(stray);
+        m_decoder.feed("q\x1b[A5");
+        EXPECT_EQ(m_keys, (std::vector<Key>{Key::Text, Key::Up, Key::Text})) << plain(m_text);
+        EXPECT_EQ(plain(m_text), "q5");
+    }
+}
+
+TEST_F(Keys, strayByteBeforeACharacter_isSwallowedAlone) {
+    m_decoder.feed("\xF0\xC2\xB0\xF0\x9F\x98\x80");
+    EXPECT_EQ(plain(m_text), "\xC2\xB0\xF0\x9F\x98\x80");
+}
+
 TEST_F(Keys, unknownSequence_isSwallowedWhole) {
     m_decoder.feed("\x1b[15~q");
     EXPECT_EQ(m_keys, std::vector<Key>{Key::Text});
