@@ -7,7 +7,12 @@
 namespace {
 
 const int notFound = -1;
+const int besideRun = -1;
 const int highestShift = 31;
+
+/// The words of the lowest and of the highest bit address.
+const int lowestWordOfBits = -134217728;
+const int highestWordOfBits = 134217727;
 
 bool hasKey(const _DATA_& record, int station, const QString& regName, int wordAddr) {
     return record.station == station && record.wordAddr == wordAddr && record.regName == regName;
@@ -20,13 +25,6 @@ int appendRecord(int station, const QString& regName, int wordAddr, QList<_DATA_
     record.wordAddr = wordAddr;
     list.append(record);
     return static_cast<int>(list.size()) - 1;
-}
-
-/// How many words hold `count` bits from `bitAddr`; only the first where the run passes the last
-/// address, since a run is no more than a way to find its words fast.
-int wordsUnderBits(int bitAddr, int count) {
-    const int lastBit = wrapAdd(bitAddr, count - 1);
-    return lastBit < bitAddr ? 1 : foldBit(lastBit).word - foldBit(bitAddr).word + 1;
 }
 
 /// Marks `count` (at least 1) words or bits from `addr` on; `indexOf` finds a word's record.
@@ -113,13 +111,29 @@ void setBitOfWord(unsigned char* word, const FoldedBit& bit, int on) {
 
 DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int count, Unit unit)
     : station_(station), keyName_(unit == WORDS ? regName : recordName(regName)), firstWord_(addr),
-      searchedUpTo_(0), missing_(qMax(count, 0)) {
+      wordsToEnd_(qMax(count, 0)), searchedUpTo_(0) {
+    int wordsFromLowest = 0;
     if (unit == HOST_UNITS && isBitRegister(regName) && count >= 1) {
+        const int lastBit = wrapAdd(addr, count - 1);
+        const bool passesEnd = lastBit < addr;
+        const int lastWord = passesEnd ? highestWordOfBits : foldBit(lastBit).word;
         firstWord_ = foldBit(addr).word;
-        missing_ = wordsUnderBits(addr, count);
+        wordsToEnd_ = lastWord - firstWord_ + 1;
+        wordsFromLowest = passesEnd ? foldBit(lastBit).word - lowestWordOfBits + 1 : 0;
     }
+    missing_ = wordsToEnd_ + wordsFromLowest;
     found_.fill(notFound, missing_);
     searchOn();
+}
+
+int DataAreaRun::placeOf(int wordAddr) const {
+    const quint32 fromFirst = static_cast<quint32>(wrapSubtract(wordAddr, firstWord_));
+    if (fromFirst < static_cast<quint32>(wordsToEnd_)) {
+        return static_cast<int>(fromFirst);
+    }
+    const quint32 fromLowest = static_cast<quint32>(wrapSubtract(wordAddr, lowestWordOfBits));
+    const quint32 wordsFromLowest = static_cast<quint32>(found_.size() - wordsToEnd_);
+    return fromLowest < wordsFromLowest ? wordsToEnd_ + static_cast<int>(fromLowest) : besideRun;
 }
 
 /// Looks at the records from searchedUpTo_ on, until every word of the run has been found.
@@ -127,28 +141,27 @@ void DataAreaRun::searchOn() {
     const QList<_DATA_>& list = driver.dataAreaList;
     for (; searchedUpTo_ < list.size() && missing_ > 0; ++searchedUpTo_) {
         const _DATA_& record = list.at(searchedUpTo_);
-        const quint32 offset = static_cast<quint32>(wrapSubtract(record.wordAddr, firstWord_));
-        if (record.station == station_ && offset < static_cast<quint32>(found_.size()) &&
-            found_.at(static_cast<int>(offset)) == notFound && record.regName == keyName_) {
-            found_[static_cast<int>(offset)] = searchedUpTo_;
+        const int place = record.station == station_ ? placeOf(record.wordAddr) : besideRun;
+        if (place != besideRun && found_.at(place) == notFound && record.regName == keyName_) {
+            found_[place] = searchedUpTo_;
             --missing_;
         }
     }
 }
 
 int DataAreaRun::indexOf(int wordAddr) {
-    const quint32 offset = static_cast<quint32>(wrapSubtract(wordAddr, firstWord_));
-    if (offset >= static_cast<quint32>(found_.size())) {
+    const int place = placeOf(wordAddr);
+    if (place == besideRun) {
         return getIndexOfDataArea(station_, keyName_, wordAddr, driver.dataAreaList);
     }
-    if (found_.at(static_cast<int>(offset)) == notFound) {
+    if (found_.at(place) == notFound) {
         searchOn(); // a callback may have added it since
     }
-    if (found_.at(static_cast<int>(offset)) == notFound) {
+    if (found_.at(place) == notFound) {
         appendRecord(station_, keyName_, wordAddr, driver.dataAreaList);
         searchOn();
     }
-    return found_.at(static_cast<int>(offset));
+    return found_.at(place);
 }
 
 DataAreaIndex::DataAreaIndex() {

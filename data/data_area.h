@@ -64,10 +64,14 @@ public:
 
 private:
     void searchOn();
+    /// A word's index in found_, or -1 for one that lies beside the run.
+    int placeOf(int wordAddr) const;
 
     int station_;
     QString keyName_;
     int firstWord_;
+    int wordsToEnd_;     ///< words from firstWord_ on: all of them, unless bits pass the last
+                         ///< address; they go on from the lowest, in the words that follow
     int searchedUpTo_;   ///< records before this index have been looked at
     int missing_;        ///< words of the run not found so far
     QVector<int> found_; ///< for each word of the run, the index of its record or -1

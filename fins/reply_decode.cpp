@@ -78,8 +78,9 @@ void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply) {
     }
     const int first = driver.rcpBlockFirst.at(driver.rcpIndex);
     const int end = endOfBlock();
+    // Stays as it is, whatever the host's callback does.
+    const QVector<_RCP_VAR_PRO> variables = driver.rcpVarVector;
     for (int e = first; e < end; ++e) {
-        const _RCP_VAR_PRO variable = driver.rcpVarVector.at(e);
-        storeVariable(variable, driver.rcpVarVector.at(first).addr, frame, reply);
+        storeVariable(variables.at(e), variables.at(first).addr, frame, reply);
     }
 }

@@ -48,7 +48,9 @@ unsigned int intf_dealRcvFrame(QByteArray* reply, QString* message) {
     if (driver.frameQueue.isEmpty()) {
         return REPLY_NOT_EXPECTED;
     }
-    const QByteArray received = *reply; // stays as it is, whatever the host's callback does
+    // A copy of the bytes, not a share: they stay whatever the host's callback does, also where the
+    // reply is no more than a view of bytes that are the host's own.
+    const QByteArray received(reply->constData(), reply->size());
     const unsigned char* bytes = reinterpret_cast<const unsigned char*>(received.constData());
     const int length = static_cast<int>(received.size());
     const int check = check_rcv_data(bytes, length);

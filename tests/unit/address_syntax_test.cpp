@@ -40,6 +40,9 @@ const BitTextRow bitTextRows[] = {
     {"  12  .10", 202},
     // One digit for 0 to 9, two for 10 to 15.
     {"100.05", untouched},
+    {"100.09", untouched},
+    {"100.+9", untouched},
+    {"100. 9", untouched},
     {"100.00", untouched},
     {"100.16", untouched},
     {"100.99", untouched},

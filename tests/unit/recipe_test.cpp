@@ -131,6 +131,34 @@ TEST_F(RecipeAddresses, intf_setRcpAddress_anyVariables_noCallbackNoMonitorMarkN
     EXPECT_TRUE(driver.readList.isEmpty());
 }
 
+TEST_F(RecipeAddresses, intf_setRcpAddress_hostAtWork_marksRequestsAndFrameStayAsTheyAre) {
+    MessageRecorder debugLines;
+    QList<KEY_ADDRESS> polled = {makeKey("DM", 100, 2), makeKey("DM_bit", 1621, 1)};
+    intf_addrMerge(polled);
+    unsigned char value[] = {0x34, 0x12};
+    intf_setData(1, QLatin1String("DM"), 101, 1, value, 0);
+    intf_addConditionRead(makeKey("HR", 5, 1), 0);
+    FRAME_PRO inFlight = FRAME_PRO();
+    ASSERT_EQ(intf_getSendFrame(inFlight), 1U);
+    hostBlock[60116] = 1;
+    takeNotices();
+    set({makeVariable("DM", 100, 3, 0), makeVariable("HR", 5, 1, 3)});
+    set({});
+    EXPECT_THAT(takeNotices(), IsEmpty());
+    EXPECT_THAT(cachedWords(), ElementsAre("DM 100", "DM 101"));
+    EXPECT_EQ(cached(1, "DM", 100).wordMonitor, 1);
+    EXPECT_EQ(cached(1, "DM", 101).bitMonitor, 0x20);
+    EXPECT_EQ(cached(1, "DM", 101).wordMonitor, 1);
+    EXPECT_EQ(cached(1, "DM", 101).writePending, 1);
+    EXPECT_THAT(rangesOf(driver.readList), ElementsAre(Range{"DM", 100, 2}));
+    EXPECT_THAT(rangesOf(driver.writeList), ElementsAre(Range{"DM", 101, 1}));
+    EXPECT_THAT(rangesOf(driver.conditionReadList), ElementsAre(Range{"HR", 5, 1}));
+    EXPECT_EQ(driver.frameQueue.size(), 1);
+    EXPECT_EQ(driver.requestKind, 2);
+    EXPECT_EQ(hostBlock[60115], 0);
+    EXPECT_EQ(hostBlock[60116], 1);
+}
+
 TEST_F(RecipeAddresses, intf_setRcpAddress_keptVariables_areWholeCopies) {
     _RCP_VAR_PRO variable = makeVariable("DM", 100, 3, 17);
     variable.station = -4;
@@ -333,6 +361,7 @@ TEST_F(RecipeRequest, rcpAddrToVar_moreThan512Words_copies1024BytesAndKeepsTheLe
 }
 
 TEST_F(RecipeRequest, rcpAddrToVar_lengthZeroOrNegative_copiesNothingAndKeepsTheLength) {
+    fillWithoutZeros();
     for (int len : {0, -1, -512, -1073741824, lowestInt}) {
         std::memset(request.data, 0xEE, sizeof request.data);
         rcpAddrToVar(makeVariable("DM", 100, len, 0), request, 1);

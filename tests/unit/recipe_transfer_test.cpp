@@ -352,6 +352,33 @@ TEST_F(RecipeTransfer, upload_insideTheNotice_hostCallsAreSafe) {
     EXPECT_EQ("read AR 20 1", turn());
 }
 
+TEST_F(RecipeTransfer, upload_variablesTakenAwayInsideTheNotice_replyIsStoredAsItWasAskedFor) {
+    recipe({recipeVariable("DM", 100, 1, 0), recipeVariable("DM", 101, 2, 20),
+            recipeVariable("DM", 103, 1, 30)});
+    requestUpload();
+    ASSERT_EQ("read DM 100 4", next());
+    onNotice = [](const Notice&) { recipe({}); };
+    EXPECT_EQ(1U, answer(Words{11, 12, 13, 14}));
+    EXPECT_EQ((Notices{recipeWord(0), recipeWord(20), recipeWord(21), recipeWord(30)}),
+              takeNotices());
+    EXPECT_EQ(11, buffer(0));
+    EXPECT_EQ(12, buffer(20));
+    EXPECT_EQ(13, buffer(21));
+    EXPECT_EQ(14, buffer(30));
+    EXPECT_EQ(0, uploadByte());
+    EXPECT_EQ(0, driver.rcpIndex);
+}
+
+TEST_F(RecipeTransfer, upload_variablesReplacedInsideTheNotice_replyIsStoredAsItWasAskedFor) {
+    recipe({recipeVariable("DM", 100, 1, 0), recipeVariable("DM", 101, 2, 20)});
+    requestUpload();
+    ASSERT_EQ("read DM 100 3", next());
+    onNotice = [](const Notice&) { recipe({recipeVariable("DM", 90, 60, 50)}); };
+    EXPECT_EQ(1U, answer(Words{11, 12, 13}));
+    EXPECT_EQ((Notices{recipeWord(0), recipeWord(20), recipeWord(21)}), takeNotices());
+    EXPECT_EQ(13, buffer(21));
+}
+
 TEST_F(RecipeTransfer, download_of503Words_isTheLongestThatGoesOut) {
     init(3, 1000);
     recipe({recipeVariable("DM", 0, 503, 100)});

@@ -69,6 +69,13 @@ TEST_F(ReplyCheckRules, checkRcvData_serviceId_isComparedWithTheCounterNotWithTh
     EXPECT_EQ(1, check(readReply(2, {1})));
 }
 
+TEST_F(ReplyCheckRules, checkRcvData_nodeRequestQueuedMeanwhile_replyIsJudgedByTheHead) {
+    queueRead(2);
+    connectToServer();
+    EXPECT_EQ(0, check(nodeReply(0x21, 0x43)));
+    EXPECT_EQ(1, check(readReply(1, {1, 2})));
+}
+
 TEST_F(ReplyCheckRules, checkRcvData_headerOtherThanServiceId_isNotLookedAt) {
     queueRead(1);
     Bytes reply(16, 0xFF);

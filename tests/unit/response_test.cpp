@@ -3,6 +3,7 @@
 #include "support/exchange.h"
 
 #include "fins/frame_builder.h"
+#include "fins/plc_mode.h"
 
 #include <algorithm>
 
@@ -319,6 +320,17 @@ TEST_F(Response, dealRcvFrame_framesStillQueued_requestIsNotClosedYet) {
     EXPECT_EQ(8, hostWord("DM", 2));
 }
 
+TEST_F(Response,
+       dealRcvFrame_nodeRequestQueuedWhileAReadIsInFlight_readIsStoredAndRequestGoesNext) {
+    readInFlight();
+    connectToServer();
+    EXPECT_EQ(1U, answer(Words{0x1234}));
+    EXPECT_EQ(0x1234, hostWord("DM", 100));
+    ASSERT_EQ(1U, ask());
+    EXPECT_EQ(20, out.sendLen);
+    EXPECT_EQ(24, out.rcvLen);
+}
+
 TEST_F(Response, dealRcvFrame_nodeNumbersLearntFromAReadsReply_closeTheReadUndecoded) {
     poll({makeKey("DM", 100, 5), makeKey("DM", 1000, 5)});
     driver.nodeLearned = 0;
@@ -345,6 +357,21 @@ TEST_F(Response, dealRcvFrame_replyTooShortForItsRules_isABadReply) {
     EXPECT_EQ(8U, deal(Bytes(8, 1)));
     EXPECT_EQ(2U, deal(Bytes(8, 1)));
     EXPECT_EQ("8,1,100,DM", message);
+}
+
+/// A reply whose bytes stay the host's own and go away in the first callback.
+TEST_F(Response, dealRcvFrame_bytesOfARawReplyOverwrittenInTheCallback_allWordsAreThoseReceived) {
+    readInFlight(3);
+    Bytes bytes = readReply(1, {0x1111, 0x2222, 0x3333});
+    QByteArray reply = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.data()),
+                                               static_cast<int>(bytes.size()));
+    onNotice = [&bytes](const Notice&) { std::fill(bytes.begin(), bytes.end(), 0x77); };
+    QString text;
+    EXPECT_EQ(1U, intf_dealRcvFrame(&reply, &text));
+    EXPECT_EQ((Notices{changed("DM", 100), changed("DM", 101), changed("DM", 102)}), takeNotices());
+    EXPECT_EQ(0x1111, hostWord("DM", 100));
+    EXPECT_EQ(0x2222, hostWord("DM", 101));
+    EXPECT_EQ(0x3333, hostWord("DM", 102));
 }
 
 TEST_F(Response, dealRcvFrame_addConditionReadInsideAFailureNotice_isSafe) {

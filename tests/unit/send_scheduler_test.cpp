@@ -346,6 +346,7 @@ TEST_F(SendScheduler, getSendFrame_noRecipeAfterACyclicRead_repeatsTheSameReadFo
 TEST_F(SendScheduler, getSendFrame_noRecipeWhenIdle_returnsZeroAndStarvesTheLists) {
     writes(0, 1);
     requestDownload();
+    takeNotices();
     out.sendLen = 4711;
     EXPECT_EQ(0U, ask());
     EXPECT_EQ(4711, out.sendLen);
@@ -353,6 +354,11 @@ TEST_F(SendScheduler, getSendFrame_noRecipeWhenIdle_returnsZeroAndStarvesTheList
     hostBlock[60115] = 0;
     requestUpload();
     EXPECT_EQ(0U, ask());
+    EXPECT_EQ(1, uploadByte());
+    // Waiting is no failure: nothing is told.
+    EXPECT_TRUE(takeNotices().empty());
+    EXPECT_EQ(122024, std::count(statusBlock.begin(), statusBlock.end(), 0xEE));
+    EXPECT_EQ(0, driver.lastError);
     hostBlock[60116] = 0;
     EXPECT_EQ("write DM 0 1", next());
 }
