@@ -71,8 +71,8 @@ public:
     /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
     QString open();
     /// Ends everything: each write, read and recipe that is not settled is told as Unknown, NotSent
-    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead, which onTags tells.
-    /// The tags are kept, and polled again after the next open(). Does nothing when closed.
+    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead, which onTags
+    /// tells. The tags are kept, and polled again after the next open(). Does nothing when closed.
     void close();
     bool isOpen() const;
 
