@@ -53,7 +53,8 @@ void LineCore::setTags(const QVector<Tag>& tags) {
 }
 
 void LineCore::write(quint64 id, const QString& reg, int address, const Items& items) {
-    const WriteTransfer transfer(id, reg, address, items, m_settings.wordsPerFrame);
+    const WriteTransfer transfer(id, reg, address, items, m_settings.wordsPerFrame,
+                                 m_settings.retries);
     m_poller.board().writeBegun(transfer.words());
     m_queue.append(transfer);
     tellTags();

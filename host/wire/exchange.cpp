@@ -14,6 +14,22 @@ const int COMMAND_OFFSET = 10;
 const int END_CODE_OFFSET = 12;
 const int END_CODE_END = 14;
 
+/// Told by what lies between host and memory, for want of an answer: the command may have been
+/// executed all the same.
+bool isDoubtfulRefusal(int endCode) {
+    switch (plainEndCode(endCode)) {
+    case 0x0000: // a relay error that has no code of its own
+    case 0x0001: // service cancelled
+    case 0x0103: // retries failed
+    case 0x0205: // response timeout
+    case 0x0301: // communications controller error
+    case 0x0302: // CPU error
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool isModeChange(const FRAME_PRO& frame) {
     return frame.frame[COMMAND_OFFSET] == 0x04 && frame.frame[COMMAND_OFFSET + 1] == 0x01;
 }
@@ -117,6 +133,7 @@ QByteArray Exchange::replyForDriver(const QByteArray& datagram) {
         return datagram;
     }
     ++m_request.refusals;
+    m_request.doubtful += isDoubtfulRefusal(endCode) ? 1 : 0;
     return m_request.write ? refusalForDriver(datagram, endCode) : datagram.left(END_CODE_END);
 }
 
@@ -174,7 +191,7 @@ void Exchange::poll() {
 }
 
 bool Exchange::doomed() const {
-    return m_abandoned || (m_request.modeChange && !isModeChange(m_frame));
+    return m_abandoned || (m_request.write && m_request.refusals > 0 && !isModeChange(m_frame));
 }
 
 void Exchange::endTry(const QByteArray& reply) {

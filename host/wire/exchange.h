@@ -10,9 +10,10 @@
 ///
 /// Two kinds of frames are never sent; the driver is answered with empty replies until it gives the
 /// request up:
-/// - the resends of a write after a change of the PLC's mode. They keep their service ID, the
-/// driver
-///   takes only the newest for good, so it could never learn that the PLC has executed them;
+/// - the resends of a write that the PLC has refused. They keep their service ID. After a change of
+///   the PLC's mode the driver takes only the newest ID for good, so it could never learn that the
+///   PLC has executed them; and a second copy of the refusal would pass for the answer to a resend
+///   that the PLC executes. Whoever wants to try again makes a request of its own of it;
 /// - everything that is left of a request that the host has abandoned.
 
 #include <velkor/host/request_end.h>

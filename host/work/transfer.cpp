@@ -21,12 +21,36 @@ bool modeWasSwitched(const RequestEnd& end) {
     return end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd);
 }
 
+/// Two requests for one piece as one: what the second says, with what the first has cost.
+RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
+    if (first.tries == 0) {
+        return second;
+    }
+    RequestEnd both = second.tries > 0 ? second : first;
+    if (second.tries > 0) {
+        both.tries += first.tries;
+        both.refusals += first.refusals;
+        both.doubtful += first.doubtful;
+        both.silent += first.silent;
+        both.refusedPort += first.refusedPort;
+        both.wrongLength += first.wrongLength;
+        both.waited += first.waited;
+        if (!second.modeChange) {
+            both.modeChange = first.modeChange;
+            both.modeChangeEnd = first.modeChangeEnd;
+            both.refusalBeforeModeChange = first.refusalBeforeModeChange;
+        }
+    }
+    return both;
+}
+
 } // namespace
 
 WriteTransfer::WriteTransfer(quint64 id, const QString& reg, int address, const Items& items,
-                             int wordsPerFrame)
+                             int wordsPerFrame, int tries)
     : m_items(items),
-      m_most(itemsInPiece(static_cast<int>(items.size()), isBitRegister(reg), wordsPerFrame)) {
+      m_most(itemsInPiece(static_cast<int>(items.size()), isBitRegister(reg), wordsPerFrame)),
+      m_tries(tries) {
     m_outcome.id = id;
     m_outcome.reg = reg;
     m_outcome.address = address;
@@ -51,37 +75,54 @@ WordRange WriteTransfer::words() const {
                         m_outcome.count);
 }
 
-/// A write that met the PLC in the wrong mode fails although the driver has switched the mode: it
-/// could not have learnt of a resend's success. So it is written once more.
-NextStep WriteTransfer::pieceEnded(const RequestEnd& end) {
-    m_outcome.last = end;
-    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
-    if (end.ok) {
-        m_outcome.taken += pieceItems();
-        m_again = false;
-        m_outcome.result = WriteResult::Taken;
-        return m_outcome.taken < m_outcome.count ? NextStep::Piece : NextStep::Ended;
+/// Whether the piece is to be handed over once more. Each time it is a request of its own, because
+/// the resends of one request cannot be told apart: see Exchange. A write that met the PLC in the
+/// wrong mode fails although the driver has switched the mode, so it is written again, once.
+bool WriteTransfer::again(const RequestEnd& end) {
+    if (modeWasSwitched(end)) {
+        const bool first = !m_switched;
+        m_switched = true;
+        return first;
     }
-    if (modeWasSwitched(end) && !m_again) {
-        m_again = true;
-        return NextStep::Piece;
-    }
-    if (end.surelyNotExecuted()) {
-        m_outcome.result = end.tries > 0 ? WriteResult::Refused : WriteResult::NotSent;
+    return end.refused && !end.modeChange && m_soFar.tries < m_tries;
+}
+
+/// What became of the piece in hand, by all that has been sent of it.
+void WriteTransfer::judge() {
+    m_outcome.last = m_soFar;
+    if (m_soFar.tries == 0) {
+        m_outcome.result = WriteResult::NotSent;
+    } else if (m_soFar.surelyNotExecuted()) {
+        m_outcome.result = WriteResult::Refused;
     } else {
         m_outcome.result = WriteResult::Unknown;
         m_outcome.unknown = pieceItems();
     }
+}
+
+NextStep WriteTransfer::pieceEnded(const RequestEnd& end) {
+    m_soFar = together(m_soFar, end);
+    m_outcome.last = m_soFar;
+    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    if (end.ok) {
+        m_outcome.taken += pieceItems();
+        m_outcome.result = WriteResult::Taken;
+        m_soFar = RequestEnd();
+        m_switched = false;
+        return m_outcome.taken < m_outcome.count ? NextStep::Piece : NextStep::Ended;
+    }
+    if (again(end)) {
+        return NextStep::Piece;
+    }
+    judge();
     return NextStep::Ended;
 }
 
 void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
-    m_outcome.result = WriteResult::NotSent;
-    if (underWay && underWay->tries > 0) {
-        m_outcome.last = *underWay;
-        m_outcome.result = WriteResult::Unknown;
-        m_outcome.unknown = pieceItems();
+    if (underWay) {
+        m_soFar = together(m_soFar, *underWay);
     }
+    judge();
 }
 
 ReadTransfer::ReadTransfer(quint64 id, const QString& reg, int address, int count,

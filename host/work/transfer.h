@@ -26,8 +26,9 @@ enum class NextStep {
 
 class WriteTransfer {
 public:
+    /// A piece that is refused is handed over again until `tries` of it have been sent.
     WriteTransfer(quint64 id, const QString& reg, int address, const Items& items,
-                  int wordsPerFrame);
+                  int wordsPerFrame, int tries);
 
     Piece piece() const;
     NextStep pieceEnded(const RequestEnd& end);
@@ -41,10 +42,14 @@ public:
 
 private:
     int pieceItems() const;
+    bool again(const RequestEnd& end);
+    void judge();
 
     Items m_items;
     int m_most; ///< items in a piece
-    bool m_again = false;
+    int m_tries;
+    bool m_switched = false; ///< the mode, for this piece
+    RequestEnd m_soFar;      ///< of this piece, all requests for it together
     WriteOutcome m_outcome;
 };
 

@@ -24,6 +24,8 @@ struct RequestEnd {
 
     int tries = 0;           ///< frames sent, mode changes not counted
     int refusals = 0;        ///< tries that the PLC answered with an error
+    int doubtful = 0;        ///< refusals that came from something on the way to the PLC's memory
+                             ///< for want of an answer (0205 and its like): see below
     int silent = 0;          ///< tries that no reply ended
     int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
     int wrongLength = 0;     ///< replies of a wrong length that carried no error
@@ -36,8 +38,8 @@ struct RequestEnd {
     qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
 
-    /// Nothing was sent, or the PLC answered every try and every answer was an error: it has not
-    /// executed the request.
+    /// Nothing was sent, or the PLC answered every try and every answer was an error, none of them
+    /// doubtful: it has not executed the request.
     bool surelyNotExecuted() const;
 };
 
