@@ -73,6 +73,7 @@ void Isolation::ended(const RequestEnd& end) {
     }
     const Task asked = m_tasks.takeLast();
     if (!end.ok && !isAddressRefusal(end)) {
+        m_cutShort = true;
         m_tasks.clear();
         m_refused.clear();
         m_gaps.clear();

@@ -39,6 +39,8 @@ public:
 
     const WordRange& block() const { return m_block; }
     bool finished() const { return m_tasks.isEmpty(); }
+    /// It has ended without a result because a read met something else than a refusal.
+    bool cutShort() const { return m_cutShort; }
     /// Runs of tags' words that the PLC refuses.
     const QVector<RefusedRange>& refused() const { return m_refused; }
     /// Words that no tag wants and that no read may go over: both sides are given, but not as one.
@@ -62,6 +64,7 @@ private:
     WordRange m_block;
     QVector<WordRange> m_segments; ///< sorted, disjoint
     QVector<Task> m_tasks;         ///< the last one is next
+    bool m_cutShort = false;
     QVector<RefusedRange> m_refused;
     QVector<WordRange> m_gaps;
 };

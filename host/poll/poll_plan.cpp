@@ -28,7 +28,7 @@ WordRange firstHoleIn(const WordRange& block, const QVector<WordRange>& holes) {
     return first;
 }
 
-/// Moves the ranges that stand behind a hole in one of the blocks. False: there is no such block.
+/// Moves the ranges that stand behind a hole in one of the blocks. False: there are none.
 bool moveApart(const QVector<WordRange>& blocks, const QVector<WordRange>& holes,
                QVector<WordRange>* polled, QVector<WordRange>* apart) {
     bool moved = false;
@@ -40,9 +40,10 @@ bool moveApart(const QVector<WordRange>& blocks, const QVector<WordRange>& holes
         const auto behind = [&](const WordRange& range) {
             return overlap(range, block) && range.address >= hole.end();
         };
+        const int before = static_cast<int>(apart->size());
         std::copy_if(polled->begin(), polled->end(), std::back_inserter(*apart), behind);
         polled->erase(std::remove_if(polled->begin(), polled->end(), behind), polled->end());
-        moved = true;
+        moved = moved || apart->size() > before;
     }
     return moved;
 }

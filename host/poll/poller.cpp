@@ -40,6 +40,9 @@ void Poller::setTags(const QVector<Tag>& tags, qint64 now) {
 }
 
 void Poller::plan(qint64 now) {
+    if (m_oneShot == OneShot::Apart) {
+        m_oneShot = OneShot::Forgotten; // it counts for a scan of the plan that made it
+    }
     QVector<WordRange> holes = m_gaps;
     for (const RefusedRange& refused : m_refused) {
         holes.append(refused.range);
@@ -70,29 +73,49 @@ bool Poller::blockDue(qint64 now) {
 std::optional<WordRange> Poller::oneShotDue(qint64 now) {
     blockDue(now); // begins the scan
     m_oneShotRange = WordRange();
-    if (!m_isolations.empty()) {
+    fillRetries(now);
+    switch (nextOneShot()) {
+    case OneShot::Probe:
         m_oneShotRange = *m_isolations.front().next();
-    } else if (m_apartNext < m_plan.apart.size()) {
+        break;
+    case OneShot::Apart:
         m_oneShotRange = m_plan.apart.at(m_apartNext);
-    } else {
-        if (m_nextRetry >= 0 && now >= m_nextRetry && m_retries.isEmpty()) {
-            for (const RefusedRange& refused : m_refused) {
-                m_retries.append(refused.range);
-            }
-            m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
-        }
-        if (m_retries.isEmpty()) {
-            return std::nullopt;
-        }
+        break;
+    case OneShot::Retry:
         m_oneShotRange = m_retries.last();
+        break;
+    case OneShot::None:
+    case OneShot::Forgotten:
+        return std::nullopt;
     }
     return m_oneShotRange;
 }
 
+void Poller::fillRetries(qint64 now) {
+    if (m_nextRetry < 0 || now < m_nextRetry || !m_retries.isEmpty()) {
+        return;
+    }
+    for (const RefusedRange& refused : m_refused) {
+        m_retries.append(refused.range);
+    }
+    m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
+}
+
+/// Retries and the scan take turns: where every scan is late there is no time between them.
+Poller::OneShot Poller::nextOneShot() const {
+    if (!m_isolations.empty()) {
+        return OneShot::Probe;
+    }
+    const bool apart = m_apartNext < m_plan.apart.size();
+    if (!m_retries.isEmpty() && !(apart && m_retriedLast)) {
+        return OneShot::Retry;
+    }
+    return apart ? OneShot::Apart : OneShot::None;
+}
+
 void Poller::oneShotBegun() {
-    m_oneShot = !m_isolations.empty()               ? OneShot::Probe
-                : m_apartNext < m_plan.apart.size() ? OneShot::Apart
-                                                    : OneShot::Retry;
+    m_oneShot = nextOneShot();
+    m_retriedLast = m_oneShot == OneShot::Retry;
 }
 
 qint64 Poller::nextDue() const {
@@ -176,7 +199,13 @@ void Poller::searchFor(const WordRange& block, const RequestEnd& end, qint64 now
 void Poller::isolationEnded(qint64 now) {
     const Isolation isolation = m_isolations.front();
     m_isolations.pop_front();
+    if (isolation.cutShort()) {
+        return; // the next refusal of the block begins it again
+    }
     if (isolation.refused().isEmpty() && isolation.gaps().isEmpty()) {
+        m_fruitless.erase(std::remove_if(m_fruitless.begin(), m_fruitless.end(),
+                                         [now](const Fruitless& old) { return now >= old.until; }),
+                          m_fruitless.end());
         m_fruitless.append({isolation.block(), now + qint64(m_settings.refusedRetryMs) * 1000});
         return;
     }
@@ -189,6 +218,9 @@ void Poller::retryEnded(const RequestEnd& end, qint64 now) {
     const WordRange range = m_oneShotRange;
     m_retries.removeLast();
     if (!end.ok) {
+        if (isAddressRefusal(end)) {
+            refusedStill(range, end, now);
+        }
         return;
     }
     m_refused.erase(
@@ -196,6 +228,16 @@ void Poller::retryEnded(const RequestEnd& end, qint64 now) {
                        [&](const RefusedRange& refused) { return same(refused.range, range); }),
         m_refused.end());
     refusalsChanged(now);
+}
+
+/// Perhaps for another reason than before.
+void Poller::refusedStill(const WordRange& range, const RequestEnd& end, qint64 now) {
+    for (RefusedRange& refused : m_refused) {
+        if (same(refused.range, range)) {
+            refused.refusal = end;
+        }
+    }
+    m_board.setRefused(m_refused, m_settings.reason, now);
 }
 
 void Poller::refusalsChanged(qint64 now) {

@@ -58,7 +58,10 @@ private:
     void credit(const WordRange& asked, const RequestEnd& end, qint64 now);
     void searchFor(const WordRange& block, const RequestEnd& end, qint64 now);
     void isolationEnded(qint64 now);
+    void fillRetries(qint64 now);
+    OneShot nextOneShot() const;
     void retryEnded(const RequestEnd& end, qint64 now);
+    void refusedStill(const WordRange& range, const RequestEnd& end, qint64 now);
     void refusalsChanged(qint64 now);
     FetchFunction fetch() const;
 
@@ -86,6 +89,7 @@ private:
     QVector<Fruitless> m_fruitless; ///< a search has found nothing; not again so soon
     QVector<WordRange> m_retries;   ///< of refused words, the last one next
     qint64 m_nextRetry = -1;
+    bool m_retriedLast = false; ///< the one-shot before was a retry
 };
 
 } // namespace velkor_host
