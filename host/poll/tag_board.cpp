@@ -93,25 +93,33 @@ void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
         return;
     }
     if (!entry->inPieces()) {
-        entry->wordReadAt = QVector<qint64>(entry->words.length, entry->status.readAt);
+        entry->wordReadAt = QVector<qint64>(entry->words.length, -1);
     }
     const int first = std::max(entry->words.address, read.address);
     const int end = std::min(entry->words.end(), read.end());
     for (int word = first; word < end; ++word) {
         entry->wordReadAt[word - entry->words.address] = now;
     }
-    entry->status.readAt = *std::min_element(entry->wordReadAt.begin(), entry->wordReadAt.end());
 }
 
-/// Half of a value's words may be of one scan and half of the next until the scan has ended.
+/// Half of a value's words may be of one scan and half of the next until the scan has ended. Where
+/// a word was not read in this scan, there is no value of this scan.
 void TagBoard::scanEnded(const FetchFunction& fetch, qint64 now) {
     for (int index = 0; index < size(); ++index) {
         Entry& entry = m_entries[index];
-        if (entry.inPieces() && entry.dirty && entry.status.readAt >= 0 &&
-            !overlap(entry.words, m_inDriversHands)) {
-            takeValue(index, entry.words, fetch(entry.words), now);
-            judge(index, now);
+        if (!entry.inPieces()) {
+            continue;
         }
+        const qint64 oldest = *std::min_element(entry.wordReadAt.begin(), entry.wordReadAt.end());
+        entry.wordReadAt.fill(-1);
+        if (oldest < 0 || overlap(entry.words, m_inDriversHands)) {
+            continue;
+        }
+        entry.status.readAt = oldest;
+        if (entry.dirty) {
+            takeValue(index, entry.words, fetch(entry.words), now);
+        }
+        judge(index, now);
     }
 }
 
@@ -136,12 +144,16 @@ void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 
         if (entry.status.state == TagState::Refused) {
             continue;
         }
-        if (entry.failedAt <= entry.status.readAt) {
+        const bool first = entry.failedAt <= entry.status.readAt;
+        if (first) {
             entry.status.since = since;
         }
         entry.failedAt = now;
         entry.status.reason = reason;
         judge(index, now);
+        if (first && entry.status.state == TagState::NotRead) {
+            changed(index); // that it could not even be read once is told by its reason
+        }
     }
 }
 
@@ -165,9 +177,7 @@ void TagBoard::judge(int index, qint64 now) {
         const bool old = now - status.readAt > m_staleAfter;
         state = failed || old ? TagState::Stale : TagState::Fresh;
     }
-    // A tag that could not even be read once tells so by its reason.
-    const bool firstFailure = state == TagState::NotRead && failed && entry.failedAt == now;
-    if (state != status.state || firstFailure) {
+    if (state != status.state) {
         status.state = state;
         changed(index);
     }
@@ -240,16 +250,19 @@ void TagBoard::setRefused(const QVector<RefusedRange>& refused,
     for (int index = 0; index < size(); ++index) {
         TagStatus& status = m_entries[index].status;
         const bool was = status.state == TagState::Refused;
-        if (of.at(index) != nullptr && !was) {
+        const RefusedRange* range = of.at(index);
+        if (range != nullptr && (!was || status.endCode != range->refusal.endCode)) {
             status.state = TagState::Refused;
             status.since = now;
-            status.endCode = of.at(index)->refusal.endCode;
-            status.reason = reason(of.at(index)->refusal);
+            status.endCode = range->refusal.endCode;
+            status.reason = reason(range->refusal);
             changed(index);
-        } else if (of.at(index) == nullptr && was) {
+        } else if (range == nullptr && was) {
+            // What was read before the refusal is not fresh, however lately that was.
             status.state = TagState::NotRead;
             status.endCode = -1;
-            m_entries[index].failedAt = -1;
+            status.reason.clear();
+            m_entries[index].failedAt = now;
             changed(index);
             judge(index, now);
         }

@@ -37,8 +37,8 @@ public:
     /// words of `read`, once at most.
     void wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 now);
     void readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now);
-    /// Every word has been asked for since the last call: tags that come in several reads are whole
-    /// now.
+    /// Every word has been asked for since the last call: tags that come in several reads, and of
+    /// which every word has been read since then, are whole now.
     void scanEnded(const FetchFunction& fetch, qint64 now);
     /// Lets values grow old.
     void timePasses(qint64 now, qint64 staleAfter);
@@ -72,7 +72,9 @@ private:
     struct Entry {
         TagStatus status;
         WordRange words;
-        QVector<qint64> wordReadAt; ///< empty while single reads bring all its words
+        /// When each word was read in the scan under way, -1: not yet. Empty while single reads
+        /// bring all its words.
+        QVector<qint64> wordReadAt;
         qint64 failedAt = -1;
         bool dirty = true; ///< the driver may have another value
         int writes = 0;    ///< not settled
