@@ -149,7 +149,9 @@ RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
         m_again = true;
         return begin(m_direction);
     }
-    note(end, end.surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
+    if (end.tries > 0) {
+        note(end, end.surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
+    }
     return finish(end.surelyNotExecuted() && end.tries > 0 ? RecipeResult::Refused
                                                            : RecipeResult::Unknown);
 }
@@ -160,6 +162,7 @@ RecipeWork::Next RecipeWork::begin(RecipeDirection direction) {
         m_readingBack = true;
         m_direction = direction;
     }
+    m_movedBefore = m_readingBack ? QVector<RecipeBlock>() : m_moved;
     m_moved.clear();
     return Next::Start;
 }
@@ -175,6 +178,7 @@ RecipeWork::Next RecipeWork::finish(RecipeResult result) {
         return Next::Ended;
     }
     m_outcome.blocks = m_moved;
+    rememberMovedBefore();
     addBlocksNotMoved();
     return Next::Ended;
 }
@@ -185,6 +189,25 @@ void RecipeWork::cancel(const std::optional<RequestEnd>& underWay) {
         note(*underWay, RecipeBlock::Unknown);
     }
     finish(RecipeResult::GivenUp);
+}
+
+/// What a download had written before it began again the PLC still holds, and the same words once
+/// more change nothing, whether they have arrived or not.
+void RecipeWork::rememberMovedBefore() {
+    if (!download()) {
+        return;
+    }
+    for (const RecipeBlock& before : m_movedBefore) {
+        const auto known = std::find_if(
+            m_outcome.blocks.begin(), m_outcome.blocks.end(), [&](const RecipeBlock& block) {
+                return block.reg == before.reg && block.address == before.address;
+            });
+        if (known == m_outcome.blocks.end()) {
+            m_outcome.blocks.append(before);
+        } else {
+            known->state = RecipeBlock::Moved;
+        }
+    }
 }
 
 /// The words of the recipe that no block has touched, joined where they touch.

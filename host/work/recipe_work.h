@@ -54,6 +54,7 @@ private:
     Next begin(RecipeDirection direction);
     Next finish(RecipeResult result);
     void note(const RequestEnd& end, RecipeBlock::State state);
+    void rememberMovedBefore();
     void addBlocksNotMoved();
     void fetch(const std::vector<unsigned short>& buffer);
 
@@ -63,9 +64,10 @@ private:
     bool m_givenUp = false;
     bool m_again = false; ///< started once more after a change of the mode
     int m_words = 0;
-    QVector<int> m_order;         ///< indices of the variables by register and address
-    QVector<int> m_offsets;       ///< first word in the buffer, of each variable
-    QVector<RecipeBlock> m_moved; ///< of the pass under way
+    QVector<int> m_order;               ///< indices of the variables by register and address
+    QVector<int> m_offsets;             ///< first word in the buffer, of each variable
+    QVector<RecipeBlock> m_moved;       ///< of the pass under way
+    QVector<RecipeBlock> m_movedBefore; ///< of the pass that the change of the mode has ended
     RecipeOutcome m_outcome;
 };
 
