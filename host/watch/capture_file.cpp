@@ -4,40 +4,118 @@
 
 #include <QtCore/QFile>
 
+#include <pcap/pcap.h>
+
 #include <sys/time.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 
 namespace velkor_host {
 
-QString CaptureFile::open(const QString& path, const Endpoint& local, const Endpoint& plc) {
-    m_local = local;
-    m_plc = plc;
+class CaptureFile::File {
+public:
+    QString open(const QString& path);
+    void write(const Endpoint& source, const Endpoint& target, const QByteArray& payload,
+               const timeval& when);
+    const QString& fault() const { return m_fault; }
+
+private:
+    struct CloseHandle {
+        void operator()(pcap_t* handle) const { pcap_close(handle); }
+    };
+    struct CloseDumper {
+        void operator()(pcap_dumper_t* dumper) const { pcap_dump_close(dumper); }
+    };
+
+    bool flush();
+
+    std::unique_ptr<pcap_t, CloseHandle> m_handle;
+    std::unique_ptr<pcap_dumper_t, CloseDumper> m_dumper;
+    QString m_fault;
+};
+
+QString CaptureFile::File::open(const QString& path) {
     m_handle.reset(pcap_open_dead(DLT_RAW, 65535));
     m_dumper.reset(pcap_dump_open(m_handle.get(), QFile::encodeName(path).constData()));
     if (!m_dumper) {
-        return QStringLiteral("cannot write the capture: %1")
-            .arg(QString::fromLocal8Bit(pcap_geterr(m_handle.get())));
+        m_fault = QStringLiteral("cannot write the capture: %1")
+                      .arg(QString::fromLocal8Bit(pcap_geterr(m_handle.get())));
+    } else if (!flush()) {
+        m_fault += QStringLiteral(" (%1)").arg(path);
     }
-    return QString();
+    return m_fault;
 }
 
-void CaptureFile::sent(const QByteArray& frame, int /*attempt*/) {
-    write(m_local, m_plc, frame);
+/// The library's writer returns nothing; the stream under it knows.
+bool CaptureFile::File::flush() {
+    errno = 0;
+    const bool flushed = pcap_dump_flush(m_dumper.get()) == 0;
+    if (flushed && std::ferror(pcap_dump_file(m_dumper.get())) == 0) {
+        return true;
+    }
+    m_fault = QStringLiteral("cannot write the capture: %1")
+                  .arg(QString::fromLocal8Bit(std::strerror(errno)));
+    return false;
 }
 
-void CaptureFile::received(const QByteArray& datagram, Verdict /*verdict*/) {
-    write(m_plc, m_local, datagram);
-}
-
-void CaptureFile::write(const Endpoint& source, const Endpoint& target, const QByteArray& payload) {
+void CaptureFile::File::write(const Endpoint& source, const Endpoint& target,
+                              const QByteArray& payload, const timeval& when) {
+    if (!m_dumper || !m_fault.isEmpty()) {
+        return;
+    }
     const QByteArray packet = udpPacket(source.address.toIPv4Address(), source.port,
                                         target.address.toIPv4Address(), target.port, payload);
     pcap_pkthdr header = {};
-    gettimeofday(&header.ts, nullptr);
+    header.ts = when;
     header.caplen = static_cast<bpf_u_int32>(packet.size());
     header.len = header.caplen;
     pcap_dump(reinterpret_cast<u_char*>(m_dumper.get()), &header,
               reinterpret_cast<const u_char*>(packet.constData()));
-    pcap_dump_flush(m_dumper.get());
+    flush();
+}
+
+class CaptureFile::Witness : public FrameWitness {
+public:
+    Witness(File& file, const Endpoint& local, const Endpoint& plc)
+        : m_file(file), m_local(local), m_plc(plc) {}
+
+    void sent(const QByteArray& frame, int /*attempt*/) override {
+        m_file.write(m_local, m_plc, frame, now());
+    }
+    void received(const QByteArray& datagram, Verdict /*verdict*/) override {
+        m_file.write(m_plc, m_local, datagram, now());
+    }
+    void timedOut(const QByteArray& /*frame*/) override {}
+    void portRefused() override {}
+
+private:
+    static timeval now() {
+        timeval when = {};
+        gettimeofday(&when, nullptr);
+        return when;
+    }
+
+    File& m_file;
+    const Endpoint m_local;
+    const Endpoint m_plc;
+};
+
+CaptureFile::CaptureFile() = default;
+CaptureFile::~CaptureFile() = default;
+
+QString CaptureFile::open(const QString& path) {
+    m_file = std::make_unique<File>();
+    return m_file->open(path);
+}
+
+std::unique_ptr<FrameWitness> CaptureFile::witness(const Endpoint& local, const Endpoint& plc) {
+    return std::make_unique<Witness>(*m_file, local, plc);
+}
+
+QString CaptureFile::fault() const {
+    return m_file ? m_file->fault() : QString();
 }
 
 } // namespace velkor_host

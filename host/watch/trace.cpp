@@ -73,7 +73,11 @@ QString traceTimedOut(const QByteArray& frame) {
 }
 
 void Trace::line(const QString& text) {
-    m_out << QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss.zzz ")) << text << '\n';
+    m_out << QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss.zzz "));
+    if (!m_name.isEmpty()) {
+        m_out << m_name << ' ';
+    }
+    m_out << text << '\n';
     m_out.flush();
 }
 

@@ -97,8 +97,17 @@ bool isModeRefusal(int endCode) {
 }
 
 bool isSurelyNotDone(int endCode) {
-    const int code = plainEndCode(endCode);
-    return code != 0x0000 && code != 0x0001 && code != 0x0103 && code != 0x0205;
+    switch (plainEndCode(endCode)) {
+    case 0x0000: // with flags alone: a relay's error
+    case 0x0001: // service cancelled
+    case 0x0103: // retries failed
+    case 0x0205: // response timeout
+    case 0x0301: // communications controller error
+    case 0x0302: // CPU error
+        return false;
+    default:
+        return true;
+    }
 }
 
 QString endCodeWords(int endCode) {

@@ -14,22 +14,6 @@ const int COMMAND_OFFSET = 10;
 const int END_CODE_OFFSET = 12;
 const int END_CODE_END = 14;
 
-/// Told by what lies between host and memory, for want of an answer: the command may have been
-/// executed all the same.
-bool isDoubtfulRefusal(int endCode) {
-    switch (plainEndCode(endCode)) {
-    case 0x0000: // a relay error that has no code of its own
-    case 0x0001: // service cancelled
-    case 0x0103: // retries failed
-    case 0x0205: // response timeout
-    case 0x0301: // communications controller error
-    case 0x0302: // CPU error
-        return true;
-    default:
-        return false;
-    }
-}
-
 bool isModeChange(const FRAME_PRO& frame) {
     return frame.frame[COMMAND_OFFSET] == 0x04 && frame.frame[COMMAND_OFFSET + 1] == 0x01;
 }
@@ -79,6 +63,7 @@ void Exchange::sendFrame() {
     m_deadline = m_sentAt + m_timeout;
     m_observer.frameSent(m_bytes, m_request.tries);
     m_link.send(m_bytes);
+    m_portRefused = false; // what the link has told of meanwhile is the refusal of an earlier frame
 }
 
 Verdict Exchange::judge(const QByteArray& datagram) const {
@@ -133,7 +118,7 @@ QByteArray Exchange::replyForDriver(const QByteArray& datagram) {
         return datagram;
     }
     ++m_request.refusals;
-    m_request.doubtful += isDoubtfulRefusal(endCode) ? 1 : 0;
+    m_request.doubtful += !isSurelyNotDone(endCode) ? 1 : 0;
     return m_request.write ? refusalForDriver(datagram, endCode) : datagram.left(END_CODE_END);
 }
 
@@ -156,6 +141,7 @@ QByteArray Exchange::refusalForDriver(const QByteArray& datagram, int endCode) {
 void Exchange::portRefused() {
     if (m_inFlight) {
         ++m_request.refusedPort;
+        m_portRefused = true;
     }
 }
 
@@ -185,6 +171,7 @@ void Exchange::poll() {
     m_observer.tryTimedOut(m_bytes);
     if (!isModeChange(m_frame)) {
         ++m_request.silent;
+        m_request.unreached += m_portRefused ? 1 : 0;
         m_request.refused = false;
     }
     endTry(QByteArray());

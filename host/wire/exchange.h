@@ -140,6 +140,7 @@ private:
     bool m_inFlight = false;
     bool m_requestOpen = false;
     bool m_abandoned = false;
+    bool m_portRefused = false; ///< since the frame in flight was sent
     Settled m_request;
     qint64 m_begun = 0;
     qint64 m_sentAt = 0;

@@ -107,7 +107,7 @@ bool nothingHasComeYet(const RequestEnd& end) {
 } // namespace
 
 bool RequestEnd::surelyNotExecuted() const {
-    return !ok && refusals - doubtful == tries;
+    return !ok && refusals - doubtful + unreached == tries;
 }
 
 QString requestText(const QString& reg, int address, int length) {

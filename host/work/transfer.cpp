@@ -32,6 +32,7 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.refusals += first.refusals;
         both.doubtful += first.doubtful;
         both.silent += first.silent;
+        both.unreached += first.unreached;
         both.refusedPort += first.refusedPort;
         both.wrongLength += first.wrongLength;
         both.waited += first.waited;
@@ -84,16 +85,15 @@ bool WriteTransfer::again(const RequestEnd& end) {
         m_switched = true;
         return first;
     }
-    return end.refused && !end.modeChange && m_soFar.tries < m_tries;
+    const bool unanswered = end.modeChange && end.modeChangeEnd < 0;
+    return end.refused && !unanswered && m_soFar.tries < m_tries;
 }
 
 /// What became of the piece in hand, by all that has been sent of it.
 void WriteTransfer::judge() {
     m_outcome.last = m_soFar;
-    if (m_soFar.tries == 0) {
-        m_outcome.result = WriteResult::NotSent;
-    } else if (m_soFar.surelyNotExecuted()) {
-        m_outcome.result = WriteResult::Refused;
+    if (m_soFar.surelyNotExecuted()) {
+        m_outcome.result = m_soFar.refusals > 0 ? WriteResult::Refused : WriteResult::NotReached;
     } else {
         m_outcome.result = WriteResult::Unknown;
         m_outcome.unknown = pieceItems();

@@ -47,7 +47,7 @@ TEST_P(CloseAfter, workOfEveryKind_isToldOnceAndTruly) {
         for (int item = 0; item < outcome.taken; ++item) {
             EXPECT_NE(line.machine.dm(outcome.address + item), 0);
         }
-        if (outcome.result == WriteResult::NotSent) {
+        if (outcome.result == WriteResult::NotReached) {
             EXPECT_EQ(line.machine.dm(outcome.address + outcome.taken), 0);
         }
     }
@@ -64,7 +64,7 @@ TEST(LineClose, writeInFlight_isUnknownAndTheNextNotSent) {
     ASSERT_EQ(line.writes.size(), 2U);
     EXPECT_EQ(line.writes.at(0).result, WriteResult::Unknown);
     EXPECT_EQ(line.writes.at(0).last.tries, 1);
-    EXPECT_EQ(line.writes.at(1).result, WriteResult::NotSent);
+    EXPECT_EQ(line.writes.at(1).result, WriteResult::NotReached);
     EXPECT_EQ(line.writes.at(1).last.tries, 0);
 }
 
@@ -74,7 +74,7 @@ TEST(LineClose, pollInFlight_leavesTheWriteNotSent) {
     ASSERT_EQ(line.frames.size(), 1U);
     line.write("DM", 0, {1});
     line.close();
-    EXPECT_EQ(line.writes.at(0).result, WriteResult::NotSent);
+    EXPECT_EQ(line.writes.at(0).result, WriteResult::NotReached);
 }
 
 TEST(LineClose, recipeInFlight_namesItsBlocks) {

@@ -260,7 +260,7 @@ TEST_F(LineNotice, close_tellsOnceWhatIsNotSettled) {
     EXPECT_EQ(writes[sent].result, WriteResult::Unknown);
     EXPECT_EQ(writes[sent].taken, 0);
     EXPECT_EQ(writes[sent].unknown, 2);
-    EXPECT_EQ(writes[waiting].result, WriteResult::NotSent);
+    EXPECT_EQ(writes[waiting].result, WriteResult::NotReached);
     EXPECT_EQ(writes[waiting].last.tries, 0);
     EXPECT_FALSE(reads[read].ok);
     EXPECT_EQ(recipes[recipe].result, RecipeResult::GivenUp);

@@ -157,19 +157,34 @@ TEST(WriteTransfer, modeSwitchedTwiceForOnePiece_isRefused) {
     EXPECT_EQ(write.outcome().result, WriteResult::Refused);
 }
 
-TEST(WriteTransfer, modeChangeRefused_isNotTriedAgain) {
+TEST(WriteTransfer, modeChangeRefused_isTriedAgainWithTheWriteAndNotForEver) {
     RequestEnd end = switched();
     end.modeChangeEnd = 0x3001;
     WriteTransfer write = writeOf(3);
-    EXPECT_EQ(write.pieceEnded(end), NextStep::Ended);
+    int handedOver = 1;
+    while (write.pieceEnded(end) == NextStep::Piece) {
+        ASSERT_LT(++handedOver, 10);
+    }
+    EXPECT_EQ(handedOver, 3); // its tries
     EXPECT_EQ(write.outcome().result, WriteResult::Refused);
     EXPECT_FALSE(write.outcome().modeSwitched);
+}
+
+TEST(WriteTransfer, modeChangeThatWorksTheSecondTime_isWritten) {
+    RequestEnd end = switched();
+    end.modeChangeEnd = 0x2201;
+    WriteTransfer write = writeOf(3);
+    EXPECT_EQ(write.pieceEnded(end), NextStep::Piece);
+    EXPECT_EQ(write.pieceEnded(switched()), NextStep::Piece);
+    EXPECT_EQ(write.pieceEnded(done()), NextStep::Ended);
+    EXPECT_EQ(write.outcome().result, WriteResult::Taken);
+    EXPECT_TRUE(write.outcome().modeSwitched);
 }
 
 TEST(WriteTransfer, cancelledBeforeItWasSent_isNotSent) {
     WriteTransfer write = writeOf(3);
     write.cancel(std::nullopt);
-    EXPECT_EQ(write.outcome().result, WriteResult::NotSent);
+    EXPECT_EQ(write.outcome().result, WriteResult::NotReached);
     EXPECT_EQ(write.outcome().last.tries, 0);
 }
 
@@ -188,7 +203,7 @@ TEST(WriteTransfer, cancelledBetweenTwoPieces_isNotSentBehindWhatIsTaken) {
     WriteTransfer write = writeOf(10);
     write.pieceEnded(done());
     write.cancel(std::nullopt);
-    EXPECT_EQ(write.outcome().result, WriteResult::NotSent);
+    EXPECT_EQ(write.outcome().result, WriteResult::NotReached);
     EXPECT_EQ(write.outcome().taken, 4);
 }
 

@@ -1,41 +1,39 @@
 #ifndef VELKOR_HOST_CAPTURE_FILE_H
 #define VELKOR_HOST_CAPTURE_FILE_H
 
-/// A capture of the exchange for Wireshark and its kin, readable while it is being written.
+/// A capture of the datagrams of one or more lines for Wireshark and its kin, readable while it is
+/// being written. Off port 9600 Wireshark is told: -d udp.port==N,omron
 
 #include <velkor/host/endpoint.h>
+#include <velkor/host/export.h>
 #include <velkor/host/witness.h>
-
-#include <pcap/pcap.h>
 
 #include <memory>
 
 namespace velkor_host {
 
-class CaptureFile : public FrameWitness {
+/// One file, used on one thread. Its witnesses must not outlive it.
+class VELKOR_HOST_EXPORT CaptureFile {
 public:
-    /// The result is empty or says why the file cannot be written.
-    QString open(const QString& path, const Endpoint& local, const Endpoint& plc);
+    CaptureFile();
+    ~CaptureFile();
+    CaptureFile(const CaptureFile&) = delete;
+    CaptureFile& operator=(const CaptureFile&) = delete;
 
-    void sent(const QByteArray& frame, int attempt) override;
-    void received(const QByteArray& datagram, Verdict verdict) override;
-    void timedOut(const QByteArray& /*frame*/) override {}
-    void portRefused() override {}
+    /// Begins the file anew. The result is empty or says why it cannot be written.
+    QString open(const QString& path);
+
+    /// For one line, between these two addresses (see Line::localEndpoint()).
+    std::unique_ptr<FrameWitness> witness(const Endpoint& local, const Endpoint& plc);
+
+    /// Empty while every packet has been written; else why one could not, and the file ends before
+    /// it.
+    QString fault() const;
 
 private:
-    struct CloseHandle {
-        void operator()(pcap_t* handle) const { pcap_close(handle); }
-    };
-    struct CloseDumper {
-        void operator()(pcap_dumper_t* dumper) const { pcap_dump_close(dumper); }
-    };
-
-    void write(const Endpoint& source, const Endpoint& target, const QByteArray& payload);
-
-    std::unique_ptr<pcap_t, CloseHandle> m_handle;
-    std::unique_ptr<pcap_dumper_t, CloseDumper> m_dumper;
-    Endpoint m_local;
-    Endpoint m_plc;
+    class File;
+    class Witness;
+    std::unique_ptr<File> m_file;
 };
 
 } // namespace velkor_host

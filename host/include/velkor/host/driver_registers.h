@@ -2,6 +2,7 @@
 #define VELKOR_HOST_DRIVER_REGISTERS_H
 
 #include <velkor/host/endpoint.h>
+#include <velkor/host/export.h>
 #include <velkor/host/registers.h>
 
 #include <QtCore/QVector>
@@ -14,7 +15,7 @@ class DriverCopy;
 
 /// The registers as the driver tells them, from a copy of it that this object loads for itself. No
 /// PLC is needed. May be used on any one thread.
-class DriverRegisters : public Catalogue {
+class VELKOR_HOST_EXPORT DriverRegisters : public Catalogue {
 public:
     DriverRegisters();
     ~DriverRegisters() override;

@@ -3,6 +3,7 @@
 
 #include <QtCore/QString>
 #include <QtNetwork/QHostAddress>
+#include <velkor/host/export.h>
 
 namespace velkor_host {
 
@@ -13,7 +14,7 @@ struct Endpoint {
 };
 
 /// "127.0.0.1:9600"
-QString endpointText(const Endpoint& endpoint);
+VELKOR_HOST_EXPORT QString endpointText(const Endpoint& endpoint);
 
 } // namespace velkor_host
 

@@ -29,6 +29,7 @@
 ///
 /// Times are microseconds on a clock that never goes back; see now().
 
+#include <velkor/host/export.h>
 #include <velkor/host/outcome.h>
 #include <velkor/host/statistics.h>
 #include <velkor/host/tag.h>
@@ -60,7 +61,7 @@ struct LineSettings {
     QString driverFile;
 };
 
-class Line {
+class VELKOR_HOST_EXPORT Line {
 public:
     explicit Line(const LineSettings& settings);
     /// Closes it; what close() would have told is not told any more.
@@ -70,9 +71,10 @@ public:
 
     /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
     QString open();
-    /// Ends everything: each write, read and recipe that is not settled is told as Unknown, NotSent
-    /// or GivenUp (from the event loop, as always), every tag goes back to NotRead, which onTags
-    /// tells. The tags are kept, and polled again after the next open(). Does nothing when closed.
+    /// Ends everything: each write, read and recipe that is not settled is told as Unknown,
+    /// NotReached or GivenUp (from the event loop, as always), every tag goes back to NotRead,
+    /// which onTags tells. The tags are kept, and polled again after the next open(). Does nothing
+    /// when closed.
     void close();
     bool isOpen() const;
 

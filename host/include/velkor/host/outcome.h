@@ -3,6 +3,7 @@
 
 /// How a host's writes, one-shot reads and recipes ended. Each is told once.
 
+#include <velkor/host/export.h>
 #include <velkor/host/request_end.h>
 #include <velkor/host/value.h>
 
@@ -11,11 +12,12 @@
 namespace velkor_host {
 
 enum class WriteResult {
-    Taken,   ///< the PLC has acknowledged every item
-    Refused, ///< the PLC has refused a piece (end code in `last`), and has surely not executed it
-    Unknown, ///< a piece was sent and no answer settled what became of it: it may or may not have
-             ///< been executed
-    NotSent  ///< nothing of what is not counted in `taken` has been sent: the line was closed
+    Taken,     ///< the PLC has acknowledged every item
+    Refused,   ///< the PLC has refused a piece (end code in `last`), and has surely not executed it
+    Unknown,   ///< a piece was sent and no answer settled what became of it: it may or may not have
+               ///< been executed
+    NotReached ///< the PLC has surely not got it: nothing was sent, because the line was closed, or
+               ///< nothing listened at its port
 };
 
 /// A write longer than a frame goes in pieces, in the order of their addresses; behind a piece that
@@ -25,7 +27,7 @@ struct WriteOutcome {
     QString reg;
     int address = 0;
     int count = 0; ///< items that were to be written
-    WriteResult result = WriteResult::NotSent;
+    WriteResult result = WriteResult::NotReached;
     int taken = 0;   ///< items, from the first, that the PLC has acknowledged: it holds them
     int unknown = 0; ///< items behind those that it may or may not hold (result Unknown)
     bool modeSwitched = false; ///< for it the PLC was switched to MONITOR mode
@@ -98,7 +100,7 @@ struct RecipeOutcome {
 
 /// "DM 100 to 111 written; DM 112 to 120 not known; HR 5 not written": what the PLC holds of a
 /// download that did not end well.
-QString recipeBlocksText(const RecipeOutcome& outcome);
+VELKOR_HOST_EXPORT QString recipeBlocksText(const RecipeOutcome& outcome);
 
 } // namespace velkor_host
 

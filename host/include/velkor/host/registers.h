@@ -5,6 +5,7 @@
 
 #include <QtCore/QString>
 #include <QtCore/QVector>
+#include <velkor/host/export.h>
 
 namespace velkor_host {
 
@@ -25,7 +26,7 @@ struct AddressVerdict {
     QString text;
 };
 
-class Catalogue {
+class VELKOR_HOST_EXPORT Catalogue {
 public:
     Catalogue() = default;
     Catalogue(const Catalogue&) = delete;
@@ -55,13 +56,13 @@ protected:
 };
 
 /// The address in the register's syntax: "100", or "100.5" for a bit register.
-QString addressText(int address, bool bitRegister);
+VELKOR_HOST_EXPORT QString addressText(int address, bool bitRegister);
 
 /// Registers whose names end in "_bit" address single bits.
-bool isBitRegister(const QString& name);
+VELKOR_HOST_EXPORT bool isBitRegister(const QString& name);
 
 /// "CIO" for "CIO_bit"; word registers keep their name.
-QString wordRegisterName(const QString& name);
+VELKOR_HOST_EXPORT QString wordRegisterName(const QString& name);
 
 } // namespace velkor_host
 

@@ -4,6 +4,7 @@
 /// How one request to the PLC ended, and what that means to the person at the panel.
 
 #include <velkor/host/endpoint.h>
+#include <velkor/host/export.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QStringList>
@@ -27,6 +28,7 @@ struct RequestEnd {
     int doubtful = 0;        ///< refusals that came from something on the way to the PLC's memory
                              ///< for want of an answer (0205 and its like): see below
     int silent = 0;          ///< tries that no reply ended
+    int unreached = 0;       ///< tries without a reply whose frame met a closed port: nobody got it
     int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
     int wrongLength = 0;     ///< replies of a wrong length that carried no error
     int endCode = -1;        ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
@@ -38,9 +40,9 @@ struct RequestEnd {
     qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
 
-    /// Nothing was sent, or the PLC answered every try and every answer was an error, none of them
-    /// doubtful: it has not executed the request.
-    bool surelyNotExecuted() const;
+    /// Every try, if there was one, met a closed port or was answered by an error that is not
+    /// doubtful: the PLC has not executed the request.
+    VELKOR_HOST_EXPORT bool surelyNotExecuted() const;
 };
 
 /// What the settings are called where the reader would change them; the defaults name the fields
@@ -55,24 +57,26 @@ struct SettingNames {
 };
 
 /// "DM 100 (2 words)", "CIO_bit 3.5 (1 bit)"
-QString requestText(const QString& reg, int address, int length);
-QString requestText(const RequestEnd& end);
+VELKOR_HOST_EXPORT QString requestText(const QString& reg, int address, int length);
+VELKOR_HOST_EXPORT QString requestText(const RequestEnd& end);
 
 /// One line: why the request failed: tries, waiting time, end code in words.
-QString failureReason(const RequestEnd& end, const LineSettings& settings,
-                      const SettingNames& names = SettingNames());
+VELKOR_HOST_EXPORT QString failureReason(const RequestEnd& end, const LineSettings& settings,
+                                         const SettingNames& names = SettingNames());
 
 /// The same for a line of limited width, the key words first: "no answer: ...", "port unreachable:
 /// ...", "refused: ...", "wrong length: ...".
-QString shortReason(const RequestEnd& end, const LineSettings& settings);
+VELKOR_HOST_EXPORT QString shortReason(const RequestEnd& end, const LineSettings& settings);
 
 /// The likely causes, the likeliest first. `nodes` as Line::nodes() gives them.
-QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
-                         const QVector<int>& nodes, const SettingNames& names = SettingNames());
+VELKOR_HOST_EXPORT QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
+                                            const QVector<int>& nodes,
+                                            const SettingNames& names = SettingNames());
 
 /// Headline and numbered causes, several lines.
-QString failureText(const RequestEnd& end, const LineSettings& settings, const QVector<int>& nodes,
-                    const SettingNames& names = SettingNames());
+VELKOR_HOST_EXPORT QString failureText(const RequestEnd& end, const LineSettings& settings,
+                                       const QVector<int>& nodes,
+                                       const SettingNames& names = SettingNames());
 
 } // namespace velkor_host
 

@@ -3,6 +3,7 @@
 
 /// What the link has been like: counts, round trips and the last end code.
 
+#include <velkor/host/export.h>
 #include <velkor/host/request_end.h>
 #include <velkor/host/witness.h>
 
@@ -11,7 +12,7 @@
 namespace velkor_host {
 
 /// Round trip times, in microseconds: the last thousand.
-class RoundTrips {
+class VELKOR_HOST_EXPORT RoundTrips {
 public:
     void add(qint64 microseconds);
     int count() const { return static_cast<int>(m_samples.size()); }
@@ -24,7 +25,7 @@ private:
     int m_next = 0;
 };
 
-class LinkStatistics {
+class VELKOR_HOST_EXPORT LinkStatistics {
 public:
     void sent(int attempt);
     void received(Verdict verdict);

@@ -3,8 +3,9 @@
 
 /// What a line polls, and what is known of it.
 
+#include <velkor/host/export.h>
 #include <velkor/host/registers.h>
-#include <velkor/host/value.h>
+#include <velkor/host/scaled_value.h>
 
 #include <QtCore/QString>
 
@@ -18,10 +19,8 @@ struct Tag {
     QString reg;     ///< register, e.g. "DM", or "CIO_bit" for single bits
     int address = 0; ///< word, or word * 16 + bit in a register whose name ends in "_bit"
     ValueType type = ValueType::Uint16;
-    int count = 1; ///< values; for a string, words
-    /// The host's unit: shown = raw * scale + offset. Numbers only; see scaledValue().
-    double scale = 1;
-    double offset = 0;
+    int count = 1;   ///< values; for a string, words
+    Scaling scaling; ///< from the PLC's number to the host's unit; see scaled_value.h
 
     bool bitRegister() const { return isBitRegister(reg); }
     /// Words, or bits in a bit register.
@@ -29,7 +28,7 @@ struct Tag {
 };
 
 /// "DM 100" or "CIO_bit 100.5"
-QString tagAddressText(const Tag& tag);
+VELKOR_HOST_EXPORT QString tagAddressText(const Tag& tag);
 
 enum class TagState {
     NotRead, ///< no complete value has been read since the tag was handed over
@@ -40,10 +39,10 @@ enum class TagState {
 };
 
 /// "not read", "read", "stale" or "refused".
-QString tagStateName(TagState state);
+VELKOR_HOST_EXPORT QString tagStateName(TagState state);
 
 /// All times are microseconds on the scale of Line::now(); -1: never.
-class TagStatus {
+class VELKOR_HOST_EXPORT TagStatus {
 public:
     TagState state = TagState::NotRead;
     /// A write to one of its words or bits has been handed to the line and is not settled: what the

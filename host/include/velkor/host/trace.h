@@ -3,6 +3,7 @@
 
 /// Frames and replies in words, one line each.
 
+#include <velkor/host/export.h>
 #include <velkor/host/witness.h>
 
 #include <QtCore/QTextStream>
@@ -10,13 +11,14 @@
 namespace velkor_host {
 
 /// "send sid=5 0101 read DM 100 count=2, 18 bytes" and so on; without the time.
-QString traceSent(const QByteArray& frame, int attempt);
-QString traceReceived(const QByteArray& datagram, Verdict verdict);
-QString traceTimedOut(const QByteArray& frame);
+VELKOR_HOST_EXPORT QString traceSent(const QByteArray& frame, int attempt);
+VELKOR_HOST_EXPORT QString traceReceived(const QByteArray& datagram, Verdict verdict);
+VELKOR_HOST_EXPORT QString traceTimedOut(const QByteArray& frame);
 
-class Trace : public FrameWitness {
+class VELKOR_HOST_EXPORT Trace : public FrameWitness {
 public:
-    explicit Trace(QTextStream& out) : m_out(out) {}
+    /// Borrows `out`. `name`, if not empty, stands in each line behind the time: which line it is.
+    explicit Trace(QTextStream& out, const QString& name = QString()) : m_out(out), m_name(name) {}
     void sent(const QByteArray& frame, int attempt) override;
     void received(const QByteArray& datagram, Verdict verdict) override;
     void timedOut(const QByteArray& frame) override;
@@ -26,6 +28,7 @@ private:
     void line(const QString& text);
 
     QTextStream& m_out;
+    const QString m_name;
 };
 
 } // namespace velkor_host

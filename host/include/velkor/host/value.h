@@ -11,6 +11,7 @@
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
+#include <velkor/host/export.h>
 
 #include <optional>
 
@@ -21,35 +22,36 @@ typedef QVector<quint16> Items;
 enum class ValueType { Bool, Uint16, Int16, Hex, Bcd, Uint32, Int32, Float32, String };
 
 /// "bool, uint16, int16, hex, bcd, uint32, int32, float32, string"
-QString valueTypeNames();
-QString valueTypeName(ValueType type);
-std::optional<ValueType> valueTypeFromName(const QString& name);
+VELKOR_HOST_EXPORT QString valueTypeNames();
+VELKOR_HOST_EXPORT QString valueTypeName(ValueType type);
+VELKOR_HOST_EXPORT std::optional<ValueType> valueTypeFromName(const QString& name);
 
 /// bool stands in bit registers only, every other type in word registers only.
-bool typeFitsRegister(ValueType type, bool bitRegister);
+VELKOR_HOST_EXPORT bool typeFitsRegister(ValueType type, bool bitRegister);
 
 /// Items that one value takes: 2 for 32-bit types, else 1. A string's count is its words.
-int itemsPerValue(ValueType type);
+VELKOR_HOST_EXPORT int itemsPerValue(ValueType type);
 
 /// The values, separated by one blank. A word that is no decimal number in BCD is shown as such. A
 /// float has as many digits as tell it from every other float, 6 to `mostDigits`.
-QString formatItems(ValueType type, const Items& items, int mostDigits = 9);
+VELKOR_HOST_EXPORT QString formatItems(ValueType type, const Items& items, int mostDigits = 9);
 
 /// The first value as a number, for the small graph; nothing for texts and words that are not BCD.
-std::optional<double> numericValue(ValueType type, const Items& items);
+VELKOR_HOST_EXPORT std::optional<double> numericValue(ValueType type, const Items& items);
 
 /// Parses one text for each value and appends the items. On failure `items` is unchanged and the
 /// result says what would be right; on success it is empty. A string takes exactly one text;
 /// `wordsForString` words are filled up with zeros (0: as many as the text needs).
-QString parseValues(ValueType type, const QStringList& texts, int wordsForString, Items* items);
+VELKOR_HOST_EXPORT QString parseValues(ValueType type, const QStringList& texts, int wordsForString,
+                                       Items* items);
 
 /// `count` bits from bit address `bit` (word * 16 + bit) on, out of words of which the first has
 /// the address `firstWord` and which hold them all.
-Items bitsOf(const Items& words, int firstWord, int bit, int count);
+VELKOR_HOST_EXPORT Items bitsOf(const Items& words, int firstWord, int bit, int count);
 
 /// The host's side of the driver's buffers: words low byte first, bits one byte each.
-QByteArray toDriverBytes(const Items& items, bool bitRegister);
-Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);
+VELKOR_HOST_EXPORT QByteArray toDriverBytes(const Items& items, bool bitRegister);
+VELKOR_HOST_EXPORT Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);
 
 } // namespace velkor_host
 

@@ -5,6 +5,7 @@
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
+#include <velkor/host/export.h>
 
 namespace velkor_host {
 
@@ -17,7 +18,7 @@ enum class Verdict {
 };
 
 /// Called on the line's thread, from inside its turns. A witness calls nothing of the line.
-class FrameWitness {
+class VELKOR_HOST_EXPORT FrameWitness {
 public:
     FrameWitness() = default;
     FrameWitness(const FrameWitness&) = delete;

@@ -1,0 +1,100 @@
+// Two PLCs by the host layer: polls tags of both, writes a set point, and moves a recipe from one
+// to the other, reading back what was written. Usage: two_lines HOST:PORT HOST:PORT Ends with 0
+// when everything was done, with 1 when something was not, which is then told.
+
+#include <velkor/host/line.h>
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
+
+#include <cstdio>
+
+using namespace velkor_host;
+
+namespace {
+
+Tag tag(const char* name, const char* reg, int address, ValueType type = ValueType::Uint16) {
+    Tag tag;
+    tag.name = name;
+    tag.reg = reg;
+    tag.address = address;
+    tag.type = type;
+    return tag;
+}
+
+LineSettings settingsFor(const QString& plc) { // "127.0.0.1:9600"
+    LineSettings settings;
+    settings.plc = {QHostAddress(plc.section(':', 0, 0)), plc.section(':', 1).toUShort()};
+    return settings;
+}
+
+/// Shows the tags of a line whenever they change: never an old value without saying so.
+void showChanges(const char* plc, Line& line) {
+    line.onTags = [plc, &line](const QVector<int>& changed) {
+        for (const int index : changed) {
+            const Tag& tag = line.tags().at(index);
+            const TagStatus& status = line.status(index);
+            const QString text = status.value() ? formatItems(tag.type, *status.value())
+                                                : tagStateName(status.state);
+            std::printf("%s %s: %s\n", plc, qPrintable(tag.name), qPrintable(text));
+        }
+    };
+}
+
+void fail(const QString& text) {
+    std::fprintf(stderr, "%s\n", qPrintable(text));
+    QCoreApplication::exit(1);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const QCoreApplication application(argc, argv);
+    const QStringList arguments = QCoreApplication::arguments();
+    Line left(settingsFor(arguments.value(1)));
+    Line right(settingsFor(arguments.value(2)));
+    showChanges("left", left);
+    showChanges("right", right);
+
+    // The set points DM 100 to 104 and the product code HR 100.
+    const QVector<RecipeVariable> recipe{{"DM", 100, 5, {}}, {"HR", 100, 1, {}}};
+
+    // 1. A set point is written on the left; 2. then the recipe is read from there;
+    left.onWrite = [&](const WriteOutcome& outcome) {
+        if (outcome.result == WriteResult::Taken) {
+            left.upload(recipe);
+        } else {
+            fail(failureText(outcome.last, left.settings(), left.nodes()));
+        }
+    };
+    // 3. it goes to the right, and is read back; 4. and the tags are shown a little longer.
+    left.onRecipe = [&](const RecipeOutcome& outcome) {
+        if (outcome.result == RecipeResult::Done) {
+            right.download(outcome.variables, true);
+        } else {
+            fail("the recipe could not be read");
+        }
+    };
+    right.onRecipe = [&](const RecipeOutcome& outcome) {
+        std::printf("recipe: %s\n", qPrintable(recipeBlocksText(outcome)));
+        if (outcome.result == RecipeResult::Done) {
+            QTimer::singleShot(500, [] { QCoreApplication::quit(); });
+        } else {
+            fail("the PLC on the right does not hold the recipe");
+        }
+    };
+
+    for (Line* line : {&left, &right}) {
+        QString fault = line->open();
+        if (fault.isEmpty()) {
+            fault = line->setTags(
+                {tag("set point", "DM", 101), tag("pump", "CIO_bit", 100 * 16, ValueType::Bool)});
+        }
+        if (!fault.isEmpty()) {
+            std::fprintf(stderr, "%s\n", qPrintable(fault));
+            return 1;
+        }
+    }
+    left.write("DM", 101, {640});
+    return QCoreApplication::exec();
+}
