@@ -1,6 +1,7 @@
-#include "panel/commands.h"
+#include "panel/commands/commands.h"
 #include "panel/printable.h"
 #include "panel/standard_output.h"
+#include "panel/watch/end_signals.h"
 
 #include <QtCore/QCoreApplication>
 
@@ -44,14 +45,14 @@ int run(QTextStream& out, QTextStream& err) {
         err << "velkor-panel: " << panel::printableLines(parsed.error) << '\n';
         return panel::EXIT_WRONG_USAGE;
     }
-    panel::DriverApi api;
-    const QString unloadable = panel::loadDriver(parsed.options.library, &api);
+    panel::DriverRegisters registers;
+    const QString unloadable = registers.load(parsed.options.library);
     if (!unloadable.isEmpty()) {
-        err << "velkor-panel: " << panel::printableLines(unloadable) << '\n';
+        err << "velkor-panel: " << panel::printableLines(unloadable)
+            << "; --library names its file\n";
         return panel::EXIT_WORK_FAILED;
     }
-    const panel::DriverCatalogue catalogue(api);
-    return runCommand({parsed.options, api, catalogue, out, err});
+    return runCommand({parsed.options, registers, out, err});
 }
 
 } // namespace

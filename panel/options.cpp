@@ -1,6 +1,9 @@
 #include "panel/options.h"
 
 #include <QtCore/QCommandLineParser>
+#include <QtCore/QSet>
+
+#include <algorithm>
 
 namespace panel {
 namespace {
@@ -13,6 +16,8 @@ const char COMMANDS[] =
     "  layout REGISTER START COUNT STEP      COUNT addresses, STEP apart\n"
     "  read REGISTER ADDRESS [COUNT]         read once\n"
     "  write REGISTER ADDRESS VALUE...       write once\n"
+    "  write TAGS.csv NAME VALUE...          the same to a tag of a file, in its unit, within its "
+    "limits\n"
     "  watch TAGS.csv                        poll; on a terminal a live table, else one line a "
     "change\n"
     "  watch REGISTER:ADDRESS[:COUNT]...     the same for tags given by hand\n"
@@ -32,16 +37,18 @@ QCommandLineOption valued(const char* name, const QString& text, const char* val
 }
 
 void addOptions(QCommandLineParser* parser) {
-    const LinkSettings standard;
+    const LineSettings standard;
     parser->addOption(valued("plc",
                              QStringLiteral("The PLC's address. Default: the driver's, "
-                                            "192.168.250.1:9600."),
-                             "HOST[:PORT]"));
+                                            "192.168.250.1:9600. watch takes several, each with a "
+                                            "name: --plc left=10.0.0.1 --plc right=10.0.0.2."),
+                             "[NAME=]HOST[:PORT]"));
     parser->addOption(valued("nodes",
                              QStringLiteral("FINS node numbers: destination network, node, unit, "
                                             "source network, node, unit. Default: nodes from the "
-                                            "last octets of both addresses, the rest 0."),
-                             "DNA,DA1,DA2,SNA,SA1,SA2"));
+                                            "last octets of both addresses, the rest 0. With "
+                                            "several PLCs NAME= says whose."),
+                             "[NAME=]DNA,DA1,DA2,SNA,SA1,SA2"));
     parser->addOption(valued("words-per-frame",
                              QStringLiteral("Longest block, 1 to 503 words. Default %1: fits the "
                                             "smallest PLCs.")
@@ -74,6 +81,14 @@ void addOptions(QCommandLineParser* parser) {
                                  .arg(QStringLiteral("bool, uint16, int16, hex, bcd, uint32, "
                                                      "int32, float32, string")),
                              "TYPE"));
+    parser->addOption({names("allow-mode-change"),
+                       QStringLiteral("Let a PLC that refuses a write by its operating mode be "
+                                      "switched to MONITOR. That starts the program of a PLC that "
+                                      "was stopped.")});
+    parser->addOption(
+        {names("force"), QStringLiteral("write: also a value outside the limits of its tag.")});
+    parser->addOption({names("verify"),
+                       QStringLiteral("recipe download: read back what was written and compare.")});
     parser->addOption(valued("values", QStringLiteral("recipe: the file of values."), "FILE"));
     parser->addOption(valued("seconds", QStringLiteral("watch: end after so long."), "N"));
     parser->addOption({names("until-stable"),
@@ -107,17 +122,21 @@ public:
 
     QString read() {
         refuseEmptyValues();
-        m_options.plc = text("plc");
         m_options.library = text("library");
         m_options.capture = text("pcap");
         m_options.values = text("values");
         m_options.type = text("type");
         m_options.trace = m_parser.isSet(QStringLiteral("trace"));
         m_options.untilStable = m_parser.isSet(QStringLiteral("until-stable"));
+        m_options.verify = m_parser.isSet(QStringLiteral("verify"));
+        m_options.force = m_parser.isSet(QStringLiteral("force"));
+        m_options.link.allowModeChange = m_parser.isSet(QStringLiteral("allow-mode-change"));
+        m_options.link.driverFile = m_options.library;
         whole("words-per-frame", 1, 503, &m_options.link.wordsPerFrame);
         whole("retries", 1, 100, &m_options.link.retries);
         whole("timeout", 1, 60000, &m_options.link.timeoutMs);
         whole("scan-interval", 10, 60000, &m_options.link.scanMs);
+        readPlcs();
         readNodes();
         readBind();
         readSeconds();
@@ -163,23 +182,78 @@ private:
         }
     }
 
-    void readNodes() {
-        const QString given = text("nodes");
-        if (given.isEmpty()) {
-            return;
+    QStringList texts(const char* name) const {
+        QStringList values;
+        for (const QString& value : m_parser.values(QString::fromLatin1(name))) {
+            values.append(unmark(value));
         }
-        for (const QString& part : given.split(QLatin1Char(','))) {
-            bool ok = false;
-            m_options.link.nodes.append(part.toInt(&ok));
-            if (!ok || m_options.link.nodes.last() < 0 || m_options.link.nodes.last() > 255) {
-                m_options.link.nodes.clear();
-                break;
+        return values;
+    }
+
+    void readPlcs() {
+        QSet<QString> known;
+        for (const QString& given : texts("plc")) {
+            const auto equals = given.indexOf(QLatin1Char('='));
+            PlcOption plc;
+            plc.name = given.left(std::max<decltype(equals)>(equals, 0)).trimmed();
+            plc.host = given.mid(equals + 1);
+            const bool named = equals >= 0;
+            if ((named && plc.name.isEmpty()) || plc.host.isEmpty()) {
+                fault("plc", given, QStringLiteral("HOST[:PORT], or NAME=HOST[:PORT]"));
+            } else if (known.contains(plc.name)) {
+                fault("plc", given,
+                      QStringLiteral("a name of its own for each PLC: --plc left=10.0.0.1 --plc "
+                                     "right=10.0.0.2"));
+            }
+            known.insert(plc.name);
+            m_options.plcs.append(plc);
+        }
+        if (m_options.plcs.isEmpty()) {
+            m_options.plcs.append(PlcOption());
+        }
+        if (known.size() > 1 && known.contains(QString())) {
+            fault("plc", m_options.plcs.first().host,
+                  QStringLiteral("a name for each PLC when there are several: NAME=HOST[:PORT]"));
+        }
+    }
+
+    PlcOption* plcOf(const QString& name) {
+        for (PlcOption& plc : m_options.plcs) {
+            if (plc.name == name || (name.isEmpty() && m_options.plcs.size() == 1)) {
+                return &plc;
             }
         }
-        if (m_options.link.nodes.size() != 6) {
-            fault("nodes", given,
-                  QStringLiteral("six numbers from 0 to 255: DNA,DA1,DA2,SNA,SA1,SA2"));
+        return nullptr;
+    }
+
+    void readNodes() {
+        for (const QString& given : texts("nodes")) {
+            const auto equals = given.indexOf(QLatin1Char('='));
+            PlcOption* plc = plcOf(given.left(std::max<decltype(equals)>(equals, 0)).trimmed());
+            const QVector<int> nodes = parseNodes(given.mid(equals + 1));
+            if (plc == nullptr) {
+                fault("nodes", given,
+                      QStringLiteral("NAME= and numbers, with the name of a --plc"));
+            } else if (nodes.isEmpty()) {
+                fault("nodes", given,
+                      QStringLiteral("six numbers from 0 to 255: DNA,DA1,DA2,SNA,SA1,SA2"));
+            } else {
+                plc->nodes = nodes;
+            }
         }
+    }
+
+    /// Empty when they are not six numbers.
+    static QVector<int> parseNodes(const QString& text) {
+        QVector<int> nodes;
+        for (const QString& part : text.split(QLatin1Char(','))) {
+            bool ok = false;
+            nodes.append(part.toInt(&ok));
+            if (!ok || nodes.last() < 0 || nodes.last() > 255) {
+                return {};
+            }
+        }
+        return nodes.size() == 6 ? nodes : QVector<int>();
     }
 
     void readBind() {
@@ -195,6 +269,9 @@ private:
             fault("bind", given,
                   QStringLiteral("an IPv4 address of this computer and a port, for example "
                                  "192.168.250.10:9600"));
+        } else if (m_options.plcs.size() > 1 && m_options.link.local.port != 0) {
+            fault("bind", given,
+                  QStringLiteral("port 0 with several PLCs: each has a socket of its own"));
         }
     }
 
@@ -245,7 +322,7 @@ QString argumentFault(const Options& options) {
         {"check", 2, 3, "check REGISTER ADDRESS [COUNT]"},
         {"layout", 4, 4, "layout REGISTER START COUNT STEP"},
         {"read", 2, 3, "read REGISTER ADDRESS [COUNT]"},
-        {"write", 3, 100000, "write REGISTER ADDRESS VALUE..."},
+        {"write", 3, 100000, "write REGISTER ADDRESS VALUE..., or write TAGS.csv NAME VALUE..."},
         {"watch", 1, 100000, "watch TAGS.csv, or watch REGISTER:ADDRESS[:COUNT]..."},
         {"recipe", 2, 2, "recipe download|upload RECIPE.csv [--values FILE]"},
         {"probe", 0, 0, "probe"},
@@ -253,6 +330,13 @@ QString argumentFault(const Options& options) {
     const auto count = options.arguments.size();
     for (const Command& command : commands) {
         if (options.command == QLatin1String(command.name)) {
+            if (options.plcs.size() > 1 && options.command != QLatin1String("watch") &&
+                options.command != QLatin1String("write")) {
+                return QStringLiteral("--plc is given %1 times; %2 takes one PLC, only watch takes "
+                                      "several")
+                    .arg(options.plcs.size())
+                    .arg(options.command);
+            }
             return count >= command.least && count <= command.most
                        ? QString()
                        : QStringLiteral("right is: velkor-panel [OPTIONS] %1")

@@ -3,16 +3,27 @@
 
 /// The command line.
 
+#include "panel/host_names.h"
 #include "panel/output.h"
-#include "panel/session.h"
+
+#include <velkor/host/line.h>
 
 namespace panel {
+
+/// One --plc.
+struct PlcOption {
+    QString name;       ///< of NAME=HOST[:PORT]; empty without
+    QString host;       ///< HOST[:PORT]; empty: the driver's default
+    QVector<int> nodes; ///< of --nodes; empty: from the two addresses
+};
 
 struct Options {
     QString command;
     QStringList arguments;
-    QString plc; ///< HOST[:PORT]; empty: the driver's default
-    LinkSettings link;
+    QVector<PlcOption> plcs; ///< never empty; with several, each has a name of its own
+    LineSettings link;       ///< but for `plc` and `nodes`
+    bool force = false;      ///< write: also outside a tag's limits
+    bool verify = false;     ///< recipe download: read back and compare
     QString library;
     QString capture;
     QString values; ///< recipe: the file of values

@@ -1,7 +1,5 @@
 #include "panel/recipe_file.h"
 
-#include "panel/tag.h"
-
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 
@@ -252,26 +250,6 @@ CsvError storeRow(const CsvRow& row, const RecipeVariable& variable,
 
 Recipe readRecipe(const QByteArray& csv, const Catalogue& catalogue, int bufferWords) {
     return Reader(csv, catalogue, bufferWords).read();
-}
-
-QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int station,
-                                   int wordsPerFrame) {
-    QVector<_RCP_VAR_PRO> pieces;
-    for (const RecipeVariable& variable : recipe.variables) {
-        const int most =
-            variable.count > wordsPerFrame ? pieceLength(wordsPerFrame) : wordsPerFrame;
-        for (int at = 0; at < variable.count; at += most) {
-            _RCP_VAR_PRO piece = _RCP_VAR_PRO();
-            piece.hostTag = hostTag;
-            piece.station = station;
-            piece.regName = variable.reg;
-            piece.addr = variable.address + at;
-            piece.len = std::min(most, variable.count - at);
-            piece.rcpOffset = variable.offset + at;
-            pieces.append(piece);
-        }
-    }
-    return pieces;
 }
 
 CsvErrors readRecipeValues(const QByteArray& csv, const Recipe& recipe,

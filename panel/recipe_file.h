@@ -8,8 +8,6 @@
 #include <velkor/host/registers.h>
 #include <velkor/host/value.h>
 
-#include <velkor/records.h>
-
 #include <vector>
 
 namespace panel {
@@ -36,11 +34,6 @@ struct Recipe {
 /// variables may not share words, in the PLC or in the buffer, and those that touch in the PLC must
 /// touch in the buffer too; a file that breaks this is refused.
 Recipe readRecipe(const QByteArray& csv, const Catalogue& catalogue, int bufferWords);
-
-/// What the driver is told. A variable longer than `wordsPerFrame` is cut: the driver would ask for
-/// it in one frame.
-QVector<_RCP_VAR_PRO> driverRecipe(const Recipe& recipe, int hostTag, int station,
-                                   int wordsPerFrame);
 
 /// Rows of a name and one value for each word (0 to 65535, or hexadecimal after 0x); a first row
 /// "name,..." is a header. Every variable needs its row. Fills `buffer`; errors are returned.

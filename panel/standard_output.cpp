@@ -1,6 +1,6 @@
 #include "panel/standard_output.h"
 
-#include "panel/commands.h"
+#include "panel/commands/context.h"
 
 #include <QtCore/QIODevice>
 

@@ -1,11 +1,16 @@
 #include "panel/tag_file.h"
 
+#include <QtCore/QPair>
 #include <QtCore/QSet>
+
+#include <algorithm>
+#include <cmath>
 
 namespace panel {
 namespace {
 
 const int HIGHEST_COUNT = 32768;
+const int MOST_DECIMALS = 9;
 
 /// The type a register's values have, by name or by default; the result is empty or a fault.
 QString chooseType(const QString& name, const RegisterInfo& info, ValueType* type) {
@@ -47,15 +52,55 @@ QString unknownRegister(const QString& name, const Catalogue& catalogue) {
         .arg(name, catalogue.names());
 }
 
+QString parseNumber(const QString& text, std::optional<double>* value) {
+    if (text.isEmpty()) {
+        return QString();
+    }
+    bool ok = false;
+    const double number = text.toDouble(&ok);
+    if (!ok || !std::isfinite(number)) {
+        return QStringLiteral("\"%1\" is no number; right is one such as 0.1").arg(text);
+    }
+    *value = number;
+    return QString();
+}
+
+QString parseDecimals(const QString& text, int* decimals) {
+    if (text.isEmpty()) {
+        return QString();
+    }
+    bool ok = false;
+    *decimals = text.toInt(&ok);
+    return ok && *decimals >= 0 && *decimals <= MOST_DECIMALS
+               ? QString()
+               : QStringLiteral("\"%1\": right is a whole number from 0 to %2")
+                     .arg(text)
+                     .arg(MOST_DECIMALS);
+}
+
+QString plcFault(const QString& name, const QStringList& plcs) {
+    const bool known = plcs.contains(name) || (name.isEmpty() && plcs.size() == 1);
+    if (known) {
+        return QString();
+    }
+    if (plcs == QStringList(QString())) {
+        return QStringLiteral("\"%1\" is no PLC; --plc %1=HOST[:PORT] names one").arg(name);
+    }
+    return QStringLiteral("\"%1\" is no PLC; the PLCs are %2")
+        .arg(name, plcs.join(QStringLiteral(", ")));
+}
+
 /// Reads the rows of one file; a row with a fault leaves an error and no tag.
 class Reader {
 public:
-    Reader(const QByteArray& csv, const Catalogue& catalogue)
-        : m_catalogue(catalogue),
+    Reader(const QByteArray& csv, const Catalogue& catalogue, const QStringList& plcs)
+        : m_catalogue(catalogue), m_plcs(plcs),
           m_table(parseCsv(csv),
                   {QStringLiteral("name"), QStringLiteral("register"), QStringLiteral("address"),
                    QStringLiteral("type")},
-                  {QStringLiteral("count"), QStringLiteral("unit"), QStringLiteral("comment")},
+                  {QStringLiteral("count"), QStringLiteral("unit"), QStringLiteral("comment"),
+                   QStringLiteral("plc"), QStringLiteral("scale"), QStringLiteral("offset"),
+                   QStringLiteral("decimals"), QStringLiteral("low"), QStringLiteral("high")},
                   &m_list.errors) {}
 
     TagList read() {
@@ -86,85 +131,133 @@ private:
         const auto field = [&](const char* column) {
             return m_table.field(row, QString::fromLatin1(column));
         };
-        Tag tag;
+        PanelTag tag;
         const CsvField name = field("name");
         const CsvField reg = field("register");
         const RegisterInfo* info = m_catalogue.find(reg.text);
-        tag.name = name.text;
-        bool bad = fault(name, QStringLiteral("name"), nameFault(name.text));
+        tag.tag.name = name.text;
+        tag.plc = field("plc").text;
+        bool bad = fault(name, QStringLiteral("name"), nameFault(name.text, tag.plc));
         bad |= fault(field("unit"), QStringLiteral("unit"), oneLineFault(field("unit").text));
+        bad |= fault(field("plc"), QStringLiteral("plc"), plcFault(tag.plc, m_plcs));
         bad |= fault(field("count"), QStringLiteral("count"),
-                     parseCount(field("count").text, &tag.count));
+                     parseCount(field("count").text, &tag.tag.count));
         bad |= fault(reg, QStringLiteral("register"),
                      info ? QString() : unknownRegister(reg.text, m_catalogue));
         if (info == nullptr) {
             return;
         }
         bad |= fault(field("type"), QStringLiteral("type"),
-                     chooseType(field("type").text, *info, &tag.type));
-        if (bad) {
+                     chooseType(field("type").text, *info, &tag.tag.type));
+        if (bad || readNumbers(row, &tag)) {
             return;
         }
         const AddressVerdict verdict =
-            m_catalogue.check(*info, field("address").text, tag.itemCount());
+            m_catalogue.check(*info, field("address").text, tag.tag.itemCount());
         if (fault(field("address"), QStringLiteral("address"), verdict.text)) {
             return;
         }
-        tag.reg = info->name;
-        tag.bitRegister = info->bit;
-        tag.address = verdict.address;
+        tag.tag.reg = info->name;
+        tag.tag.address = verdict.address;
         tag.unit = field("unit").text;
         tag.comment = field("comment").text;
         m_list.tags.append(tag);
     }
 
-    QString nameFault(const QString& name) {
+    /// Scale, offset, decimals and limits. True: one of them is wrong.
+    bool readNumbers(const CsvRow& row, PanelTag* tag) {
+        const auto column = [&](const char* name) {
+            return m_table.field(row, QString::fromLatin1(name));
+        };
+        bool bad = false;
+        bool given = false;
+        const auto number = [&](const char* name, std::optional<double>* value) {
+            const CsvField field = column(name);
+            given = given || !field.text.isEmpty();
+            bad |= fault(field, QString::fromLatin1(name), parseNumber(field.text, value));
+        };
+        Scaling& scaling = tag->tag.scaling;
+        std::optional<double> scale;
+        std::optional<double> offset;
+        number("scale", &scale);
+        number("offset", &offset);
+        number("low", &tag->low);
+        number("high", &tag->high);
+        scaling.scale = scale.value_or(1);
+        scaling.offset = offset.value_or(0);
+        const CsvField decimals = column("decimals");
+        given = given || !decimals.text.isEmpty();
+        bad |= fault(decimals, QStringLiteral("decimals"),
+                     parseDecimals(decimals.text, &scaling.decimals));
+        if (scaling.scale == 0) {
+            bad |= fault(column("scale"), QStringLiteral("scale"),
+                         QStringLiteral("is 0; right is any other number"));
+        }
+        if (given && !canBeScaled(tag->tag.type)) {
+            bad |= fault(column("type"), QStringLiteral("type"),
+                         QStringLiteral("%1 has no scale, offset, decimals or limits; numbers have")
+                             .arg(valueTypeName(tag->tag.type)));
+        }
+        if (tag->low && tag->high && *tag->low > *tag->high) {
+            bad |= fault(column("low"), QStringLiteral("low"),
+                         QStringLiteral("lies above high; right is a low that does not"));
+        }
+        return bad;
+    }
+
+    QString nameFault(const QString& name, const QString& plc) {
         if (name.isEmpty()) {
             return QStringLiteral("is empty; a tag has a name of its own");
         }
-        if (m_names.contains(name)) {
+        if (m_names.contains({plc, name})) {
             return QStringLiteral("\"%1\" is there twice; a tag has a name of its own").arg(name);
         }
-        m_names.insert(name);
+        m_names.insert({plc, name});
         return oneLineFault(name);
     }
 
     const Catalogue& m_catalogue;
+    const QStringList m_plcs;
     TagList m_list;
     CsvTable m_table;
-    QSet<QString> m_names;
+    QSet<QPair<QString, QString>> m_names; ///< PLC and name
 };
 
 } // namespace
 
-TagList readTags(const QByteArray& csv, const Catalogue& catalogue) {
-    return Reader(csv, catalogue).read();
+TagList readTags(const QByteArray& csv, const Catalogue& catalogue, const QStringList& plcs) {
+    return Reader(csv, catalogue, plcs).read();
 }
 
 QString parseTagArgument(const QString& argument, const QString& type, const Catalogue& catalogue,
-                         Tag* tag) {
-    const QStringList parts = argument.split(QLatin1Char(':'));
+                         const QStringList& plcs, PanelTag* tag) {
+    const auto slash = argument.indexOf(QLatin1Char('/'));
+    tag->plc = argument.left(std::max<decltype(slash)>(slash, 0));
+    const QStringList parts = argument.mid(slash + 1).split(QLatin1Char(':'));
     if (parts.size() < 2 || parts.size() > 3) {
         return QStringLiteral("\"%1\" is no tag; right is REGISTER:ADDRESS or "
                               "REGISTER:ADDRESS:COUNT, for example DM:100:4")
             .arg(argument);
     }
+    const QString wrongPlc = plcFault(tag->plc, plcs);
+    if (!wrongPlc.isEmpty()) {
+        return QStringLiteral("\"%1\": %2; right is PLC/REGISTER:ADDRESS").arg(argument, wrongPlc);
+    }
     const RegisterInfo* info = catalogue.find(parts.at(0));
     if (info == nullptr) {
         return unknownRegister(parts.at(0), catalogue);
     }
-    QString fault = chooseType(type, *info, &tag->type);
+    QString fault = chooseType(type, *info, &tag->tag.type);
     if (fault.isEmpty()) {
-        fault = parseCount(parts.value(2), &tag->count);
+        fault = parseCount(parts.value(2), &tag->tag.count);
     }
     if (!fault.isEmpty()) {
         return fault;
     }
-    const AddressVerdict verdict = catalogue.check(*info, parts.at(1), tag->itemCount());
-    tag->name = argument;
-    tag->reg = info->name;
-    tag->bitRegister = info->bit;
-    tag->address = verdict.address;
+    const AddressVerdict verdict = catalogue.check(*info, parts.at(1), tag->tag.itemCount());
+    tag->tag.name = argument;
+    tag->tag.reg = info->name;
+    tag->tag.address = verdict.address;
     return verdict.text;
 }
 

@@ -282,7 +282,11 @@ TEST_F(PanelCommands, watch_fewFileDescriptors_isNeverDeafToSignals) {
             EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0) << most;
         } else {
             ++refused;
-            EXPECT_EQ(watch.waitForEnd().exitCode, 1) << most << plain(watch.output());
+            const int exitCode = watch.waitForEnd().exitCode;
+            if (exitCode == 127 && watch.output().contains("loading shared libraries")) {
+                continue; // the system could not even start it
+            }
+            EXPECT_EQ(exitCode, 1) << most << plain(watch.output());
             EXPECT_TRUE(watch.output().contains("Too many open files")) << plain(watch.output());
         }
     }

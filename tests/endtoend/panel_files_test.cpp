@@ -1,5 +1,6 @@
 // The panel's files when something is wrong with them: full disks, pipes, devices, odd content.
 
+#include "endtoend/fake_plc.h"
 #include "endtoend/programs.h"
 
 #include <QtCore/QDir>
@@ -24,17 +25,23 @@ protected:
 
 const char VALUES[] = "name,values\na,0,0\n"; // of an empty PLC
 
-/// As on a full disk: no file may grow, and writing to it fails.
-const char NO_ROOM[] = "trap '' XFSZ; ulimit -f 0; exec";
-
 TEST_F(PanelFiles, upload_noRoomForTheValues_keepsTheOldFileAndFails) {
-    startPlc();
+    FakePlc plc;
+    m_port = plc.port();
     const QString values = file("values.csv", "name,values\na,7,8\n");
-    const Ended ended = panelInShell(NO_ROOM, {"recipe", "upload", recipe(), "--values", values});
+    Running upload;
+    upload.start("/bin/sh", {"-c", "trap '' XFSZ; exec \"$@\"", "sh", VELKOR_PANEL_PROGRAM, "--plc",
+                             plcAddress(), "recipe", "upload", recipe(), "--values", values});
+    plc.serve(&upload, [&](const QNetworkDatagram& frame) {
+        // From now on as on a full disk: no file may grow, and writing to it fails.
+        const rlimit none = {0, 0};
+        EXPECT_EQ(prlimit(static_cast<pid_t>(upload.pid()), RLIMIT_FSIZE, &none, nullptr), 0);
+        return FakePlc::replyTo(frame, 0, "00010002");
+    });
+    const Ended ended = upload.waitForEnd();
     EXPECT_EQ(ended.exitCode, 1);
-    EXPECT_EQ(plain(ended.err),
+    EXPECT_EQ(plain(ended.out),
               plain("velkor-panel: cannot write " + values + ": File too large\n"));
-    EXPECT_EQ(plain(ended.out), "");
     EXPECT_EQ(content("values.csv"), "name,values\na,7,8\n");
     EXPECT_EQ(QDir(m_folder.path()).entryList(QDir::Files),
               QStringList({"recipe.csv", "values.csv"}));

@@ -67,7 +67,7 @@ TEST_F(PanelInstalled, registers_libraryMissing_namesItAndThePlacesTried) {
     EXPECT_EQ(ended.exitCode, 1);
     const QString bin = QDir(prefix() + "/" VELKOR_BINDIR).canonicalPath();
     const QString lib = QDir(prefix() + "/" VELKOR_LIBDIR).canonicalPath();
-    EXPECT_TRUE(ended.err.contains("there is no libvelkor.so.1 in " + bin + " or " + lib))
+    EXPECT_TRUE(ended.err.contains("there is no libvelkor.so.1 in " + bin + ", " + lib))
         << plain(ended.err);
     EXPECT_TRUE(ended.err.contains("--library names its file")) << plain(ended.err);
 }

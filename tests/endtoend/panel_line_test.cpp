@@ -2,7 +2,7 @@
 
 #include "endtoend/fake_plc.h"
 
-#include "panel/udp_link.h"
+#include "host/line/udp_link.h"
 
 #include <functional>
 
@@ -68,7 +68,7 @@ TEST_F(PanelLine, processes_beginWithServiceIdsOfTheirOwn) {
 TEST_F(PanelLine, modeChangeThatWorksTheSecondTime_isWritten) {
     FakePlc& plc = fakePlc();
     Running write;
-    startPanel(&write, {"write", "DM", "100", "5"});
+    startPanel(&write, {"--allow-mode-change", "write", "DM", "100", "5"});
     int changes = 0;
     int value = 0;
     plc.serve(&write, [&](const QNetworkDatagram& frame) {
@@ -85,7 +85,7 @@ TEST_F(PanelLine, modeChangeThatWorksTheSecondTime_isWritten) {
 }
 
 TEST_F(PanelLine, datagramsOfOthersBeforeTheSocketIsConnected_areThrownAway) {
-    panel::UdpLink link;
+    velkor_host::UdpLink link;
     QVector<QByteArray> taken;
     link.onDatagram = [&](const QByteArray& datagram) { taken.append(datagram); };
     ASSERT_TRUE(link.bind({QHostAddress(QHostAddress::LocalHost), 0}).isEmpty());

@@ -2,6 +2,7 @@
 
 #include "endtoend/process_signal.h"
 #include "endtoend/programs.h"
+#include "screen/terminal_emulator.h"
 
 #include <QtCore/QRegularExpression>
 
@@ -29,11 +30,15 @@ protected:
     }
 
     void watch(const QStringList& arguments) {
-        QList<QByteArray> words{VELKOR_PANEL_PROGRAM, "--plc", plcAddress().toUtf8(), "watch",
-                                "--scan-interval",    "20"};
+        QList<QByteArray> words{"--plc", plcAddress().toUtf8(), "watch", "--scan-interval", "20"};
         for (const QString& argument : arguments) {
             words.append(argument.toUtf8());
         }
+        run(words);
+    }
+
+    void run(QList<QByteArray> words) {
+        words.prepend(VELKOR_PANEL_PROGRAM);
         std::vector<char*> argv;
         for (QByteArray& word : words) {
             argv.push_back(word.data());
@@ -48,22 +53,30 @@ protected:
         }
         if (m_pid == 0) {
             setenv("LC_ALL", "C.UTF-8", 1);
+            setenv("TERM", "xterm-256color", 1);
             execv(argv.front(), argv.data());
             _exit(127);
         }
         tcgetattr(m_terminal, &m_before);
     }
 
-    /// Reads on until everything shown since the last call holds `text`.
-    bool shows(const char* text) {
+    /// Reads on until `text` stands on the screen.
+    bool shows(const QString& text) {
+        return waitFor([&] { return m_screen.find(text) >= 0; });
+    }
+    /// Reads on until it stands there no longer.
+    bool showsNoLonger(const QString& text) {
+        return waitFor([&] { return m_screen.find(text) < 0; });
+    }
+
+    template <typename Condition> bool waitFor(Condition holds) {
         QElapsedTimer timer;
         timer.start();
-        while (!m_shown.contains(text)) {
+        while (!holds()) {
             if (timer.elapsed() > PATIENCE_MS || !readSome()) {
                 return false;
             }
         }
-        m_shown.remove(0, m_shown.indexOf(text) + static_cast<int>(strlen(text)));
         return true;
     }
 
@@ -78,7 +91,7 @@ protected:
         if (length <= 0) {
             return false;
         }
-        m_shown.append(buffer, static_cast<int>(length));
+        m_screen.feed(QByteArray(buffer, static_cast<int>(length)));
         return true;
     }
 
@@ -101,18 +114,15 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    /// Normal screen, line wrap, visible cursor, echo and line mode; behind that, one line that
-    /// says what has been.
+    /// Normal screen, visible cursor, echo and line mode; on it one line that says what has been.
     void expectRestored() {
-        const QByteArray restored = "\x1b[?7h\x1b[?25h\x1b[?1049l";
-        const auto at = m_shown.lastIndexOf(restored);
-        EXPECT_GE(at, 0) << m_shown.toStdString();
-        const QString rest = QString::fromUtf8(m_shown.mid(at + restored.size()));
+        EXPECT_FALSE(m_screen.isAlternate());
+        EXPECT_TRUE(m_screen.cursorShown());
         EXPECT_TRUE(QRegularExpression("^watched 1 tag: \\d+ scans?, \\d+ exchanges?, 0 retries, "
-                                       "0 failures, 0 dropped\r\n$")
-                        .match(rest)
+                                       "0 failures, 0 dropped$")
+                        .match(m_screen.lines().first())
                         .hasMatch())
-            << plain(rest);
+            << plain(m_screen.lines().join('\n'));
         termios after = {};
         if (tcgetattr(m_terminal, &after) == 0) {
             EXPECT_EQ(after.c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
@@ -123,7 +133,7 @@ protected:
     pid_t m_pid = -1;
     int m_terminal = -1;
     termios m_before = {};
-    QByteArray m_shown;
+    TerminalEmulator m_screen{100, 24};
 };
 
 TEST_F(PanelTerminal, watch_showsTheTableAndQuitsWithQ) {
@@ -144,7 +154,7 @@ TEST_F(PanelTerminal, watch_arrowEnterValue_writesTheSelectedTag) {
     watch({"DM:5", "DM:6"});
     ASSERT_TRUE(shows("DM:6"));
     type("\x1b[B\r");
-    ASSERT_TRUE(shows("write DM:6 (DM 6, uint16): _"));
+    ASSERT_TRUE(shows("write DM:6 (DM 6, uint16):"));
     type("123\r");
     EXPECT_TRUE(shows("written: DM 6 (1 word)"));
     EXPECT_TRUE(panel({"read", "DM", "6", "--format", "csv"}).out.endsWith("DM,6,123\n"));
@@ -182,17 +192,18 @@ TEST_F(PanelTerminal, watch_longWriteWhoseFirstPieceIsRefused_saysSoAndWritesNot
     EXPECT_TRUE(panel({"read", "AR", "448", "--format", "csv"}).out.endsWith("AR,448,0\n"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
-    EXPECT_FALSE(m_shown.contains("written: AR"));
+    EXPECT_LT(m_screen.find("written: AR"), 0);
 }
 
 TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) {
     startPlc({"--mode", "program", "--writes-in", "monitor"});
-    watch({"DM:5"});
+    watch({"--allow-mode-change", "DM:5"});
     ASSERT_TRUE(shows("DM:5"));
     type("\r8\r");
     EXPECT_TRUE(shows("written: DM 5 (1 word); for it the PLC was switched to MONITOR mode"));
     type("\r8\r");
-    EXPECT_TRUE(shows("written: DM 5 (1 word)\x1b")); // no switch this time
+    EXPECT_TRUE(showsNoLonger("; for it the PLC")); // no switch this time
+    EXPECT_TRUE(shows("written: DM 5 (1 word)"));
     EXPECT_TRUE(panel({"read", "DM", "5", "--format", "csv"}).out.endsWith("DM,5,8\n"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
@@ -205,9 +216,9 @@ TEST_F(PanelTerminal, watch_plcGone_saysWhyEvenAfterAWrite) {
     type("\r8\r");
     EXPECT_TRUE(shows("written: DM 5 (1 word)"));
     m_plc.kill();
-    EXPECT_TRUE(shows("stale: 8"));
+    EXPECT_TRUE(shows("stale"));
     EXPECT_TRUE(shows("port unreachable for "));
-    EXPECT_TRUE(shows((": nothing listens on " + plcAddress()).toUtf8().constData()));
+    EXPECT_TRUE(shows(": nothing listens on " + plcAddress()));
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }
@@ -222,10 +233,10 @@ TEST_F(PanelTerminal, watch_plcNeverThere_saysWhyNothingIsRead) {
     EXPECT_EQ(exitCode(), 0);
 }
 
-TEST_F(PanelTerminal, watch_valueNotRead_isShownAsSuch) {
+TEST_F(PanelTerminal, watch_refusedWord_isShownAsSuch) {
     startPlc({"--end-code", "1103"});
     watch({"DM:5"});
-    EXPECT_TRUE(shows("not read"));
+    EXPECT_TRUE(shows("refused"));
     EXPECT_TRUE(shows("end code 1103"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
@@ -237,11 +248,46 @@ TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
     ASSERT_TRUE(shows("last end code"));
     winsize size = {};
     size.ws_row = 10;
-    size.ws_col = 30;
+    size.ws_col = 40;
+    m_screen.resize(40, 10);
     ASSERT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
-    m_shown.clear();
-    const QString title = plcAddress() + "  1 tag, scan 20 ms";
-    EXPECT_TRUE(shows(("\x1b[1;1H\x1b[K" + title.left(30) + "\x1b[2;1H").toUtf8().constData()));
+    EXPECT_TRUE(shows(plcAddress() + "  1 tag"));
+    EXPECT_TRUE(shows("DM:5"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_twoPlcs_showsBothAndTheSilentOneSlowsNoTag) {
+    startPlc();
+    Running other;
+    other.start(VELKOR_PLC_PROGRAM, {"--listen", "127.0.0.1:0"});
+    ASSERT_TRUE(other.waitFor([](const QString& output) { return output.endsWith('\n'); }));
+    const QByteArray address = other.output().section(' ', 2, 2).trimmed().toUtf8();
+    other.kill(); // its port is free now
+    EXPECT_EQ(panel({"write", "DM", "5", "4711"}).exitCode, 0);
+    run({"--plc", "left=" + plcAddress().toUtf8(), "--plc", "right=" + address, "watch",
+         "left/DM:5", "right/DM:6"});
+    EXPECT_TRUE(shows("4711"));
+    EXPECT_TRUE(shows("not read"));
+    EXPECT_EQ(panel({"write", "DM", "5", "815"}).exitCode, 0);
+    EXPECT_TRUE(shows("815"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_scaledTag_isShownAndWrittenInItsUnit) {
+    startPlc();
+    watch({file("tags.csv", "name,register,address,type,unit,scale,decimals,low,high\n"
+                            "level,DM,7,uint16,l,0.1,1,20,180\n")});
+    ASSERT_TRUE(shows("0.0 l"));
+    type("\r70.6\r");
+    EXPECT_TRUE(shows("70.6 l"));
+    EXPECT_TRUE(panel({"read", "DM", "7", "--format", "csv"}).out.endsWith("DM,7,706\n"));
+    type("\r190\r");
+    EXPECT_TRUE(shows("outside the limits of level, 20 to 180 l"));
+    EXPECT_TRUE(panel({"read", "DM", "7", "--format", "csv"}).out.endsWith("DM,7,706\n"));
+    type("\r!\r"); // what was refused is there again
+    EXPECT_TRUE(shows("190.0 l"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }

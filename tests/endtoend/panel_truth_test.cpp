@@ -69,8 +69,10 @@ class PanelMode : public PanelTruth, public testing::WithParamInterface<QStringL
 
 TEST_P(PanelMode, writeThatNeedsMonitorMode_isWrittenOnceMoreAndSaid) {
     startPlc(QStringList{"--writes-in", "monitor"} + GetParam());
-    const Ended written = panel({"--trace", "write", "DM", "100", "5"});
+    const Ended written = panel({"--allow-mode-change", "--trace", "write", "DM", "100", "5"});
     EXPECT_EQ(written.exitCode, 0) << plain(written.err);
+    // Refused once, executed once: no resend in between.
+    EXPECT_EQ(written.err.count("0102 write DM 100 count=1"), 2) << plain(written.err);
     EXPECT_EQ(written.err.count("set mode MONITOR"), 1) << plain(written.err);
     EXPECT_TRUE(written.err.contains("the driver has asked for MONITOR mode, writing once more"))
         << plain(written.err);
@@ -84,11 +86,21 @@ INSTANTIATE_TEST_SUITE_P(StartedIn, PanelMode,
                                          QStringList{"--mode", "program", "--alarm"}),
                          [](const auto& row) { return plain(row.param.join('_').remove('-')); });
 
+TEST_F(PanelTruth, modeChangeNotAllowed_isNotAskedForAndTheOptionIsNamed) {
+    startPlc({"--writes-in", "monitor", "--mode", "program"});
+    const Ended ended = panel({"--trace", "write", "DM", "100", "5"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_EQ(ended.err.count("set mode"), 0) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("--allow-mode-change allows it")) << plain(ended.err);
+    EXPECT_TRUE(panel({"read", "DM", "100", "--format", "csv"}).out.endsWith("DM,100,0\n"));
+}
+
 TEST_F(PanelTruth, recipeThatNeedsMonitorMode_isDownloadedOnceMore) {
     startPlc({"--writes-in", "monitor", "--mode", "program"});
     const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\nb,HR,1\n");
     const QString values = file("values.csv", "a,11\nb,12\n");
-    const Ended ended = panel({"recipe", "download", recipe, "--values", values});
+    const Ended ended =
+        panel({"--allow-mode-change", "recipe", "download", recipe, "--values", values});
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     EXPECT_TRUE(panel({"read", "HR", "1", "--format", "csv"}).out.endsWith("HR,1,12\n"));
     EXPECT_TRUE(panel({"read", "DM", "1", "--format", "csv"}).out.endsWith("DM,1,11\n"));
@@ -233,15 +245,15 @@ TEST_F(PanelTruth, alarmInThePlc_isNoFailure) {
     EXPECT_TRUE(panel({"probe"}).out.contains("0000 normal; the PLC has a non-fatal alarm"));
 }
 
-TEST_F(PanelTruth, refusedTag_isShownAsNotReadWithTheReason) {
+TEST_F(PanelTruth, refusedTag_isShownAsRefusedWithTheReason) {
     startPlc({"--end-code", "1103"});
     const Ended ended = panel({"watch", "DM:100", "--seconds", "0.5", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 1);
     EXPECT_TRUE(ended.out.contains(
-        "DM:100,DM 100,,,not read,refused: end code 1103 address out of range when reading "
+        "DM:100,DM 100,,,refused,refused: end code 1103 address out of range when reading "
         "DM 100 (1 word)"))
         << plain(ended.out);
-    EXPECT_TRUE(ended.err.contains("without a fresh value when the time was up: DM:100 (not read)"))
+    EXPECT_TRUE(ended.err.contains("without a fresh value when the time was up: DM:100 (refused)"))
         << plain(ended.err);
 }
 

@@ -204,7 +204,7 @@ TEST_F(PanelCapture, refusals_areWhatTheTraceSays) {
 
 TEST_F(PanelCapture, modeChange_isWhatTheTraceSays) {
     startPlc({"--mode", "program", "--writes-in", "monitor"});
-    const QStringList frames = agreed({"write", "DM", "0", "7"});
+    const QStringList frames = agreed({"--allow-mode-change", "write", "DM", "0", "7"});
     expectPairs(frames);
     EXPECT_EQ(frames.filter(" 0401").size(), 2);
 }

@@ -1,15 +1,15 @@
-#include "panel/advice.h"
+#include <velkor/host/line.h>
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 
-LinkSettings settings() {
-    LinkSettings result;
+LineSettings settings() {
+    LineSettings result;
     result.plc = {QHostAddress("192.168.250.1"), 9600};
     result.retries = 3;
     result.timeoutMs = 500;
@@ -18,8 +18,8 @@ LinkSettings settings() {
 
 const QVector<int> NODES{0, 1, 0, 0, 10, 0};
 
-Settled failedRead() {
-    Settled settled;
+RequestEnd failedRead() {
+    RequestEnd settled;
     settled.reg = "DM";
     settled.address = 100;
     settled.length = 2;
@@ -29,8 +29,8 @@ Settled failedRead() {
     return settled;
 }
 
-Settled refusedRead(int endCode) {
-    Settled settled = failedRead();
+RequestEnd refusedRead(int endCode) {
+    RequestEnd settled = failedRead();
     settled.silent = 0;
     settled.endCode = endCode;
     settled.refused = true;
@@ -55,13 +55,13 @@ TEST(LikelyCauses, silence_startsWithTheAddressAndThenTheNodes) {
 TEST(ShortReason, keyWords_standFirst) {
     EXPECT_EQ(plain(shortReason(failedRead(), settings())),
               "no answer: 3 tries of 500 ms to 192.168.250.1:9600");
-    Settled closed = failedRead();
+    RequestEnd closed = failedRead();
     closed.refusedPort = 1;
     EXPECT_EQ(plain(shortReason(closed, settings())),
               "port unreachable: nothing listens on 192.168.250.1:9600");
     EXPECT_EQ(plain(shortReason(refusedRead(0x2101), settings())),
               "refused: end code 2101 read-only when reading DM 100 (2 words)");
-    Settled cut = failedRead();
+    RequestEnd cut = failedRead();
     cut.silent = 0;
     cut.wrongLength = 3;
     EXPECT_EQ(plain(shortReason(cut, settings())),
@@ -69,7 +69,7 @@ TEST(ShortReason, keyWords_standFirst) {
 }
 
 TEST(FailureReason, portUnreachable_isSaid) {
-    Settled settled = failedRead();
+    RequestEnd settled = failedRead();
     settled.refusedPort = 3;
     EXPECT_TRUE(failureReason(settled, settings())
                     .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
@@ -91,15 +91,38 @@ TEST(LikelyCauses, modeRefused_startsWithTheMode) {
         likelyCauses(refusedRead(0x2203), settings(), NODES).first().contains("operating mode"));
 }
 
+TEST(LikelyCauses, modeRefusedAndModeChangeForbidden_namesTheSettingAndItsPrice) {
+    SettingNames names;
+    names.allowModeChange = QStringLiteral("--allow-mode-change");
+    const QStringList causes = likelyCauses(refusedRead(0x2203), settings(), NODES, names);
+    EXPECT_TRUE(causes.at(1).contains("--allow-mode-change allows it"));
+    EXPECT_TRUE(causes.at(1).contains("starts the program"));
+    LineSettings allowed = settings();
+    allowed.allowModeChange = true;
+    for (const QString& cause : likelyCauses(refusedRead(0x2203), allowed, NODES, names)) {
+        EXPECT_FALSE(cause.contains("--allow-mode-change")) << plain(cause);
+    }
+}
+
+TEST(ShortReason, nothingHasComeYet_saysThatItWaits) {
+    RequestEnd waiting;
+    waiting.reg = "DM";
+    waiting.length = 1;
+    waiting.tries = 1;
+    waiting.waited = 1200000;
+    EXPECT_EQ(plain(shortReason(waiting, settings())),
+              "no answer yet: waiting for 192.168.250.1:9600 since 1.20 s");
+}
+
 TEST(FailureReason, refusalAfterModeChange_tellsBoth) {
-    Settled settled = refusedRead(0x2206);
+    RequestEnd settled = refusedRead(0x2206);
     settled.modeChange = true;
     settled.modeChangeEnd = 0;
     EXPECT_TRUE(failureReason(settled, settings()).contains("also after the change to MONITOR"));
 }
 
 TEST(FailureReason, refusedModeChange_isWhatDecides) {
-    Settled settled = refusedRead(0x2206);
+    RequestEnd settled = refusedRead(0x2206);
     settled.modeChange = true;
     settled.modeChangeEnd = 0x2002;
     const QString reason = failureReason(settled, settings());
@@ -107,7 +130,7 @@ TEST(FailureReason, refusedModeChange_isWhatDecides) {
 }
 
 TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
-    Settled settled = failedRead();
+    RequestEnd settled = failedRead();
     settled.silent = 0;
     settled.endCode = 0;
     settled.wrongLength = 3;
@@ -115,66 +138,11 @@ TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
 }
 
 TEST(RequestText, oneBit_isAddressedByWordAndBit) {
-    Settled settled;
+    RequestEnd settled;
     settled.reg = "CIO_bit";
     settled.address = 53; // 3 * 16 + 5
     settled.length = 1;
     EXPECT_EQ(plain(requestText(settled)), "CIO_bit 3.5 (1 bit)");
-}
-
-/// A write of six words from DM 100 on, of which `done` are written and a piece of two has failed.
-TransferEnd failedWrite(int done, int perhaps) {
-    TransferEnd end;
-    end.write = true;
-    end.reg = "DM";
-    end.address = 100;
-    end.length = 6;
-    end.done = done;
-    end.perhaps = perhaps;
-    end.last = failedRead();
-    end.last.address = 100 + done;
-    return end;
-}
-
-std::string leftBehindText(const TransferEnd& end) {
-    return plain(leftBehind(end).join('\n'));
-}
-
-TEST(LeftBehind, longWrite_tellsOfEachWord) {
-    EXPECT_EQ(leftBehindText(failedWrite(2, 0)), "written before that: DM 100 (2 words)\n"
-                                                 "not written: DM 102 (4 words)");
-    EXPECT_EQ(leftBehindText(failedWrite(2, 2)),
-              "written before that: DM 100 (2 words)\n"
-              "perhaps written: DM 102 (2 words), though no answer says so\n"
-              "not written: DM 104 (2 words)");
-    EXPECT_EQ(leftBehindText(failedWrite(0, 0)), "not written: DM 100 (6 words)");
-    EXPECT_EQ(leftBehindText(failedWrite(4, 2)),
-              "written before that: DM 100 (4 words)\n"
-              "perhaps written: DM 104 (2 words), though no answer says so");
-}
-
-TEST(LeftBehind, oneFrameThatWasRefused_needsNoMoreWords) {
-    TransferEnd end = failedWrite(0, 0);
-    end.length = 2;
-    EXPECT_EQ(leftBehindText(end), "");
-}
-
-TEST(LeftBehind, readOrDoneWrite_leavesNothing) {
-    TransferEnd end = failedWrite(2, 0);
-    end.write = false;
-    EXPECT_EQ(leftBehindText(end), "");
-    end = failedWrite(6, 0);
-    end.ok = true;
-    EXPECT_EQ(leftBehindText(end), "");
-}
-
-TEST(RecipeLeftBehind, blocks_areCountedAndTheUnansweredOneIsNamed) {
-    Settled last = failedRead();
-    EXPECT_EQ(plain(recipeLeftBehind(0, last).join('\n')), "");
-    last.perhaps = true;
-    EXPECT_EQ(plain(recipeLeftBehind(2, last).join('\n')),
-              "the PLC now holds a part of the recipe: blocks written before that: 2\n"
-              "perhaps written: DM 100 (2 words), though no answer says so");
 }
 
 } // namespace

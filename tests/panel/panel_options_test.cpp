@@ -59,8 +59,10 @@ TEST(ParseCommandLine, everyOption_isTaken) {
                                             "DM:1"});
     ASSERT_EQ(plain(parsed.error), "");
     const Options& options = parsed.options;
-    EXPECT_EQ(plain(options.plc), "10.0.0.1:9601");
-    EXPECT_EQ(options.link.nodes, (QVector<int>{0, 5, 0, 0, 10, 0}));
+    ASSERT_EQ(options.plcs.size(), 1);
+    EXPECT_EQ(plain(options.plcs.first().host), "10.0.0.1:9601");
+    EXPECT_EQ(plain(options.plcs.first().name), "");
+    EXPECT_EQ(options.plcs.first().nodes, (QVector<int>{0, 5, 0, 0, 10, 0}));
     EXPECT_EQ(options.link.wordsPerFrame, 100);
     EXPECT_EQ(options.link.retries, 2);
     EXPECT_EQ(options.link.timeoutMs, 250);
@@ -81,6 +83,31 @@ TEST(ParseCommandLine, negativeNumbers_areValues) {
     EXPECT_EQ(parse({"write", "DM", "1", "-5", "-1.5"}).options.arguments,
               QStringList({"DM", "1", "-5", "-1.5"}));
     EXPECT_EQ(parse({"layout", "DM", "100", "3", "-10"}).options.arguments.last(), "-10");
+}
+
+TEST(ParseCommandLine, noPlc_isTheDriversWithoutAName) {
+    const Options options = parse({"probe"}).options;
+    ASSERT_EQ(options.plcs.size(), 1);
+    EXPECT_EQ(plain(options.plcs.first().host), "");
+    EXPECT_EQ(plain(options.plcs.first().name), "");
+}
+
+TEST(ParseCommandLine, severalPlcs_haveNamesAndNodesOfTheirOwn) {
+    const ParsedCommandLine parsed =
+        parse({"--plc", "left=10.0.0.1", "--plc", "right=10.0.0.2:9601", "--nodes",
+               "right=0,7,0,0,10,0", "watch", "left/DM:1"});
+    ASSERT_EQ(plain(parsed.error), "");
+    ASSERT_EQ(parsed.options.plcs.size(), 2);
+    EXPECT_EQ(plain(parsed.options.plcs.at(0).name), "left");
+    EXPECT_EQ(plain(parsed.options.plcs.at(1).host), "10.0.0.2:9601");
+    EXPECT_TRUE(parsed.options.plcs.at(0).nodes.isEmpty());
+    EXPECT_EQ(parsed.options.plcs.at(1).nodes, (QVector<int>{0, 7, 0, 0, 10, 0}));
+}
+
+TEST(ParseCommandLine, modeChange_isForbiddenUnlessAskedFor) {
+    EXPECT_FALSE(parse({"write", "DM", "1", "5"}).options.link.allowModeChange);
+    EXPECT_TRUE(
+        parse({"--allow-mode-change", "write", "DM", "1", "5"}).options.link.allowModeChange);
 }
 
 struct Wrong {
@@ -111,6 +138,18 @@ const Wrong WRONG[] = {
     {"nodesTooFew", {"--nodes", "0,1,0", "probe"}, "six numbers from 0 to 255"},
     {"nodesTooLarge", {"--nodes", "0,256,0,0,1,0", "probe"}, "six numbers from 0 to 255"},
     {"bind", {"--bind", "nowhere:1", "probe"}, "IPv4 address"},
+    {"plcTwice", {"--plc", "a=10.0.0.1", "--plc", "a=10.0.0.2", "watch", "a/DM:1"}, "of its own"},
+    {"plcWithoutName",
+     {"--plc", "a=10.0.0.1", "--plc", "10.0.0.2", "watch", "a/DM:1"},
+     "a name for each PLC"},
+    {"plcEmptyName", {"--plc", "=10.0.0.1", "probe"}, "NAME=HOST[:PORT]"},
+    {"severalPlcsForOneRead",
+     {"--plc", "a=10.0.0.1", "--plc", "b=10.0.0.2", "read", "DM", "1"},
+     "only watch takes several"},
+    {"onePortForSeveralPlcs",
+     {"--plc", "a=10.0.0.1", "--plc", "b=10.0.0.2", "--bind", "10.0.0.9:9600", "watch", "a/DM:1"},
+     "port 0 with several"},
+    {"nodesOfNoPlc", {"--nodes", "x=0,1,0,0,1,0", "probe"}, "the name of a --plc"},
     {"seconds", {"--seconds", "0", "probe"}, "above 0"},
     {"format", {"--format", "xml", "probe"}, "table, csv or json"},
     {"type", {"--type", "double", "probe"}, "one of bool, uint16"},
@@ -129,12 +168,33 @@ TEST(ParseCommandLine, help_namesEveryCommandAndOption) {
     char* argv[] = {name, nullptr};
     const QCoreApplication application(argc, argv); // whose name stands in the help
     const QString help = parse({"--help"}).text;
-    for (const char* part : {"registers", "check",          "layout",          "read",
-                             "write",     "watch",          "recipe download", "recipe upload",
-                             "probe",     "--plc",          "--nodes",         "--words-per-frame",
-                             "--retries", "--timeout",      "--scan-interval", "--bind",
-                             "--library", "--trace",        "--pcap",          "--format",
-                             "--seconds", "--until-stable", "--type",          "--values",
+    for (const char* part : {"registers",
+                             "check",
+                             "layout",
+                             "read",
+                             "write",
+                             "watch",
+                             "recipe download",
+                             "recipe upload",
+                             "probe",
+                             "--plc",
+                             "--nodes",
+                             "--words-per-frame",
+                             "--retries",
+                             "--timeout",
+                             "--scan-interval",
+                             "--bind",
+                             "--library",
+                             "--trace",
+                             "--pcap",
+                             "--format",
+                             "--seconds",
+                             "--until-stable",
+                             "--type",
+                             "--values",
+                             "--allow-mode-change",
+                             "--force",
+                             "--verify",
                              "Exit codes"}) {
         EXPECT_TRUE(help.contains(part)) << part;
     }

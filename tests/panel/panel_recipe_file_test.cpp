@@ -76,17 +76,6 @@ const BadRecipe BAD_RECIPES[] = {
 INSTANTIATE_TEST_SUITE_P(Panel, ReadRecipeFault, testing::ValuesIn(BAD_RECIPES),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(DriverRecipe, longVariable_isCutToFrames) {
-    const Recipe recipe = read("a,DM,100,5,10,\n");
-    const QVector<_RCP_VAR_PRO> pieces = driverRecipe(recipe, 7, 3, 2);
-    ASSERT_EQ(pieces.size(), 3);
-    EXPECT_EQ(pieces.at(2).addr, 104);
-    EXPECT_EQ(pieces.at(2).len, 1);
-    EXPECT_EQ(pieces.at(2).rcpOffset, 14);
-    EXPECT_EQ(pieces.at(2).hostTag, 7);
-    EXPECT_EQ(pieces.at(2).station, 3);
-}
-
 class RecipeValues : public testing::Test {
 protected:
     Recipe m_recipe = read("a,DM,100,2,0,\nb,DM,200,1,5,\n");

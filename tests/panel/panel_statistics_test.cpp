@@ -1,8 +1,8 @@
-#include "panel/statistics.h"
+#include <velkor/host/statistics.h>
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 
@@ -30,8 +30,8 @@ TEST(RoundTrips, manySamples_keepsTheLastThousand) {
     EXPECT_EQ(trips.percentile(0), 500);
 }
 
-Settled settled(bool ok, int endCode, qint64 roundTrip) {
-    Settled result;
+RequestEnd settled(bool ok, int endCode, qint64 roundTrip) {
+    RequestEnd result;
     result.ok = ok;
     result.endCode = endCode;
     result.roundTrip = roundTrip;

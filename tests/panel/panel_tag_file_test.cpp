@@ -1,5 +1,7 @@
 #include "panel/tag_file.h"
 
+#include "host/values/word_range.h"
+
 #include "panel/fake_catalogue.h"
 #include "panel/text.h"
 
@@ -11,31 +13,31 @@ namespace {
 
 TagList read(const char* rows) {
     return readTags(QByteArray("name,register,address,type,count,unit,comment\n") + rows,
-                    FakeCatalogue());
+                    FakeCatalogue(), {QString()});
 }
 
 TEST(ReadTags, goodRow_givesTheTag) {
     const TagList list = read("level,DM,100,float32,2,mm,\"a, b\"\n");
     ASSERT_EQ(list.errors.size(), 0);
     ASSERT_EQ(list.tags.size(), 1);
-    const Tag& tag = list.tags.first();
+    const Tag& tag = list.tags.first().tag;
     EXPECT_EQ(plain(tag.name), "level");
     EXPECT_EQ(plain(tag.reg), "DM");
     EXPECT_EQ(tag.address, 100);
     EXPECT_EQ(tag.type, ValueType::Float32);
     EXPECT_EQ(tag.count, 2);
     EXPECT_EQ(tag.itemCount(), 4);
-    EXPECT_EQ(plain(tag.unit), "mm");
-    EXPECT_EQ(plain(tag.comment), "a, b");
+    EXPECT_EQ(plain(list.tags.first().unit), "mm");
+    EXPECT_EQ(plain(list.tags.first().comment), "a, b");
 }
 
 TEST(ReadTags, emptyTypeAndCount_haveTheRegistersDefaults) {
     const TagList list = read("w,DM,1,,,,\nb,CIO_bit,1.5,,,,\n");
     ASSERT_EQ(list.tags.size(), 2);
-    EXPECT_EQ(list.tags.at(0).type, ValueType::Uint16);
-    EXPECT_EQ(list.tags.at(0).count, 1);
-    EXPECT_EQ(list.tags.at(1).type, ValueType::Bool);
-    EXPECT_EQ(list.tags.at(1).address, 21); // 1 * 16 + 5
+    EXPECT_EQ(list.tags.at(0).tag.type, ValueType::Uint16);
+    EXPECT_EQ(list.tags.at(0).tag.count, 1);
+    EXPECT_EQ(list.tags.at(1).tag.type, ValueType::Bool);
+    EXPECT_EQ(list.tags.at(1).tag.address, 21); // 1 * 16 + 5
 }
 
 struct BadRow {
@@ -83,36 +85,111 @@ TEST(ReadTags, noRow_isAnError) {
     EXPECT_EQ(read("").errors.size(), 1);
 }
 
+QString parse(const char* argument, const char* type, PanelTag* tag,
+              const QStringList& plcs = {QString()}) {
+    return parseTagArgument(argument, type, FakeCatalogue(), plcs, tag);
+}
+
 TEST(ParseTagArgument, registerAndAddress_givesOneValue) {
-    Tag tag;
-    EXPECT_EQ(plain(parseTagArgument("DM:100", "", FakeCatalogue(), &tag)), "");
-    EXPECT_EQ(plain(tag.name), "DM:100");
-    EXPECT_EQ(tag.address, 100);
-    EXPECT_EQ(tag.itemCount(), 1);
+    PanelTag tag;
+    EXPECT_EQ(plain(parse("DM:100", "", &tag)), "");
+    EXPECT_EQ(plain(tag.tag.name), "DM:100");
+    EXPECT_EQ(tag.tag.address, 100);
+    EXPECT_EQ(tag.tag.itemCount(), 1);
 }
 
 TEST(ParseTagArgument, countAndType_areTaken) {
-    Tag tag;
-    EXPECT_EQ(plain(parseTagArgument("DM:100:3", "int32", FakeCatalogue(), &tag)), "");
-    EXPECT_EQ(tag.itemCount(), 6);
+    PanelTag tag;
+    EXPECT_EQ(plain(parse("DM:100:3", "int32", &tag)), "");
+    EXPECT_EQ(tag.tag.itemCount(), 6);
 }
 
 TEST(ParseTagArgument, noColon_saysTheForm) {
-    Tag tag;
-    const QString fault = parseTagArgument("DM100", "", FakeCatalogue(), &tag);
+    PanelTag tag;
+    const QString fault = parse("DM100", "", &tag);
     EXPECT_TRUE(fault.contains("REGISTER:ADDRESS")) << plain(fault);
 }
 
+TEST(ParseTagArgument, severalPlcs_wantsOneOfTheirNames) {
+    PanelTag tag;
+    EXPECT_EQ(plain(parse("right/DM:1", "", &tag, {"left", "right"})), "");
+    EXPECT_EQ(plain(tag.plc), "right");
+    EXPECT_EQ(tag.tag.address, 1);
+    EXPECT_TRUE(parse("DM:1", "", &tag, {"left", "right"}).contains("the PLCs are left, right"));
+    EXPECT_TRUE(parse("up/DM:1", "", &tag).contains("--plc up=HOST"));
+}
+
+TagList readScaled(const char* row, const QStringList& plcs = {QString()}) {
+    return readTags(
+        QByteArray("name,register,address,type,scale,offset,decimals,low,high,unit,plc\n") + row,
+        FakeCatalogue(), plcs);
+}
+
+TEST(ReadTags, scaleAndLimits_areTaken) {
+    const TagList list = readScaled("level,DM,0,uint16,0.1,-5,1,0,200.5,l,\n");
+    ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
+    const PanelTag& tag = list.tags.first();
+    EXPECT_DOUBLE_EQ(tag.tag.scaling.scale, 0.1);
+    EXPECT_DOUBLE_EQ(tag.tag.scaling.offset, -5);
+    EXPECT_EQ(tag.tag.scaling.decimals, 1);
+    EXPECT_EQ(tag.low, 0.0);
+    EXPECT_EQ(tag.high, 200.5);
+}
+
+TEST(ReadTags, emptyScaleAndLimits_leaveTheValueAsItIs) {
+    const TagList list = readScaled("name,DM,0,string,,,,,,,\n");
+    ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
+    EXPECT_TRUE(list.tags.first().tag.scaling.isPlain());
+    EXPECT_FALSE(list.tags.first().low);
+    EXPECT_FALSE(list.tags.first().high);
+}
+
+TEST(ReadTags, oneNameInTwoPlcs_isFine) {
+    const TagList list = readScaled("a,DM,0,,,,,,,,left\na,DM,0,,,,,,,,right\n", {"left", "right"});
+    ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
+    EXPECT_EQ(plain(list.tags.at(1).plc), "right");
+}
+
+struct BadNumbers {
+    const char* name;
+    const char* row;
+    const char* says;
+};
+
+class ReadTagsNumberFault : public testing::TestWithParam<BadNumbers> {};
+
+TEST_P(ReadTagsNumberFault, badRow_saysWhatWouldBeRight) {
+    const TagList list = readScaled(GetParam().row);
+    ASSERT_EQ(list.errors.size(), 1);
+    EXPECT_TRUE(list.errors.first().text.contains(GetParam().says))
+        << plain(list.errors.first().text);
+    EXPECT_TRUE(list.tags.isEmpty());
+}
+
+const BadNumbers BAD_NUMBERS[] = {
+    {"scaleNoNumber", "a,DM,0,,x,,,,,,\n", "scale: \"x\" is no number"},
+    {"scaleZero", "a,DM,0,,0,,,,,,\n", "scale: is 0"},
+    {"offsetInfinite", "a,DM,0,,,inf,,,,,\n", "offset: \"inf\" is no number"},
+    {"decimals", "a,DM,0,,,,10,,,,\n", "from 0 to 9"},
+    {"lowAboveHigh", "a,DM,0,,,,,5,4,,\n", "low: lies above high"},
+    {"scaledText", "a,DM,0,string,2,,,,,,\n", "string has no scale"},
+    {"limitOfABit", "a,CIO_bit,0.0,bool,,,,0,,,\n", "bool has no scale"},
+    {"unknownPlc", "a,DM,0,,,,,,,,left\n", "--plc left=HOST"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Panel, ReadTagsNumberFault, testing::ValuesIn(BAD_NUMBERS),
+                         [](const auto& row) { return std::string(row.param.name); });
+
 TEST(WordsHolding, bitsThatCrossAWord_takesBothWords) {
     // Bits 1.15 and 2.0 are bit addresses 31 and 32.
-    const WordRange range = wordsHolding("CIO_bit", true, 31, 2);
+    const velkor_host::WordRange range = velkor_host::wordsHolding("CIO_bit", true, 31, 2);
     EXPECT_EQ(plain(range.reg), "CIO");
     EXPECT_EQ(range.address, 1);
     EXPECT_EQ(range.length, 2);
 }
 
 TEST(WordsHolding, sixteenBitsOfOneWord_takesOneWord) {
-    EXPECT_EQ(wordsHolding("CIO_bit", true, 32, 16).length, 1);
+    EXPECT_EQ(velkor_host::wordsHolding("CIO_bit", true, 32, 16).length, 1);
 }
 
 } // namespace

@@ -1,10 +1,10 @@
-#include "panel/trace.h"
+#include <velkor/host/trace.h>
 
 #include "panel/text.h"
 
 #include <gtest/gtest.h>
 
-using namespace panel;
+using namespace velkor_host;
 
 namespace {
 

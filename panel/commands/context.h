@@ -1,0 +1,30 @@
+#ifndef VELKOR_PANEL_COMMANDS_CONTEXT_H
+#define VELKOR_PANEL_COMMANDS_CONTEXT_H
+
+/// What every command has at hand.
+
+#include "panel/csv_reader.h"
+#include "panel/options.h"
+
+#include <velkor/host/driver_registers.h>
+
+namespace panel {
+
+enum ExitCode { EXIT_DONE = 0, EXIT_WORK_FAILED = 1, EXIT_WRONG_USAGE = 2 };
+
+struct Context {
+    const Options& options;
+    const DriverRegisters& registers;
+    QTextStream& out;
+    QTextStream& err;
+
+    /// Says on standard error what is wrong and gives back the code.
+    int fail(ExitCode code, const QString& text) const;
+};
+
+/// Every error with its file and line on standard error.
+int failWithErrors(const Context& context, const QString& file, const CsvErrors& errors);
+
+} // namespace panel
+
+#endif

@@ -1,0 +1,120 @@
+#include "panel/commands/open_lines.h"
+
+#include <QtNetwork/QHostInfo>
+
+namespace panel {
+namespace {
+
+/// HOST or HOST:PORT of a --plc as an endpoint; the address stays null where a name is to be looked
+/// up. The result is empty or says what would be right.
+QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
+    if (!splitHostPort(text, host, &plc->port) || plc->port == 0) {
+        return QStringLiteral("--plc \"%1\": right is HOST or HOST:PORT, the port from 1 to 65535")
+            .arg(text);
+    }
+    if (host->contains(QLatin1Char(':')) || host->contains(QLatin1Char('['))) {
+        return QStringLiteral("--plc \"%1\": right is HOST or HOST:PORT with an IPv4 address or a "
+                              "name, not an IPv6 address")
+            .arg(text);
+    }
+    if (plc->address.setAddress(*host)) {
+        return plc->address.protocol() == QAbstractSocket::IPv4Protocol
+                   ? QString()
+                   : QStringLiteral("--plc \"%1\": right is an IPv4 address").arg(*host);
+    }
+    return QString();
+}
+
+/// Looks a host's name up; the result is empty or says what is wrong.
+QString lookUp(const QString& host, Endpoint* plc) {
+    const QHostInfo info = QHostInfo::fromName(host);
+    for (const QHostAddress& address : info.addresses()) {
+        if (address.protocol() == QAbstractSocket::IPv4Protocol) {
+            plc->address = address;
+            return QString();
+        }
+    }
+    return QStringLiteral("no computer of the name \"%1\" is known (%2).\n"
+                          "Check in this order:\n"
+                          "  1. the name in --plc; an IPv4 address such as 192.168.250.1 needs no "
+                          "look-up\n"
+                          "  2. this computer's name server or /etc/hosts")
+        .arg(host, info.addresses().isEmpty() ? info.errorString()
+                                              : QStringLiteral("it has no IPv4 address"));
+}
+
+} // namespace
+
+const SettingNames& optionNames() {
+    static const SettingNames names = [] {
+        SettingNames options;
+        options.plc = QStringLiteral("--plc HOST:PORT");
+        options.nodes = QStringLiteral("--nodes DNA,DA1,DA2,SNA,SA1,SA2");
+        options.timeout = QStringLiteral("--timeout");
+        options.wordsPerFrame = QStringLiteral("--words-per-frame");
+        options.retries = QStringLiteral("--retries");
+        options.allowModeChange = QStringLiteral("--allow-mode-change");
+        return options;
+    }();
+    return names;
+}
+
+OpenLines::OpenLines(const Context& context) : m_context(context) {
+    m_exitCode = open();
+}
+
+int OpenLines::open() {
+    if (!m_context.options.capture.isEmpty()) {
+        const QString unwritable = m_capture.open(m_context.options.capture);
+        if (!unwritable.isEmpty()) {
+            return m_context.fail(EXIT_WORK_FAILED, unwritable);
+        }
+    }
+    for (const PlcOption& plc : m_context.options.plcs) {
+        const int exitCode = openLine(plc);
+        if (exitCode != EXIT_DONE) {
+            return exitCode;
+        }
+    }
+    return EXIT_DONE;
+}
+
+int OpenLines::openLine(const PlcOption& plc) {
+    LineSettings settings = m_context.options.link;
+    settings.nodes = plc.nodes;
+    settings.plc = m_context.registers.defaultEndpoint();
+    QString host = settings.plc.address.toString();
+    const QString wrong = parseEndpoint(plc.host, &settings.plc, &host);
+    if (!wrong.isEmpty()) {
+        return m_context.fail(EXIT_WRONG_USAGE, wrong);
+    }
+    QString fault = settings.plc.address.isNull() ? lookUp(host, &settings.plc) : QString();
+    if (!fault.isEmpty()) {
+        return m_context.fail(EXIT_WORK_FAILED, fault);
+    }
+    PlcLine opened;
+    opened.name = plc.name;
+    opened.line = std::make_unique<Line>(settings);
+    fault = opened.line->open();
+    if (!fault.isEmpty()) {
+        return m_context.fail(EXIT_WORK_FAILED, fault);
+    }
+    if (m_context.options.trace) {
+        opened.trace = std::make_unique<Trace>(m_context.err, plc.name);
+        opened.line->addWitness(opened.trace.get());
+    }
+    if (!m_context.options.capture.isEmpty()) {
+        opened.capture = m_capture.witness(opened.line->localEndpoint(), settings.plc);
+        opened.line->addWitness(opened.capture.get());
+    }
+    m_lines.push_back(std::move(opened));
+    return EXIT_DONE;
+}
+
+int OpenLines::close() {
+    m_lines.clear();
+    return m_capture.fault().isEmpty() ? int(EXIT_DONE)
+                                       : m_context.fail(EXIT_WORK_FAILED, m_capture.fault());
+}
+
+} // namespace panel

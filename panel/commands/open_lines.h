@@ -1,0 +1,55 @@
+#ifndef VELKOR_PANEL_COMMANDS_OPEN_LINES_H
+#define VELKOR_PANEL_COMMANDS_OPEN_LINES_H
+
+/// The lines to the PLCs of the command line, with trace and capture.
+
+#include "panel/commands/context.h"
+
+#include <velkor/host/capture_file.h>
+#include <velkor/host/line.h>
+#include <velkor/host/trace.h>
+
+#include <memory>
+#include <vector>
+
+namespace panel {
+
+/// What the panel's options are called in advice.
+const SettingNames& optionNames();
+
+struct PlcLine {
+    QString name; ///< as in --plc NAME=HOST; empty for the one PLC without a name
+    std::unique_ptr<Trace> trace;
+    std::unique_ptr<FrameWitness> capture;
+    std::unique_ptr<Line> line; ///< open; goes before its witnesses
+};
+
+class OpenLines {
+public:
+    /// Finds the PLCs' addresses and opens a line to each. On a fault `exitCode` is not EXIT_DONE
+    /// and standard error has been told.
+    explicit OpenLines(const Context& context);
+
+    int exitCode() const { return m_exitCode; }
+    /// When all is done: EXIT_WORK_FAILED, and standard error is told, if the capture could not be
+    /// written whole.
+    int close();
+
+    int size() const { return static_cast<int>(m_lines.size()); }
+    PlcLine& at(int index) { return m_lines[static_cast<std::size_t>(index)]; }
+    /// The line of a command that takes one PLC.
+    Line& only() { return *m_lines.front().line; }
+
+private:
+    int open();
+    int openLine(const PlcOption& plc);
+
+    const Context& m_context;
+    int m_exitCode = EXIT_DONE;
+    CaptureFile m_capture;
+    std::vector<PlcLine> m_lines;
+};
+
+} // namespace panel
+
+#endif

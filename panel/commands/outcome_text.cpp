@@ -1,0 +1,80 @@
+#include "panel/commands/outcome_text.h"
+
+#include "panel/output.h"
+
+#include <velkor/host/line.h>
+
+#include <algorithm>
+
+namespace panel {
+
+QStringList leftBehind(const WriteOutcome& outcome) {
+    QStringList lines;
+    if (outcome.result == WriteResult::Taken) {
+        return lines;
+    }
+    if (outcome.taken > 0) {
+        lines.append(QStringLiteral("written before that: ") +
+                     requestText(outcome.reg, outcome.address, outcome.taken));
+    }
+    if (outcome.unknown > 0) {
+        lines.append(
+            QStringLiteral("perhaps written: %1, though no answer says so")
+                .arg(requestText(outcome.reg, outcome.address + outcome.taken, outcome.unknown)));
+    }
+    const int reached = outcome.taken + outcome.unknown;
+    if (reached < outcome.count && outcome.last.length < outcome.count) {
+        lines.append(QStringLiteral("not written: ") +
+                     requestText(outcome.reg, outcome.address + reached, outcome.count - reached));
+    }
+    return lines;
+}
+
+QStringList leftBehind(const RecipeOutcome& outcome) {
+    const bool touched =
+        std::any_of(outcome.blocks.begin(), outcome.blocks.end(),
+                    [](const RecipeBlock& block) { return block.state != RecipeBlock::NotMoved; });
+    if (outcome.direction != RecipeDirection::Download || outcome.result == RecipeResult::Done ||
+        !touched) {
+        return {};
+    }
+    const auto moved =
+        std::count_if(outcome.blocks.begin(), outcome.blocks.end(),
+                      [](const RecipeBlock& block) { return block.state == RecipeBlock::Moved; });
+    QStringList lines;
+    if (moved > 0) {
+        lines.append(QStringLiteral("the PLC now holds a part of the recipe: blocks written before "
+                                    "that: %1")
+                         .arg(moved));
+    }
+    for (const RecipeBlock& block : outcome.blocks) {
+        if (block.state == RecipeBlock::Unknown) {
+            lines.append(QStringLiteral("perhaps written: %1, though no answer says so")
+                             .arg(requestText(block.reg, block.address, block.length)));
+        }
+    }
+    lines.append(QStringLiteral("block by block: ") + recipeBlocksText(outcome));
+    return lines;
+}
+
+QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings) {
+    const QString request = requestText(outcome.reg, outcome.address, outcome.count);
+    QString text = QStringLiteral("written: ") + request;
+    if (outcome.result != WriteResult::Taken) {
+        text = outcome.last.tries > 0
+                   ? QStringLiteral("writing %1 failed").arg(requestText(outcome.last))
+                   : QStringLiteral("not written: %1").arg(request);
+        for (const QString& line : leftBehind(outcome)) {
+            text += QStringLiteral("; ") + line;
+        }
+        if (outcome.last.tries > 0) {
+            text += QStringLiteral(": ") + failureReason(outcome.last, settings);
+        }
+    }
+    if (outcome.modeSwitched) {
+        text += QStringLiteral("; for it the PLC was switched to MONITOR mode");
+    }
+    return text;
+}
+
+} // namespace panel

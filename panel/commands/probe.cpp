@@ -1,0 +1,130 @@
+#include "panel/commands/commands.h"
+#include "panel/commands/open_lines.h"
+#include "panel/output.h"
+#include <velkor/host/end_codes.h>
+
+#include <QtCore/QCoreApplication>
+
+namespace panel {
+namespace {
+
+const int PROBES = 50;
+const int UNANSWERED_IN_A_ROW = 3; // then it has stopped answering
+
+/// A percentile in milliseconds; null where every first try went unanswered.
+Cell milliseconds(const RoundTrips& roundTrips, int percent) {
+    if (roundTrips.count() == 0) {
+        Cell unknown("null");
+        unknown.number = true;
+        return unknown;
+    }
+    return Cell(static_cast<double>(roundTrips.percentile(percent)) / 1000, 3);
+}
+
+QString roundTripText(const RoundTrips& roundTrips) {
+    return roundTrips.count() == 0
+               ? QStringLiteral("unknown: every first try went unanswered")
+               : QStringLiteral("minimum %1 ms, median %2 ms, 99th percentile %3 ms")
+                     .arg(milliseconds(roundTrips, 0).text, milliseconds(roundTrips, 50).text,
+                          milliseconds(roundTrips, 99).text);
+}
+
+/// What the answers have told so far.
+struct Findings {
+    int asked = 0;
+    int answered = 0;
+    int unansweredInARow = 0;
+    RoundTrips roundTrips;
+    RequestEnd last; ///< answered request
+    RequestEnd lastUnanswered;
+};
+
+void printFindings(const Context& context, const Line& line, const Findings& findings) {
+    const RoundTrips& trips = findings.roundTrips;
+    const RequestEnd& last = findings.last;
+    const QString endCode = last.endCode < 0 ? QStringLiteral("none") : endCodeText(last.endCode);
+    if (context.options.format != OutputFormat::Table) {
+        printRecords(context.out, context.options.format,
+                     {QStringLiteral("plc"), QStringLiteral("asked"), QStringLiteral("answered"),
+                      QStringLiteral("network"), QStringLiteral("node"), QStringLiteral("unit"),
+                      QStringLiteral("min_ms"), QStringLiteral("median_ms"),
+                      QStringLiteral("p99_ms"), QStringLiteral("end_code"),
+                      QStringLiteral("retries"), QStringLiteral("dropped")},
+                     {{endpointText(line.settings().plc), findings.asked, findings.answered,
+                       last.replyNode[0], last.replyNode[1], last.replyNode[2],
+                       milliseconds(trips, 0), milliseconds(trips, 50), milliseconds(trips, 99),
+                       endCode, static_cast<int>(line.statistics().retries()),
+                       static_cast<int>(line.statistics().dropped())}});
+        return;
+    }
+    context.out << QStringLiteral("%1 answers: %2 of %3 requests\n"
+                                  "node        %4 (network %5, unit %6)\n"
+                                  "round trip  %7\n")
+                       .arg(endpointText(line.settings().plc))
+                       .arg(findings.answered)
+                       .arg(findings.asked)
+                       .arg(last.replyNode[1])
+                       .arg(last.replyNode[0])
+                       .arg(last.replyNode[2])
+                       .arg(roundTripText(trips))
+                << "end code    " << endCode << '\n';
+    if (line.statistics().retries() > 0) {
+        context.out << "retries     " << line.statistics().retries()
+                    << ": frames sent again that had no usable reply\n";
+    }
+    if (line.statistics().dropped() > 0) {
+        context.out << "dropped     " << line.statistics().dropped()
+                    << ": datagrams that were no reply to the frame in flight\n";
+    }
+    context.out.flush();
+}
+
+} // namespace
+
+int runProbe(const Context& context) {
+    OpenLines lines(context);
+    if (lines.exitCode() != EXIT_DONE) {
+        return lines.exitCode();
+    }
+    Line& line = lines.only();
+    // The first word of the first word register: every PLC has it.
+    QString reg;
+    int word = 0;
+    for (const RegisterInfo& info : context.registers.registers()) {
+        if (!info.bit && reg.isEmpty()) {
+            reg = info.name;
+            word = info.lowest.toInt();
+        }
+    }
+    Findings findings;
+    line.onRead = [&](const ReadOutcome& outcome) {
+        const RequestEnd& settled = outcome.last;
+        ++findings.asked;
+        // A refusal is an answer too.
+        const bool answered = settled.ok || settled.refused;
+        findings.answered += answered ? 1 : 0;
+        findings.unansweredInARow = answered ? 0 : findings.unansweredInARow + 1;
+        if (settled.roundTrip >= 0) {
+            findings.roundTrips.add(settled.roundTrip);
+        }
+        (answered ? findings.last : findings.lastUnanswered) = settled;
+        if (findings.asked == PROBES || findings.answered == 0 ||
+            findings.unansweredInARow == UNANSWERED_IN_A_ROW) {
+            QCoreApplication::exit(EXIT_DONE);
+        } else {
+            line.read(reg, word, 1);
+        }
+    };
+    line.read(reg, word, 1);
+    QCoreApplication::exec();
+    if (findings.answered > 0) {
+        printFindings(context, line, findings);
+    }
+    if (findings.answered == 0 || findings.unansweredInARow == UNANSWERED_IN_A_ROW) {
+        return context.fail(EXIT_WORK_FAILED, failureText(findings.lastUnanswered, line.settings(),
+                                                          line.nodes(), optionNames()));
+    }
+    return lines.close();
+}
+
+} // namespace panel

@@ -1,0 +1,218 @@
+#include "panel/commands/commands.h"
+#include "panel/commands/open_lines.h"
+#include "panel/commands/outcome_text.h"
+#include "panel/file_access.h"
+#include "panel/output.h"
+#include "panel/printable.h"
+#include "panel/recipe_file.h"
+#include <velkor/host/end_codes.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <algorithm>
+
+namespace panel {
+namespace {
+
+/// The largest recipe that the layer takes.
+const int RECIPE_WORDS = 65536;
+
+QVector<velkor_host::RecipeVariable> toMove(const Recipe& recipe,
+                                            const std::vector<unsigned short>& buffer) {
+    QVector<velkor_host::RecipeVariable> variables;
+    for (const RecipeVariable& variable : recipe.variables) {
+        velkor_host::RecipeVariable moved;
+        moved.reg = variable.reg;
+        moved.address = variable.address;
+        moved.count = variable.count;
+        moved.words = recipeItems(variable, buffer);
+        variables.append(moved);
+    }
+    return variables;
+}
+
+void takeOver(const RecipeOutcome& outcome, const Recipe& recipe,
+              std::vector<unsigned short>* buffer) {
+    for (int index = 0; index < recipe.variables.size(); ++index) {
+        const Items& words = outcome.variables.at(index).words;
+        std::copy(words.begin(), words.end(), buffer->begin() + recipe.variables.at(index).offset);
+    }
+}
+
+QString differencesText(const RecipeOutcome& outcome) {
+    const int SHOWN = 5;
+    QStringList texts;
+    for (const RecipeDifference& difference : outcome.differences.mid(0, SHOWN)) {
+        texts.append(QStringLiteral("%1 %2 holds %3 instead of %4")
+                         .arg(difference.reg)
+                         .arg(difference.address)
+                         .arg(difference.found)
+                         .arg(difference.wanted));
+    }
+    const int more = static_cast<int>(outcome.differences.size()) - SHOWN;
+    return texts.join(QStringLiteral(", ")) +
+           (more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString());
+}
+
+void tellFailure(const Context& context, const Line& line, const RecipeOutcome& outcome) {
+    if (outcome.result == RecipeResult::Different) {
+        context.fail(
+            EXIT_WORK_FAILED,
+            QStringLiteral("downloaded, but the PLC does not hold what was written: %1; its "
+                           "program or another panel may write there too")
+                .arg(differencesText(outcome)));
+        return;
+    }
+    context.fail(EXIT_WORK_FAILED,
+                 failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
+    if (outcome.result == RecipeResult::NotVerified) {
+        context.fail(EXIT_WORK_FAILED, QStringLiteral("the PLC has acknowledged every block of the "
+                                                      "download; what it holds was not compared"));
+    }
+    for (const QString& text : leftBehind(outcome)) {
+        context.fail(EXIT_WORK_FAILED, text);
+    }
+}
+
+void tellModeChange(const Context& context, const RequestEnd& end) {
+    if (end.write && !end.ok && end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd)) {
+        context.err << "velkor-panel: " << requestText(end) << " was refused ("
+                    << endCodeText(end.refusalBeforeModeChange)
+                    << "); the driver has asked for MONITOR mode, starting once more\n";
+        context.err.flush();
+    }
+}
+
+void printUpload(const Context& context, const Recipe& recipe,
+                 const std::vector<unsigned short>& buffer) {
+    if (context.options.format == OutputFormat::Csv) {
+        context.out << recipeValuesCsv(recipe, buffer);
+        context.out.flush();
+        return;
+    }
+    QVector<Record> records;
+    for (const RecipeVariable& variable : recipe.variables) {
+        records.append({variable.name, variable.reg, variable.address,
+                        formatItems(ValueType::Uint16, recipeItems(variable, buffer))});
+    }
+    printRecords(context.out, context.options.format,
+                 {QStringLiteral("name"), QStringLiteral("register"), QStringLiteral("address"),
+                  QStringLiteral("values")},
+                 records);
+}
+
+QString variablesText(const Recipe& recipe) {
+    return counted(recipe.variables.size(), "variable", "variables");
+}
+
+int saveUpload(const Context& context, const Recipe& recipe,
+               const std::vector<unsigned short>& buffer) {
+    const QString values = recipeValuesCsv(recipe, buffer);
+    if (isStandardOutput(context.options.values)) {
+        context.out << values; // and nothing else: the report would be one more line of values
+        context.out.flush();
+        return EXIT_DONE;
+    }
+    const QString fault = saveFile(context.options.values, values.toUtf8());
+    if (!fault.isEmpty()) {
+        return context.fail(EXIT_WORK_FAILED, fault);
+    }
+    if (context.options.format == OutputFormat::Table) {
+        context.out << "uploaded: " << variablesText(recipe) << " to "
+                    << printable(context.options.values) << '\n';
+        context.out.flush();
+    }
+    return EXIT_DONE;
+}
+
+int loadRecipe(const Context& context, Recipe* recipe) {
+    const QString& path = context.options.arguments.at(1);
+    QByteArray csv;
+    const QString unreadable = readFile(path, &csv);
+    if (!unreadable.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, unreadable);
+    }
+    *recipe = readRecipe(csv, context.registers, RECIPE_WORDS);
+    return recipe->errors.isEmpty() ? int(EXIT_DONE)
+                                    : failWithErrors(context, path, recipe->errors);
+}
+
+int loadValues(const Context& context, const Recipe& recipe, std::vector<unsigned short>* buffer) {
+    const QString& path = context.options.values;
+    if (path.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE,
+                            QStringLiteral("recipe download needs its values: --values FILE"));
+    }
+    QByteArray csv;
+    const QString unreadable = readFile(path, &csv);
+    if (!unreadable.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, unreadable);
+    }
+    const CsvErrors errors = readRecipeValues(csv, recipe, buffer);
+    return errors.isEmpty() ? int(EXIT_DONE) : failWithErrors(context, path, errors);
+}
+
+int finish(const Context& context, const Recipe& recipe, bool download,
+           const std::vector<unsigned short>& values) {
+    if (download) {
+        context.out << "downloaded: " << variablesText(recipe)
+                    << (context.options.verify ? ", read back and equal\n" : "\n");
+        context.out.flush();
+        return EXIT_DONE;
+    }
+    if (!context.options.values.isEmpty()) {
+        return saveUpload(context, recipe, values);
+    }
+    printUpload(context, recipe, values);
+    return EXIT_DONE;
+}
+
+} // namespace
+
+int runRecipe(const Context& context) {
+    const QString& direction = context.options.arguments.at(0);
+    const bool download = direction == QLatin1String("download");
+    if (!download && direction != QLatin1String("upload")) {
+        return context.fail(
+            EXIT_WRONG_USAGE,
+            QStringLiteral("\"%1\": right is recipe download or recipe upload").arg(direction));
+    }
+    Recipe recipe;
+    int exitCode = loadRecipe(context, &recipe);
+    std::vector<unsigned short> values(RECIPE_WORDS, 0);
+    if (exitCode == EXIT_DONE && download) {
+        exitCode = loadValues(context, recipe, &values);
+    }
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    OpenLines lines(context);
+    if (lines.exitCode() != EXIT_DONE) {
+        return lines.exitCode();
+    }
+    Line& line = lines.only();
+    line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
+    line.onRecipe = [&](const RecipeOutcome& outcome) {
+        const bool done = outcome.result == RecipeResult::Done;
+        if (done) {
+            takeOver(outcome, recipe, &values);
+        } else {
+            tellFailure(context, line, outcome);
+        }
+        QCoreApplication::exit(done ? EXIT_DONE : EXIT_WORK_FAILED);
+    };
+    QString fault;
+    const quint64 id = download
+                           ? line.download(toMove(recipe, values), context.options.verify, &fault)
+                           : line.upload(toMove(recipe, values), &fault);
+    if (id == 0) {
+        return context.fail(EXIT_WRONG_USAGE, fault);
+    }
+    exitCode = QCoreApplication::exec();
+    if (exitCode == EXIT_DONE) {
+        exitCode = finish(context, recipe, download, values);
+    }
+    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+}
+
+} // namespace panel

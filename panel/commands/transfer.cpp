@@ -1,0 +1,221 @@
+#include "panel/commands/commands.h"
+#include "panel/commands/open_lines.h"
+#include "panel/commands/outcome_text.h"
+#include "panel/commands/tag_arguments.h"
+#include "panel/output.h"
+
+#include <velkor/host/end_codes.h>
+
+#include <QtCore/QCoreApplication>
+
+#include <algorithm>
+
+namespace panel {
+namespace {
+
+/// REGISTER and ADDRESS with a type and a count of values.
+QString parseTarget(const Context& context, int count, Tag* tag) {
+    const QStringList& arguments = context.options.arguments;
+    const RegisterInfo* info = context.registers.find(arguments.at(0));
+    if (info == nullptr) {
+        return QStringLiteral("\"%1\" is no register; the registers are %2")
+            .arg(arguments.at(0), context.registers.names());
+    }
+    tag->type = info->bit ? ValueType::Bool : ValueType::Uint16;
+    if (!context.options.type.isEmpty()) {
+        tag->type = *valueTypeFromName(context.options.type);
+        if (!typeFitsRegister(tag->type, info->bit)) {
+            return QStringLiteral("--type %1 does not fit %2; bit registers hold bool, word "
+                                  "registers everything else")
+                .arg(context.options.type, info->name);
+        }
+    }
+    tag->reg = info->name;
+    tag->count = count;
+    const AddressVerdict verdict =
+        context.registers.check(*info, arguments.at(1), tag->itemCount());
+    tag->address = verdict.address;
+    return verdict.text;
+}
+
+/// The end of a request that the driver has answered with a change of the PLC's mode.
+void tellModeChange(const Context& context, const RequestEnd& end) {
+    if (end.write && !end.ok && end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd)) {
+        context.err << "velkor-panel: " << requestText(end) << " was refused ("
+                    << endCodeText(end.refusalBeforeModeChange)
+                    << "); the driver has asked for MONITOR mode, writing once more\n";
+        context.err.flush();
+    }
+}
+
+void printValues(const Context& context, const Tag& tag, const Items& items) {
+    const bool text = tag.type == ValueType::String;
+    const bool quoted = text || tag.type == ValueType::Hex;
+    const int step = text ? static_cast<int>(items.size()) : itemsPerValue(tag.type);
+    QVector<Record> records;
+    for (int at = 0; at + step <= items.size(); at += step) {
+        Cell value(formatItems(tag.type, items.mid(at, step)));
+        value.number = !quoted && numericValue(tag.type, items.mid(at, step)).has_value();
+        records.append({tag.reg, addressText(tag.address + at, tag.bitRegister()), value});
+    }
+    printRecords(context.out, context.options.format,
+                 {QStringLiteral("register"), QStringLiteral("address"), QStringLiteral("value")},
+                 records);
+}
+
+} // namespace
+
+int runRead(const Context& context) {
+    int count = 1;
+    if (context.options.arguments.size() > 2) {
+        bool ok = false;
+        count = context.options.arguments.at(2).toInt(&ok);
+        if (!ok || count < 1 || count > 100000) {
+            return context.fail(EXIT_WRONG_USAGE,
+                                QStringLiteral("COUNT \"%1\": right is a whole number from 1 to "
+                                               "100000")
+                                    .arg(context.options.arguments.at(2)));
+        }
+    }
+    Tag tag;
+    const QString wrong = parseTarget(context, count, &tag);
+    if (!wrong.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, wrong);
+    }
+    OpenLines lines(context);
+    if (lines.exitCode() != EXIT_DONE) {
+        return lines.exitCode();
+    }
+    Line& line = lines.only();
+    line.onRead = [&](const ReadOutcome& outcome) {
+        if (outcome.ok) {
+            printValues(context, tag, outcome.items);
+        } else {
+            context.fail(EXIT_WORK_FAILED,
+                         failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
+        }
+        QCoreApplication::exit(outcome.ok ? EXIT_DONE : EXIT_WORK_FAILED);
+    };
+    QString fault;
+    if (line.read(tag.reg, tag.address, tag.itemCount(), &fault) == 0) {
+        return context.fail(EXIT_WRONG_USAGE, fault);
+    }
+    const int exitCode = QCoreApplication::exec();
+    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+}
+
+namespace {
+
+/// What a write command writes, and to which of the PLCs.
+struct WriteTarget {
+    QString reg;
+    int address = 0;
+    Items items;
+    int line = 0;
+};
+
+/// write REGISTER ADDRESS VALUE...
+int parseRegisterWrite(const Context& context, WriteTarget* target) {
+    Tag tag;
+    QString wrong = parseTarget(context, 1, &tag);
+    if (wrong.isEmpty()) {
+        wrong = parseValues(tag.type, context.options.arguments.mid(2), 0, &target->items);
+    }
+    if (wrong.isEmpty()) {
+        const RegisterInfo* info = context.registers.find(tag.reg);
+        wrong = context.registers
+                    .check(*info, context.options.arguments.at(1),
+                           static_cast<int>(target->items.size()))
+                    .text;
+    }
+    target->reg = tag.reg;
+    target->address = tag.address;
+    return wrong.isEmpty() ? int(EXIT_DONE) : context.fail(EXIT_WRONG_USAGE, wrong);
+}
+
+int lineNamed(const Context& context, const QString& plc) {
+    for (int index = 0; index < context.options.plcs.size(); ++index) {
+        if (context.options.plcs.at(index).name == plc) {
+            return index;
+        }
+    }
+    return 0;
+}
+
+/// write TAGS.csv NAME VALUE...
+int parseTagWrite(const Context& context, WriteTarget* target) {
+    const QStringList& arguments = context.options.arguments;
+    QVector<PanelTag> tags;
+    const int exitCode = loadTagFile(context, arguments.at(0), &tags);
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    const auto tag = std::find_if(tags.begin(), tags.end(), [&](const PanelTag& candidate) {
+        return candidate.tag.name == arguments.at(1) ||
+               candidate.plc + QLatin1Char('/') + candidate.tag.name == arguments.at(1);
+    });
+    if (tag == tags.end()) {
+        return context.fail(
+            EXIT_WRONG_USAGE,
+            QStringLiteral("%1 has no tag \"%2\"").arg(arguments.at(0), arguments.at(1)));
+    }
+    const QString wrong = parseTagValues(*tag, arguments.mid(2), context.options.force,
+                                         QStringLiteral("--force"), &target->items);
+    target->reg = tag->tag.reg;
+    target->address = tag->tag.address;
+    target->line = lineNamed(context, tag->plc);
+    return wrong.isEmpty() ? int(EXIT_DONE) : context.fail(EXIT_WRONG_USAGE, wrong);
+}
+
+/// A file is told from a register by its name: no register has a point or a slash in it.
+bool namesFile(const QString& argument) {
+    return argument.contains(QLatin1Char('.')) || argument.contains(QLatin1Char('/'));
+}
+
+} // namespace
+
+int runWrite(const Context& context) {
+    WriteTarget target;
+    const bool byTag = namesFile(context.options.arguments.first());
+    if (!byTag && context.options.plcs.size() > 1) {
+        return context.fail(
+            EXIT_WRONG_USAGE,
+            QStringLiteral("--plc is given %1 times; write REGISTER ADDRESS takes one "
+                           "PLC, write TAGS.csv NAME takes the tag's")
+                .arg(context.options.plcs.size()));
+    }
+    const int wrong =
+        byTag ? parseTagWrite(context, &target) : parseRegisterWrite(context, &target);
+    if (wrong != EXIT_DONE) {
+        return wrong;
+    }
+    OpenLines lines(context);
+    if (lines.exitCode() != EXIT_DONE) {
+        return lines.exitCode();
+    }
+    Line& line = *lines.at(target.line).line;
+    line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
+    line.onWrite = [&](const WriteOutcome& outcome) {
+        const bool taken = outcome.result == WriteResult::Taken;
+        if (taken) {
+            context.out << "written: " << requestText(outcome.reg, outcome.address, outcome.count)
+                        << '\n';
+            context.out.flush();
+        } else {
+            context.fail(EXIT_WORK_FAILED,
+                         failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
+            for (const QString& text : leftBehind(outcome)) {
+                context.fail(EXIT_WORK_FAILED, text);
+            }
+        }
+        QCoreApplication::exit(taken ? EXIT_DONE : EXIT_WORK_FAILED);
+    };
+    QString fault;
+    if (line.write(target.reg, target.address, target.items, &fault) == 0) {
+        return context.fail(EXIT_WRONG_USAGE, fault);
+    }
+    const int exitCode = QCoreApplication::exec();
+    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+}
+
+} // namespace panel

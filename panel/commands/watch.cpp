@@ -1,0 +1,225 @@
+#include "panel/commands/commands.h"
+#include "panel/commands/open_lines.h"
+#include "panel/commands/outcome_text.h"
+#include "panel/commands/tag_arguments.h"
+#include "panel/screen/screen.h"
+#include "panel/standard_output.h"
+#include "panel/watch/change_lines.h"
+#include "panel/watch/end_signals.h"
+#include "panel/watch/screen_source.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QTimer>
+
+#include <algorithm>
+
+namespace panel {
+namespace {
+
+const int STABLE_SCANS = 3;
+const int MISSING_SHOWN = 5;
+
+/// As the environment says, the most particular variable first.
+bool localeIsUnicode() {
+    for (const char* variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        const QByteArray locale = qgetenv(variable).toLower();
+        if (!locale.isEmpty()) {
+            return locale.contains("utf-8") || locale.contains("utf8");
+        }
+    }
+    return false;
+}
+
+class Watch {
+public:
+    Watch(const Context& context, WatchedTags& tags)
+        : m_context(context), m_tags(tags),
+          m_source(tags, context.options.force, localeIsUnicode()), m_screen(m_source),
+          m_quietScans(tags.lines(), 0), m_changedInScan(tags.lines(), false) {
+        tags.onTags = [this](const QVector<int>& changed) { tagsChanged(changed); };
+        tags.onScan = [this](int line) { scanEnded(line); };
+        tags.onWrite = [this](int line, const WriteOutcome& outcome) { writeEnded(line, outcome); };
+        tags.onRequest = [this](int line, const RequestEnd& end) { requestEnded(line, end); };
+    }
+
+    int run() {
+        QString fault = m_tags.start(); // the screen asks for them as soon as it is open
+        if (fault.isEmpty()) {
+            fault = beginOutput();
+        }
+        if (!fault.isEmpty()) {
+            m_screen.close();
+            return m_context.fail(EXIT_WORK_FAILED, fault);
+        }
+        QTimer end;
+        if (m_context.options.seconds > 0) {
+            QObject::connect(&end, &QTimer::timeout, [this] { timeIsUp(); });
+            end.setSingleShot(true);
+            end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
+        }
+        const int exitCode = QCoreApplication::exec();
+        if (m_onScreen) {
+            m_screen.close();
+            printSummary();
+        }
+        if (exitCode != EXIT_DONE && m_context.out.status() == QTextStream::Ok) {
+            explainFailure();
+        }
+        return exitCode;
+    }
+
+private:
+    QString beginOutput() {
+        if (m_context.options.format == OutputFormat::Table && !m_context.options.trace &&
+            screen::Screen::refusal().isEmpty()) {
+            m_screen.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
+            m_onScreen = m_screen.open().isEmpty();
+        }
+        if (m_onScreen) {
+            return QString();
+        }
+        m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
+        m_changes = std::make_unique<ChangeLines>(m_context.out, m_context.options.format, m_tags);
+        return m_signals.open();
+    }
+
+    void tagsChanged(const QVector<int>& changed) {
+        for (const int index : changed) {
+            m_changedInScan[m_tags.lineIndexOf(index)] = true;
+        }
+        if (m_changes) {
+            m_changes->print(changed);
+            checkOutput();
+        }
+    }
+
+    void checkOutput() {
+        if (!stillRead(m_context.out)) {
+            QCoreApplication::exit(EXIT_WORK_FAILED);
+        }
+    }
+
+    void scanEnded(int line) {
+        ++m_scans;
+        const bool quiet = !m_changedInScan.at(line) && m_tags.line(line).allFresh();
+        m_quietScans[line] = quiet ? m_quietScans.at(line) + 1 : 0;
+        m_changedInScan[line] = false;
+        if (m_changes) {
+            checkOutput();
+        }
+        const bool stable = std::all_of(m_quietScans.begin(), m_quietScans.end(),
+                                        [](int scans) { return scans >= STABLE_SCANS; });
+        if (m_context.options.untilStable && stable) {
+            QCoreApplication::exit(EXIT_DONE);
+        }
+    }
+
+    void requestEnded(int line, const RequestEnd& end) {
+        if (!end.ok && !end.write) {
+            m_lastFailure = end;
+            m_failedLine = line;
+        }
+    }
+
+    void writeEnded(int line, const WriteOutcome& outcome) {
+        const QString text = writeSummary(outcome, m_tags.line(line).settings());
+        if (outcome.result == WriteResult::Taken && !outcome.modeSwitched) {
+            m_screen.note(text);
+        } else {
+            m_screen.warn(text);
+        }
+    }
+
+    /// Done when what was asked for has been seen: every tag fresh, or nothing changing any more.
+    void timeIsUp() {
+        const bool done = m_tags.allFresh() && !m_context.options.untilStable;
+        QCoreApplication::exit(done ? EXIT_DONE : EXIT_WORK_FAILED);
+    }
+
+    /// The table leaves nothing behind on the terminal.
+    void printSummary() {
+        qint64 exchanges = 0;
+        qint64 retries = 0;
+        qint64 failures = 0;
+        qint64 dropped = 0;
+        for (int line = 0; line < m_tags.lines(); ++line) {
+            const LinkStatistics& statistics = m_tags.line(line).statistics();
+            exchanges += statistics.exchanges();
+            retries += statistics.retries();
+            failures += statistics.failures();
+            dropped += statistics.dropped();
+        }
+        m_context.out << QStringLiteral("watched %1: %2, %3, %4, %5, %6 dropped\n")
+                             .arg(counted(m_tags.size(), "tag", "tags"),
+                                  counted(m_scans, "scan", "scans"),
+                                  counted(exchanges, "exchange", "exchanges"),
+                                  counted(retries, "retry", "retries"),
+                                  counted(failures, "failure", "failures"))
+                             .arg(dropped);
+        m_context.out.flush();
+    }
+
+    void explainFailure() {
+        QStringList missing;
+        for (int index = 0; index < m_tags.size(); ++index) {
+            const TagStatus& status = m_tags.status(index);
+            if (status.state != TagState::Fresh) {
+                missing.append(QStringLiteral("%1 (%2)").arg(m_tags.tag(index).tag.name,
+                                                             tagStateName(status.state)));
+            }
+        }
+        if (missing.isEmpty()) {
+            m_context.fail(EXIT_WORK_FAILED,
+                           QStringLiteral("values were still changing when the time was up"));
+            return;
+        }
+        const int more = static_cast<int>(missing.size()) - MISSING_SHOWN;
+        m_context.fail(EXIT_WORK_FAILED,
+                       QStringLiteral("without a fresh value when the time was up: %1%2")
+                           .arg(missing.mid(0, MISSING_SHOWN).join(QStringLiteral(", ")),
+                                more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString()));
+        if (m_failedLine >= 0) {
+            const Line& line = m_tags.line(m_failedLine);
+            m_context.fail(EXIT_WORK_FAILED, failureText(m_lastFailure, line.settings(),
+                                                         line.nodes(), optionNames()));
+        }
+    }
+
+    const Context& m_context;
+    WatchedTags& m_tags;
+    ScreenSource m_source;
+    screen::Screen m_screen;
+    bool m_onScreen = false;
+    EndSignals m_signals; ///< without a screen
+    std::unique_ptr<ChangeLines> m_changes;
+    RequestEnd m_lastFailure;
+    int m_failedLine = -1;
+    QVector<int> m_quietScans; ///< of each line, in a row
+    QVector<bool> m_changedInScan;
+    qint64 m_scans = 0;
+};
+
+} // namespace
+
+int runWatch(const Context& context) {
+    QVector<PanelTag> tags;
+    int exitCode = loadTags(context, &tags);
+    if (exitCode != EXIT_DONE) {
+        return exitCode;
+    }
+    OpenLines lines(context);
+    if (lines.exitCode() != EXIT_DONE) {
+        return lines.exitCode();
+    }
+    QVector<Line*> all;
+    QStringList names;
+    for (int index = 0; index < lines.size(); ++index) {
+        all.append(lines.at(index).line.get());
+        names.append(lines.at(index).name);
+    }
+    WatchedTags watched(all, names, tags);
+    exitCode = Watch(context, watched).run();
+    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+}
+
+} // namespace panel

@@ -1,0 +1,47 @@
+#ifndef VELKOR_PANEL_WATCH_PANEL_TAG_H
+#define VELKOR_PANEL_WATCH_PANEL_TAG_H
+
+#include <velkor/host/tag.h>
+
+#include <QtCore/QStringList>
+
+#include <optional>
+
+namespace panel {
+using namespace velkor_host;
+
+/// A tag as a tag file names it: what the line polls, and what people see of it.
+struct PanelTag {
+    Tag tag;
+    QString plc; ///< name of the PLC; empty with a single one without a name
+    QString unit;
+    QString comment;
+    std::optional<double> low; ///< limits, in the unit shown; values at a limit are inside
+    std::optional<double> high;
+};
+
+enum class Limit { Inside, Below, Above };
+
+/// Of the first value that lies outside; Inside for what is no number.
+Limit limitOf(const PanelTag& tag, const Items& items);
+
+/// "46.371 l"; a unit that begins with a number is a factor: "241 x 0.1 l". `mostDigits` of a float
+/// that is not scaled, 6 to 9.
+QString valueWithUnit(const PanelTag& tag, const Items& items, bool unicode, int mostDigits = 9);
+
+/// What may be shown for the value: never one that was not read, never an old one without saying
+/// so.
+QString shownValue(const PanelTag& tag, const TagStatus& status);
+
+/// "0 to 200 l", "at least 0 l"
+QString limitsText(const PanelTag& tag);
+
+/// The items that stand for what a person has typed or given as arguments. The result is empty or
+/// says what would be right; then `items` is unchanged. A value outside the tag's limits is refused
+/// unless `force` is set; `howToForce` says how to.
+QString parseTagValues(const PanelTag& tag, const QStringList& texts, bool force,
+                       const QString& howToForce, Items* items);
+
+} // namespace panel
+
+#endif

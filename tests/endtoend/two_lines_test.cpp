@@ -1,0 +1,47 @@
+// The example of the host layer, as a user starts it.
+
+#include "endtoend/programs.h"
+
+namespace {
+
+class TwoLines : public Programs {
+protected:
+    void SetUp() override {
+        startPlc();
+        m_right.start(VELKOR_PLC_PROGRAM, {"--listen", "127.0.0.1:0"});
+        ASSERT_TRUE(m_right.waitFor([](const QString& output) {
+            return output.startsWith("listening on ") && output.endsWith('\n');
+        }));
+        m_rightAddress = m_right.output().section(' ', 2, 2).trimmed();
+    }
+
+    Running m_right;
+    QString m_rightAddress;
+};
+
+TEST_F(TwoLines, bothPlcs_recipeGoesFromTheLeftToTheRight) {
+    EXPECT_EQ(panel({"write", "DM", "100", "11", "12", "13", "14", "15"}).exitCode, 0);
+    EXPECT_EQ(panel({"write", "HR", "100", "77"}).exitCode, 0);
+    Running host;
+    host.start(VELKOR_TWO_LINES, {plcAddress(), m_rightAddress});
+    const Ended ended = host.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.out) << plain(ended.err);
+    EXPECT_TRUE(ended.out.contains("recipe: HR 100 written; DM 100 to 104 written\n"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("left set point: 640\n")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("right set point: 640\n")) << plain(ended.out);
+    const QStringList read{"--plc", m_rightAddress, "--format", "csv", "read"};
+    EXPECT_EQ(plain(bare(read + QStringList{"DM", "100", "5"}).out),
+              "register,address,value\nDM,100,11\nDM,101,640\nDM,102,13\nDM,103,14\nDM,104,15\n");
+    EXPECT_TRUE(bare(read + QStringList{"HR", "100"}).out.endsWith("HR,100,77\n"));
+}
+
+TEST_F(TwoLines, plcThatDoesNotAnswer_isTold) {
+    m_plc.kill();
+    Running host;
+    host.start(VELKOR_TWO_LINES, {plcAddress(), m_rightAddress});
+    const Ended ended = host.waitForEnd();
+    EXPECT_EQ(ended.exitCode, 1) << plain(ended.out);
+}
+
+} // namespace

@@ -1,0 +1,115 @@
+#include <velkor/host/scaled_value.h>
+
+#include "panel/text.h"
+
+#include <gtest/gtest.h>
+
+using namespace velkor_host;
+
+namespace {
+
+Scaling by(double scale, double offset = 0, int decimals = -1) {
+    Scaling scaling;
+    scaling.scale = scale;
+    scaling.offset = offset;
+    scaling.decimals = decimals;
+    return scaling;
+}
+
+struct ScaledCase {
+    const char* name;
+    ValueType type;
+    Scaling scaling;
+    Items items;
+    const char* text;
+};
+
+class ScaledText : public testing::TestWithParam<ScaledCase> {};
+
+TEST_P(ScaledText, formatScaled_knownWords_givesTheValue) {
+    EXPECT_EQ(plain(formatScaled(GetParam().type, GetParam().items, GetParam().scaling)),
+              GetParam().text);
+}
+
+TEST_P(ScaledText, parseScaled_whatWasShown_givesTheWordsBack) {
+    Items items;
+    const QStringList texts = QString::fromUtf8(GetParam().text).split(QLatin1Char(' '));
+    EXPECT_EQ(plain(parseScaled(GetParam().type, texts, GetParam().scaling, 0, &items)), "");
+    EXPECT_EQ(items, GetParam().items);
+}
+
+const ScaledCase CASES[] = {
+    {"tenths", ValueType::Uint16, by(0.1), {706, 0, 65535}, "70.6 0 6553.5"},
+    {"tenthsWithDecimals", ValueType::Uint16, by(0.1, 0, 1), {706, 700}, "70.6 70.0"},
+    {"negative", ValueType::Int16, by(0.1), {0xFFFF}, "-0.1"},
+    {"offset", ValueType::Uint16, by(1, -40), {0, 100}, "-40 60"},
+    {"fahrenheit", ValueType::Int16, by(1.8, 32), {100}, "212"},
+    {"thousands", ValueType::Uint16, by(1000), {5}, "5000"},
+    {"negativeScale", ValueType::Uint16, by(-1), {5}, "-5"},
+    // 100000 = 0x000186A0, low word first
+    {"doubleWord", ValueType::Uint32, by(0.001), {0x86A0, 0x0001}, "100"},
+    {"bcd", ValueType::Bcd, by(0.1), {0x0155}, "15.5"},
+    // 2.5 is 0x40200000
+    {"float", ValueType::Float32, by(2), {0x0000, 0x4020}, "5"},
+    {"onlyDecimals", ValueType::Uint16, by(1, 0, 2), {7}, "7.00"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Scaled, ScaledText, testing::ValuesIn(CASES),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Scaled, formatScaled_plain_isTheUnscaledText) {
+    EXPECT_EQ(plain(formatScaled(ValueType::Hex, {0x00AB}, Scaling())), "0x00AB");
+    EXPECT_EQ(plain(formatScaled(ValueType::Hex, {0x00AB}, by(0.1))), "0x00AB");
+}
+
+TEST(Scaled, formatScaled_wordsThatAreNoNumber_areShownAsTheyAre) {
+    EXPECT_EQ(plain(formatScaled(ValueType::Bcd, {0x12A4, 0x0010}, by(0.1))), "not-BCD:12A4 1");
+    EXPECT_EQ(plain(formatScaled(ValueType::Float32, {0x0000, 0x7FC0}, by(2))), "nan");
+}
+
+TEST(Scaled, scaledValues_wordsThatAreNoNumber_haveNone) {
+    const auto values = scaledValues(ValueType::Bcd, {0x12A4, 0x0010}, by(0.5));
+    ASSERT_EQ(values.size(), 2);
+    EXPECT_FALSE(values.at(0));
+    EXPECT_EQ(values.at(1), 5.0);
+}
+
+struct RefusedCase {
+    const char* name;
+    ValueType type;
+    Scaling scaling;
+    const char* text;
+    const char* wrong;
+};
+
+class ScaledRefusal : public testing::TestWithParam<RefusedCase> {};
+
+TEST_P(ScaledRefusal, parseScaled_noSuchRawNumber_saysWhatIsRightAndKeepsTheItems) {
+    Items items{42};
+    const QString wrong = parseScaled(GetParam().type, {QString::fromUtf8(GetParam().text)},
+                                      GetParam().scaling, 0, &items);
+    EXPECT_EQ(plain(wrong), GetParam().wrong);
+    EXPECT_EQ(items, Items{42});
+}
+
+const RefusedCase REFUSED[] = {
+    {"between", ValueType::Uint16, by(0.1), "70.65",
+     "\"70.65\" cannot be written exactly; the nearest values are 70.6 and 70.7"},
+    {"noNumber", ValueType::Uint16, by(0.1), "7l",
+     "\"7l\" is no number; right is one such as 12.5"},
+    {"infinite", ValueType::Uint16, by(0.1), "inf",
+     "\"inf\" is no number; right is one such as 12.5"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Refused, ScaledRefusal, testing::ValuesIn(REFUSED),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Scaled, parseScaled_rawNumberOutOfRange_namesBoth) {
+    Items items;
+    const QString wrong =
+        parseScaled(ValueType::Uint16, {QStringLiteral("7000")}, by(0.1), 0, &items);
+    EXPECT_TRUE(wrong.endsWith(QStringLiteral("(the PLC keeps 70000 for 7000)"))) << plain(wrong);
+    EXPECT_TRUE(items.isEmpty());
+}
+
+} // namespace
