@@ -257,15 +257,16 @@ TEST_F(PanelTruth, refusedTag_isShownAsRefusedWithTheReason) {
         << plain(ended.err);
 }
 
-/// One bad address fails the whole block: the reason names the block, not only the tag.
-TEST_F(PanelTruth, refusedBlock_isNamedInTheReasonOfEachOfItsTags) {
+/// What the PLC refuses is looked for by halving the block: each tag is told with its own words.
+TEST_F(PanelTruth, refusedBlock_isToldOfEachOfItsTagsWithItsOwnWords) {
     startPlc({"--end-code", "1104"});
     const Ended ended =
         panel({"watch", "DM:100", "DM:102:3", "--seconds", "0.5", "--format", "csv"});
-    const QString reason =
-        "refused: end code 1104 address range exceeded when reading DM 100 (5 words)";
-    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,not read," + reason)) << plain(ended.out);
-    EXPECT_TRUE(ended.out.contains("DM:102:3,DM 102,,,not read," + reason)) << plain(ended.out);
+    const QString reason = "refused: end code 1104 address range exceeded when reading ";
+    EXPECT_TRUE(ended.out.contains("DM:100,DM 100,,,refused," + reason + "DM 100 (1 word)"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("DM:102:3,DM 102,,,refused," + reason + "DM 102 (3 words)"))
+        << plain(ended.out);
 }
 
 TEST_F(PanelTruth, valuesOfTwoWords_areNotCutByAnOddFrameLength) {
