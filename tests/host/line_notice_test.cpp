@@ -5,6 +5,7 @@
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
 
+#include <algorithm>
 #include <memory>
 
 using namespace velkor_host;
@@ -422,6 +423,22 @@ TEST_F(LineNotice, setTags_whileABlockIsInFlight_showsNoValueOfTheOldList) {
     plc.answerLast();
     ASSERT_TRUE(waitUntil([&] { return written && line->allFresh(); }));
     EXPECT_EQ(line->status(0).value(), Items{22});
+}
+
+TEST_F(LineNotice, onTags_indicesAscendAndComeOnce) {
+    open();
+    QVector<int> heard;
+    line->onTags = [&](const QVector<int>& changed) {
+        EXPECT_TRUE(std::is_sorted(changed.begin(), changed.end()));
+        EXPECT_EQ(std::adjacent_find(changed.begin(), changed.end()), changed.end());
+        heard += changed;
+    };
+    EXPECT_EQ(line->setTags({wordTag(300), wordTag(5), wordTag(4), wordTag(5)}).toStdString(), "");
+    ASSERT_TRUE(waitUntil([&] { return heard.size() >= 4; })); // that each of them is known
+    heard.clear();
+    plc.set(5, 50);
+    ASSERT_TRUE(waitUntil([&] { return heard.size() >= 2; }));
+    EXPECT_EQ(heard, (QVector<int>{1, 3}));
 }
 
 TEST_F(LineNotice, statistics_areKeptWhenClosed) {

@@ -210,6 +210,23 @@ TEST_F(LineOpen, link_datagramsFromBeforeConnecting_areThrownAway) {
     EXPECT_EQ(taken, QVector<QByteArray>{"late"});
 }
 
+TEST_F(LineOpen, link_moreDatagramsThanATurnTakes_allAreTaken) {
+    UdpLink link;
+    int taken = 0;
+    link.onDatagram = [&](const QByteArray& datagram) {
+        EXPECT_EQ(datagram.toInt(), taken); // in the order of their coming
+        ++taken;
+    };
+    link.onPortRefused = [] {};
+    ASSERT_EQ(link.bind({QHostAddress(QHostAddress::LocalHost), 0}).toStdString(), "");
+    ASSERT_EQ(link.connectTo(plc.endpoint()).toStdString(), "");
+    const int many = 150; // what the system's queue of a socket holds for sure
+    for (int number = 0; number < many; ++number) {
+        plc.sendTo(link.local().port, QByteArray::number(number));
+    }
+    EXPECT_TRUE(waitUntil([&] { return taken == many; }));
+}
+
 /// Notes every datagram that the line has seen.
 class Seen : public FrameWitness {
 public:
@@ -250,6 +267,41 @@ TEST_F(LineOpen, replyOfAnotherAddressOrPort_isNeverTaken) {
     EXPECT_EQ(read.items, Items{7});
     EXPECT_EQ(seen.datagrams.size(), 1);
     line.removeWitness(&seen);
+}
+
+TEST_F(LineOpen, witness_isKeptWhenReopenedAndNotCalledOnceRemoved) {
+    Seen seen;
+    Line line(settings());
+    line.addWitness(&seen);
+    int reads = 0;
+    line.onRead = [&](const ReadOutcome&) { ++reads; };
+    for (int opened = 1; opened <= 2; ++opened) {
+        ASSERT_EQ(line.open().toStdString(), "");
+        ASSERT_NE(line.read("DM", 1, 1), 0U);
+        ASSERT_TRUE(waitUntil([&] { return reads == opened; }));
+        EXPECT_EQ(seen.verdicts, QVector<Verdict>(opened, Verdict::Reply));
+        line.close();
+    }
+    ASSERT_EQ(line.open().toStdString(), "");
+    line.removeWitness(&seen);
+    ASSERT_NE(line.read("DM", 1, 1), 0U);
+    ASSERT_TRUE(waitUntil([&] { return reads == 3; }));
+    EXPECT_EQ(seen.verdicts.size(), 2);
+}
+
+TEST_F(LineOpen, reopening_onAPortOfTheHostsChoice_getsItAgain) {
+    LineSettings fixed = settings();
+    fixed.local = {QHostAddress(QHostAddress::LocalHost), freePort()};
+    Line line(fixed);
+    int reads = 0;
+    line.onRead = [&](const ReadOutcome& outcome) { reads += outcome.ok ? 1 : 0; };
+    for (int opened = 1; opened <= 5; ++opened) {
+        ASSERT_EQ(line.open().toStdString(), "");
+        EXPECT_EQ(line.localEndpoint().port, fixed.local.port);
+        ASSERT_NE(line.read("DM", 1, 1), 0U);
+        ASSERT_TRUE(waitUntil([&] { return reads == opened; }));
+        line.close();
+    }
 }
 
 TEST_F(LineOpen, portUnreachable_isToldAndOvercomeWhenThePlcIsThere) {

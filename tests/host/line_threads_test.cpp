@@ -101,6 +101,26 @@ TEST_F(LineThreads, linesOnSeveralThreads_shareNothing) {
     }
 }
 
+TEST_F(LineThreads, lineDestroyedInItsLastNotice_endsWithItsThread) {
+    std::atomic<bool> ended{false};
+    const LineSettings own = settings();
+    std::thread thread([&own, &ended] {
+        QEventLoop loop;
+        auto line = std::make_unique<Line>(own);
+        EXPECT_EQ(line->open().toStdString(), "");
+        EXPECT_EQ(line->setTags({wordTag(1)}).toStdString(), "");
+        line->onScan = [&] {
+            line.reset();
+            loop.quit();
+        };
+        loop.exec();
+        ended = true;
+        QCoreApplication::eventDispatcher()->wakeUp();
+    });
+    EXPECT_TRUE(waitUntil([&] { return ended.load(); }));
+    thread.join();
+}
+
 TEST_F(LineThreads, oneSilentPlc_slowsNoOtherLine) {
     LoopbackPlc silent;
     silent.answering = false;
