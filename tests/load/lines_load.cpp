@@ -124,6 +124,7 @@ QString Load::startPlcs() {
         if (!fault.isEmpty()) {
             return fault;
         }
+        m_plcs.back()->stopListening(); // its pipe would be one more file to wait for
     }
     return QString();
 }
@@ -225,7 +226,7 @@ void Load::measure() {
         }
     });
     writer.start(1000);
-    QTimer::singleShot(m_settings.seconds * 1000, &loop, &QEventLoop::quit);
+    QTimer::singleShot(m_settings.seconds * 1000, Qt::PreciseTimer, &loop, &QEventLoop::quit);
     loop.exec();
     m_end = ProcessCost::now();
     m_plcsEnded = plcSeconds();

@@ -34,6 +34,9 @@ public:
     bool end();
     const QByteArray& output() const { return m_output; }
 
+    /// What it prints from now on is lost.
+    void stopListening() { m_process.closeReadChannel(QProcess::StandardOutput); }
+
     /// Processor time used so far, in seconds.
     double cpuSeconds() const;
 

@@ -55,9 +55,10 @@ QVector<TracedWrite> tracedWrites(const QByteArray& trace, bool monitorOnly) {
             continue;
         }
         // Told of again when it arrives, as late, as often and as short as it does; or never.
+        const bool cut = line.faults.contains(QLatin1String("truncate-request"));
         const bool elsewhere = line.faults.contains(QLatin1String("-request")) ||
                                line.faults.contains(QLatin1String("silent"));
-        if (elsewhere && !line.arrives) {
+        if (elsewhere && !line.arrives && !cut) {
             continue;
         }
         if (line.command.startsWith(QLatin1String("0401 run FF FF 04"))) {
@@ -70,8 +71,8 @@ QVector<TracedWrite> tracedWrites(const QByteArray& trace, bool monitorOnly) {
             const bool readOnly =
                 write.area == QLatin1String("AR") &&
                 (write.bit ? write.address / 16 : write.address) < READ_ONLY_WORDS;
-            write.executed = !readOnly && (monitor || !monitorOnly);
-            write.corrupted = line.faults.contains(QLatin1String("corrupt"));
+            write.executed = !readOnly && (monitor || !monitorOnly) && !cut;
+            write.damaged = cut || line.faults.contains(QLatin1String("corrupt"));
             writes.append(write);
         }
     }

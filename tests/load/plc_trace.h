@@ -15,7 +15,8 @@ struct TracedWrite {
     int count = 0;
     int first = 0; ///< the first item
     bool executed = false;
-    bool corrupted = false; ///< its reply was
+    bool damaged = false; ///< its reply was corrupted, or it arrived cut short and is not counted
+                          ///< as refused
 };
 
 /// The writes in the order of their execution. `monitorOnly`: the PLC, in RUN at first, refuses

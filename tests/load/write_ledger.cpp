@@ -1,16 +1,12 @@
 #include "load/write_ledger.h"
 
+#include <algorithm>
+
 namespace velkor_host {
 namespace {
 
-/// What the PLC has done with one item of a write.
-struct ItemFate {
-    int executed = 0;
-    int refused = 0;
-    int corrupted = 0; ///< replies, of either
-};
-
-typedef QVector<ItemFate> Fates;
+typedef WriteLedger::ItemFate ItemFate;
+typedef WriteLedger::Fates Fates;
 
 /// A write is known in the trace by its place and its first item: no two writes of a run to one
 /// place have the same.
@@ -47,34 +43,37 @@ QString describe(const LedgerEntry& entry) {
              QString::number(entry.outcome.taken), QString::number(entry.outcome.unknown));
 }
 
-/// Empty when the outcome agrees with the fates.
-QString falsehood(const LedgerEntry& entry, const Fates& fates,
-                  const WriteLedger::Circumstances& circumstances) {
+/// Empty when the items that were told as taken have been executed.
+QString falseTaken(const LedgerEntry& entry, const Fates& fates, bool exactlyOnce) {
     const WriteOutcome& outcome = entry.outcome;
-    const int count = static_cast<int>(entry.items.size());
-    if (outcome.result == WriteResult::Taken && outcome.taken != count) {
+    if (outcome.result == WriteResult::Taken && outcome.taken != entry.items.size()) {
         return QStringLiteral("counted wrong");
     }
     for (int item = 0; item < outcome.taken; ++item) {
-        if (fates.at(item).executed == 0) {
-            return QStringLiteral("item %1 was not executed").arg(item);
-        }
-        if (circumstances.exactlyOnce && fates.at(item).executed > 1) {
-            return QStringLiteral("item %1 was executed %2 times")
-                .arg(item)
-                .arg(fates.at(item).executed);
+        const int executed = fates.at(item).executed;
+        if (executed == 0 || (exactlyOnce && executed > 1)) {
+            return QStringLiteral("item %1 was executed %2 times").arg(item).arg(executed);
         }
     }
-    for (int item = outcome.taken + outcome.unknown; item < count; ++item) {
+    return QString();
+}
+
+/// Empty when the items that were told as not taken have not been executed.
+QString falseNotTaken(const LedgerEntry& entry, const Fates& fates, int* excused) {
+    const WriteOutcome& outcome = entry.outcome;
+    const bool refused = outcome.result == WriteResult::Refused;
+    for (int item = outcome.taken + outcome.unknown; item < entry.items.size(); ++item) {
         const ItemFate& fate = fates.at(item);
-        if (fate.executed > 0 &&
-            !(outcome.result == WriteResult::Refused && fate.corrupted == fate.executed)) {
+        if (fate.executed > 0 && refused && fate.damaged > 0) {
+            ++*excused;
+            return QString();
+        }
+        if (fate.executed > 0) {
             return QStringLiteral("item %1 was executed").arg(item);
         }
     }
-    if (outcome.result == WriteResult::Refused && !circumstances.cutShort) {
-        const ItemFate& fate = fates.at(outcome.taken);
-        return fate.refused + fate.corrupted > 0 ? QString() : QStringLiteral("it was not refused");
+    if (refused && fates.at(outcome.taken).refused + fates.at(outcome.taken).damaged == 0) {
+        return QStringLiteral("it was not refused");
     }
     return QString();
 }
@@ -129,35 +128,54 @@ QStringList WriteLedger::untold() const {
     return faults;
 }
 
-QStringList WriteLedger::disagreements(const QVector<TracedWrite>& trace,
-                                       const Circumstances& circumstances) const {
-    QStringList faults;
+QVector<WriteLedger::Fates> WriteLedger::fates(const QVector<TracedWrite>& trace,
+                                               QStringList* faults) const {
     const QHash<Key, int> index = byItem(m_entries);
     QVector<Fates> fates;
     for (const LedgerEntry& entry : m_entries) {
         fates.append(Fates(static_cast<int>(entry.items.size())));
     }
-    for (const TracedWrite& write : trace) {
+    for (int at = 0; at < trace.size(); ++at) {
+        const TracedWrite& write = trace.at(at);
         const QString reg = write.bit ? write.area + QStringLiteral("_bit") : write.area;
         const auto found = index.constFind({reg, write.address, quint16(write.first)});
         if (found == index.constEnd()) {
-            faults += QStringLiteral("the PLC got a write to %1 %2 that nobody asked for")
-                          .arg(reg)
-                          .arg(write.address);
+            *faults += QStringLiteral("the PLC got a write to %1 %2 that nobody asked for")
+                           .arg(reg)
+                           .arg(write.address);
             continue;
         }
         const int begin = write.address - m_entries.at(*found).address;
         for (int item = begin; item < begin + write.count; ++item) {
             ItemFate& fate = fates[*found][item];
             fate.executed += write.executed ? 1 : 0;
-            fate.refused += write.executed ? 0 : 1;
-            fate.corrupted += write.corrupted ? 1 : 0;
+            fate.damaged += write.damaged ? 1 : 0;
+            fate.refused += write.executed || write.damaged ? 0 : 1;
+            fate.firstAt = fate.firstAt < 0 && write.executed ? at : fate.firstAt;
         }
     }
+    return fates;
+}
+
+QStringList WriteLedger::disagreements(const QVector<TracedWrite>& trace,
+                                       const Circumstances& circumstances, int* excused) const {
+    QStringList faults;
+    const QVector<Fates> all = fates(trace, &faults);
+    int last = -1; // place in the trace of the item that was executed last
     for (int entry = 0; entry < size(); ++entry) {
-        const QString fault = falsehood(m_entries.at(entry), fates.at(entry), circumstances);
+        const LedgerEntry& write = m_entries.at(entry);
+        QString fault = falseTaken(write, all.at(entry), circumstances.exactlyOnce);
+        if (fault.isEmpty()) {
+            fault = falseNotTaken(write, all.at(entry), excused);
+        }
+        for (const ItemFate& fate : all.at(entry)) {
+            if (circumstances.inOrder && fate.executed > 0 && fate.firstAt < last) {
+                fault = QStringLiteral("executed before an earlier one");
+            }
+            last = std::max(last, fate.firstAt);
+        }
         if (!fault.isEmpty()) {
-            faults += describe(m_entries.at(entry)) + QStringLiteral(": ") + fault;
+            faults += describe(write) + QStringLiteral(": ") + fault;
         }
     }
     return faults;

@@ -41,18 +41,31 @@ public:
     QStringList untold() const;
     struct Circumstances {
         bool exactlyOnce = false; ///< nothing was to be executed twice
-        bool cutShort = false;    ///< commands lost their ends, and were refused for that
+        bool inOrder = false;     ///< no command could overtake another
     };
-    /// The outcomes held against what the PLC has executed. A refusal of which every reply was
-    /// corrupted counts as told truly: nobody could have told better.
-    QStringList disagreements(const QVector<TracedWrite>& trace,
-                              const Circumstances& circumstances) const;
+    /// The outcomes held against what the PLC has executed. A write that was told as refused, and
+    /// of which the PLC got a command cut short or a reply to it was corrupted, may have been
+    /// executed all the same: no client can tell a refusal of damaged bytes from another. Such are
+    /// counted.
+    QStringList disagreements(const QVector<TracedWrite>& trace, const Circumstances& circumstances,
+                              int* excused) const;
     /// The words and bits that were written held against the PLC's memory.
     QStringList memoryDisagreements(
         const std::function<quint16(const QString& reg, int address)>& memory) const;
 
+    /// What the PLC has done with one item of a write.
+    struct ItemFate {
+        int executed = 0;
+        int refused = 0;
+        int damaged = 0;
+        int firstAt = -1; ///< place in the trace of its first execution
+    };
+    typedef QVector<ItemFate> Fates;
+
 private:
     typedef QPair<QString, int> Place;
+
+    QVector<Fates> fates(const QVector<TracedWrite>& trace, QStringList* faults) const;
 
     QVector<LedgerEntry> m_entries; ///< in the order of their handing over
     QHash<quint64, int> m_byId;
