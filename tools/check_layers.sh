@@ -3,7 +3,13 @@
 #
 #   driver <- data <- scan <- fins   a folder includes itself, those left of it, <QtCore/...> and
 #                                    the C++ standard library
-#   host/ panel/ examples/           of the library only its installed headers, <velkor/...>
+#   values <- wire <- driver <- poll <- work <- watch <- line
+#                                    the rooms of host/: a room includes itself and those left of it,
+#                                    the layer's own headers, the driver's two installed headers,
+#                                    QtCore, QtNetwork, libpcap and the C++ standard library
+#   host/include/                    installed: includes only what is installed, Qt, libpcap and the
+#                                    C++ standard library
+#   panel/ examples/                 of the library only its installed headers, <velkor/...>
 #   plc/                             nothing of the library
 #
 # Usage: tools/check_layers.sh [tree]   (default: the tree this script lies in)
@@ -18,6 +24,7 @@ fi
 cd "${1:-$(dirname "$0")/..}" || exit 2
 
 readonly layers=(driver data scan fins)
+readonly host_rooms=(values wire driver poll work watch line)
 breaches=0
 
 # Prints "file<TAB>line<TAB>included" for every include directive of a folder; `included` keeps its
@@ -84,13 +91,81 @@ check_outsider() { # folder installed_headers_allowed(yes|no)
         '<velkor/'* | '"velkor/'*)
             breach "$file" "$line" "$included" \
                 'the installed headers are <velkor/host_interface.h> and <velkor/records.h>' ;;
-        '"host/'*) ;; # has rooms of the same names
+        '"host/'*) # has rooms of the same names
+            [ "$allowed" = yes ] ||
+                breach "$file" "$line" "$included" "$folder/ knows nothing of the host layer" ;;
         '"'* | '<'*)
             ! names_library "$path" ||
                 breach "$file" "$line" "$included" "$folder/ may not look inside the library" ;;
         *) breach "$file" "$line" "$included" 'an include must name its file' ;;
         esac
     done < <(includes_of "$folder")
+}
+
+# What an include in brackets, in a file of the host layer, may name.
+allowed_outside_host() { # included
+    case $1 in
+    '<velkor/host_interface.h>' | '<velkor/records.h>' | '<pcap/pcap.h>') ;;
+    '<velkor/host/'*'>') [ -e "host/include/${1:1:${#1}-2}" ] ;;
+    '<QtCore/'*'>' | '<QtNetwork/'*'>') ;;
+    '<'*[!a-z_0-9]*'>') return 1 ;;
+    '<'*'>') ;;
+    *) return 1 ;;
+    esac
+}
+
+# A room of the host layer: nothing of the rooms behind it.
+check_host_room() { # room, then the rooms it may see
+    local room=$1 file line included path seen
+    shift
+    while IFS=$'\t' read -r file line included; do
+        path=${included:1:${#included}-2}
+        case $included in
+        '"'*/../*'"' | '"../'*'"' | '"./'*'"')
+            breach "$file" "$line" "$included" 'write paths from the top of the tree' ;;
+        '"host/'*/*'"')
+            seen=${path#host/}
+            case " $* " in
+            *" ${seen%%/*} "*) ;;
+            *) breach "$file" "$line" "$included" "host/$room/ may see only: $*" ;;
+            esac ;;
+        '"'*'"') breach "$file" "$line" "$included" 'the host layer includes "host/ROOM/FILE.h"' ;;
+        *)
+            allowed_outside_host "$included" ||
+                breach "$file" "$line" "$included" \
+                    'outside itself the host layer sees the installed headers, QtCore, QtNetwork, pcap and C++' ;;
+        esac
+    done < <(includes_of "host/$room")
+}
+
+# The host layer's installed headers: whoever installs them has nothing else.
+check_host_headers() {
+    local file line included
+    while IFS=$'\t' read -r file line included; do
+        allowed_outside_host "$included" ||
+            breach "$file" "$line" "$included" \
+                'an installed header includes installed headers, QtCore, QtNetwork, pcap and C++ only'
+    done < <(includes_of host/include)
+}
+
+check_host() {
+    local folder room visible=
+    [ -d host ] || return 0
+    for room in "${host_rooms[@]}"; do
+        visible="$visible $room"
+        # shellcheck disable=SC2086  # the rooms are words
+        check_host_room "$room" $visible
+    done
+    check_host_headers
+    for folder in host/*/; do
+        folder=${folder#host/}
+        case " ${host_rooms[*]} include " in
+        *" ${folder%/} "*) ;;
+        *)
+            echo "host/$folder is no room that tools/check_layers.sh knows: nothing is checked there"
+            breaches=$((breaches + 1)) ;;
+        esac
+    done
 }
 
 for layer in "${layers[@]}"; do
@@ -106,7 +181,7 @@ for layer in "${layers[@]}"; do
     # shellcheck disable=SC2086  # the folders are words
     check_layer "$layer" $visible
 done
-check_outsider host yes
+check_host
 check_outsider panel yes
 check_outsider examples yes
 check_outsider plc no

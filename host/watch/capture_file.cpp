@@ -6,9 +6,8 @@
 
 #include <pcap/pcap.h>
 
-#include <sys/time.h>
-
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -92,8 +91,11 @@ public:
 
 private:
     static timeval now() {
+        using namespace std::chrono;
+        const auto since1970 = system_clock::now().time_since_epoch();
         timeval when = {};
-        gettimeofday(&when, nullptr);
+        when.tv_sec = duration_cast<seconds>(since1970).count();
+        when.tv_usec = duration_cast<microseconds>(since1970 % seconds(1)).count();
         return when;
     }
 

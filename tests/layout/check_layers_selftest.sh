@@ -29,6 +29,13 @@ good_tree() {
     put panel/main.cpp '#include <velkor/host_interface.h>' '#include <QtNetwork/QUdpSocket>' \
         '#include "panel/screen.h"'
     put examples/host.cpp '#include <velkor/records.h>'
+    put host/include/velkor/host/line.h '#include <velkor/host/tag.h>' '#include <QtCore/QString>' \
+        '#include <functional>' '#include <pcap/pcap.h>'
+    put host/include/velkor/host/tag.h '#include <QtNetwork/QHostAddress>'
+    put host/values/tag.cpp '#include <velkor/host/tag.h>' '#include <vector>'
+    put host/driver/copy.h '#include "host/values/tag.h"' '#include <velkor/host_interface.h>'
+    put host/line/core.cpp '#include "host/watch/trace.h"' '#include "host/line/core.h"' \
+        '#include <velkor/host/line.h>' '#include <QtNetwork/QUdpSocket>' '#include <variant>'
     put plc/codec.cpp '#include "plc/codec.h"' '#include <pcap/pcap.h>'
 }
 
@@ -104,6 +111,25 @@ breach 'the panel looks inside' panel/inside.cpp '#include "driver/velkor.h"'
 breach 'the panel looks inside from below' panel/deep/below.cpp '#include "../../data/data_area.h"'
 breach 'the panel takes what is not installed' panel/taken.cpp '#include <velkor/velkor.h>'
 breach 'an example looks inside' examples/inside.cpp '#include "fins/wire.h"'
+breach 'a room of the host layer sees a later one' host/values/later.cpp '#include "host/poll/plan.h"'
+breach 'the wire sees the driver' host/wire/wire_driver.cpp '#include "host/driver/copy.h"'
+breach 'polling sees the work' host/poll/polling.h '#include "host/work/transfer.h"'
+breach 'the witnesses see the line' host/watch/witness.cpp '#include "host/line/core.h"'
+breach 'the host layer looks inside the library' host/line/inside.cpp '#include "driver/velkor.h"'
+breach 'the host layer looks inside by brackets' host/line/bracket.cpp '#include <driver/velkor.h>'
+breach 'the host layer takes what is not installed' host/driver/taken.cpp '#include <velkor/velkor.h>'
+breach 'the host layer names no header of its own' host/poll/none.cpp '#include <velkor/host/none.h>'
+breach 'the host layer sees the panel' host/line/panel.cpp '#include "panel/screen.h"'
+breach 'the host layer sees the PLC' host/line/plc.cpp '#include "plc/codec.h"'
+breach 'the host layer sees more of Qt' host/line/gui.cpp '#include <QtGui/QImage>'
+breach 'the host layer sees the operating system' host/line/system.cpp '#include <sys/socket.h>'
+breach 'a way round in the host layer' host/poll/way_round.cpp '#include "../line/core.h"'
+breach 'a bare name in the host layer' host/poll/bare.cpp '#include "isolation.h"'
+breach 'an installed header sees a private one' host/include/velkor/host/private.h '#include "host/line/core.h"'
+breach 'an installed header sees the panel' host/include/velkor/host/panel.h '#include <panel/screen.h>'
+breach 'the PLC sees the host layer' plc/sees_host.cpp '#include <velkor/host/line.h>'
+breach 'the PLC looks into the host layer' plc/looks_host.cpp '#include "host/wire/fins_decode.h"'
+breach 'the library sees the host layer' fins/host.cpp '#include "host/wire/fins_decode.h"'
 breach 'the PLC sees the driver' plc/driver.cpp '#include "driver/byte_order.h"'
 breach 'the PLC sees the frames' plc/frames.cpp '#include "fins/fins_wire.h"'
 breach 'the PLC sees the installed headers' plc/installed.cpp '#include <velkor/records.h>'
@@ -115,6 +141,10 @@ expect_breaches
 good_tree
 rm -r "$tree/scan"
 expect 'a missing layer is not a clean one' 2 'no folder scan/'
+
+good_tree
+put host/extra/file.cpp '#include <vector>'
+expect 'a room that is not known is a breach' 1 'host/extra/ is no room'
 
 tree_before=$tree
 tree=$tree_before/not_there
