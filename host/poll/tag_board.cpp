@@ -17,6 +17,10 @@ Items itemsOf(const Tag& tag, const WordRange& read, const Items& words) {
     return bitsOf(words, read.address, tag.address, tag.itemCount());
 }
 
+QString notRefreshed() {
+    return QStringLiteral("not refreshed");
+}
+
 bool covers(const WordRange& outer, const WordRange& inner) {
     return outer.reg == inner.reg && outer.address <= inner.address && inner.end() <= outer.end();
 }
@@ -194,8 +198,7 @@ void TagBoard::explain(Entry* entry, bool failed) {
         status.reason = m_linkFailure;
         status.since = m_linkFailingSince;
     } else if (!failed) {
-        status.reason =
-            status.state == TagState::Stale ? QStringLiteral("not refreshed") : QString();
+        status.reason = status.state == TagState::Stale ? notRefreshed() : QString();
         status.since = status.readAt;
     }
 }
@@ -261,7 +264,8 @@ void TagBoard::setRefused(const QVector<RefusedRange>& refused,
             // What was read before the refusal is not fresh, however lately that was.
             status.state = TagState::NotRead;
             status.endCode = -1;
-            status.reason.clear();
+            status.reason = status.readAt >= 0 ? notRefreshed() : QString();
+            status.since = now;
             m_entries[index].failedAt = now;
             changed(index);
             judge(index, now);

@@ -244,6 +244,34 @@ TEST(LineWrite, silenceThenRefusal_isUnknown) {
     EXPECT_EQ(line.machine.dm(100), 7);
 }
 
+TEST(LineWrite, closedPortAtEveryTry_isSurelyNotExecuted) {
+    SimulatedLine line(lineSettings());
+    line.fate = [](const QByteArray&, int) {
+        Fate fate;
+        fate.closedPort = true;
+        return fate;
+    };
+    line.write("DM", 100, {7});
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(line.writes.at(0).result, WriteResult::NotReached);
+    EXPECT_EQ(line.writes.at(0).last.endCode, -1);
+    EXPECT_EQ(line.writes.at(0).last.refusedPort, 3);
+}
+
+TEST(LineWrite, closedPortAtOneTryOnly_isUnknown) {
+    SimulatedLine line(lineSettings());
+    line.fate = [](const QByteArray&, int number) {
+        Fate fate;
+        fate.closedPort = number == 1;
+        fate.loseReply = number > 1;
+        return fate;
+    };
+    line.write("DM", 100, {7});
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(line.writes.at(0).result, WriteResult::Unknown);
+    EXPECT_EQ(line.machine.dm(100), 7);
+}
+
 TEST(LineWrite, secondWriteToAWord_isNotHiddenByTheFailureOfTheFirst) {
     SimulatedLine line(lineSettings());
     line.setTags({tagAt("DM", 100)});

@@ -135,6 +135,10 @@ void SimulatedLine::send(const QByteArray& frame) {
 }
 
 void SimulatedLine::arrive(const Datagram& datagram) {
+    if (datagram.fate.closedPort) {
+        core->portRefused();
+        return;
+    }
     if (!datagram.toPlc) {
         core->receive(datagram.bytes);
         return;

@@ -25,6 +25,7 @@ public:
 /// What happens to one frame and its reply.
 struct Fate {
     bool loseRequest = false;
+    bool closedPort = false; ///< lost, and the PLC's computer says that nothing listens
     bool loseReply = false;
     int requests = 1;        ///< copies that reach the PLC
     int replies = 1;         ///< copies of each reply

@@ -370,6 +370,7 @@ TEST_F(HostTagBoard, released_isNotFreshUntilItIsRead) {
     m_board.setRefused({}, nameOf, m_now);
     EXPECT_EQ(state(0), TagState::Stale);
     EXPECT_EQ(m_board.at(0).endCode, -1);
+    EXPECT_EQ(plain(m_board.at(0).reason), "not refreshed");
     m_now += 1000;
     read(100, 1);
     EXPECT_EQ(state(0), TagState::Fresh);
