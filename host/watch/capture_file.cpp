@@ -29,34 +29,36 @@ private:
     };
 
     bool flush();
+    QString systemError() const;
 
+    QString m_path;
+    int m_written = 0; ///< datagrams
     std::unique_ptr<pcap_t, CloseHandle> m_handle;
     std::unique_ptr<pcap_dumper_t, CloseDumper> m_dumper;
     QString m_fault;
 };
 
 QString CaptureFile::File::open(const QString& path) {
+    m_path = path;
     m_handle.reset(pcap_open_dead(DLT_RAW, 65535));
     m_dumper.reset(pcap_dump_open(m_handle.get(), QFile::encodeName(path).constData()));
     if (!m_dumper) {
         m_fault = QStringLiteral("cannot write the capture: %1")
                       .arg(QString::fromLocal8Bit(pcap_geterr(m_handle.get())));
     } else if (!flush()) {
-        m_fault += QStringLiteral(" (%1)").arg(path);
+        m_fault = QStringLiteral("cannot write the capture %1: %2").arg(path, systemError());
     }
     return m_fault;
 }
 
-/// The library's writer returns nothing; the stream under it knows.
+QString CaptureFile::File::systemError() const {
+    return QString::fromLocal8Bit(std::strerror(errno));
+}
+
+/// The file is readable while it is being written, and a full disk is noticed at once: the
+/// library's writer returns nothing, but the stream under it knows.
 bool CaptureFile::File::flush() {
-    errno = 0;
-    const bool flushed = pcap_dump_flush(m_dumper.get()) == 0;
-    if (flushed && std::ferror(pcap_dump_file(m_dumper.get())) == 0) {
-        return true;
-    }
-    m_fault = QStringLiteral("cannot write the capture: %1")
-                  .arg(QString::fromLocal8Bit(std::strerror(errno)));
-    return false;
+    return pcap_dump_flush(m_dumper.get()) == 0 && std::ferror(pcap_dump_file(m_dumper.get())) == 0;
 }
 
 void CaptureFile::File::write(const Endpoint& source, const Endpoint& target,
@@ -70,9 +72,19 @@ void CaptureFile::File::write(const Endpoint& source, const Endpoint& target,
     header.ts = when;
     header.caplen = static_cast<bpf_u_int32>(packet.size());
     header.len = header.caplen;
+    errno = 0;
     pcap_dump(reinterpret_cast<u_char*>(m_dumper.get()), &header,
               reinterpret_cast<const u_char*>(packet.constData()));
-    flush();
+    if (!flush()) {
+        m_fault = QStringLiteral("the capture %1 is not whole: behind %2 nothing more could be "
+                                 "written: %3")
+                      .arg(m_path,
+                           m_written == 1 ? QStringLiteral("1 datagram")
+                                          : QStringLiteral("%1 datagrams").arg(m_written),
+                           systemError());
+        return;
+    }
+    ++m_written;
 }
 
 class CaptureFile::Witness : public FrameWitness {

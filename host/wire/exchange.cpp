@@ -83,9 +83,11 @@ Verdict Exchange::judge(const QByteArray& datagram) const {
 }
 
 void Exchange::receive(const QByteArray& datagram) {
+    const qint64 receivedAt = m_clock.now();
     const Verdict verdict = judge(datagram);
     m_observer.datagramReceived(datagram, verdict);
     if (verdict != Verdict::Reply) {
+        m_request.strange += m_requestOpen ? 1 : 0;
         return;
     }
     const FinsFrame reply = decodeFins(datagram);
@@ -93,7 +95,7 @@ void Exchange::receive(const QByteArray& datagram) {
     m_request.replyNode[1] = reply.sa1;
     m_request.replyNode[2] = reply.sa2;
     if (m_request.tries == 1 && !m_request.modeChange) {
-        m_request.roundTrip = m_clock.now() - m_sentAt;
+        m_request.roundTrip = receivedAt - m_sentAt;
     }
     endTry(replyForDriver(datagram));
 }

@@ -148,10 +148,16 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
                               "length (%2 in %3)")
             .arg(endpointText(settings.plc), tries, secondsText(end.waited));
     }
-    return QStringLiteral("no usable answer from %1 in %2 of %3 ms each (%4)")
-        .arg(endpointText(settings.plc), tries)
-        .arg(settings.timeoutMs)
-        .arg(secondsText(end.waited));
+    QString text = QStringLiteral("no usable answer from %1 in %2 of %3 ms each (%4)")
+                       .arg(endpointText(settings.plc), tries)
+                       .arg(settings.timeoutMs)
+                       .arg(secondsText(end.waited));
+    if (end.strange > 0) {
+        text += QStringLiteral("; %1 came that %2 no reply to it")
+                    .arg(counted(end.strange, "datagram", "datagrams"),
+                         end.strange == 1 ? QStringLiteral("was") : QStringLiteral("were"));
+    }
+    return text;
 }
 
 QString shortReason(const RequestEnd& end, const LineSettings& settings) {

@@ -32,6 +32,7 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.refusals += first.refusals;
         both.doubtful += first.doubtful;
         both.silent += first.silent;
+        both.strange += first.strange;
         both.unreached += first.unreached;
         both.refusedPort += first.refusedPort;
         both.wrongLength += first.wrongLength;

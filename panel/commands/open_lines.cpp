@@ -111,10 +111,13 @@ int OpenLines::openLine(const PlcOption& plc) {
     return EXIT_DONE;
 }
 
-int OpenLines::close() {
+int OpenLines::close(int exitCode) {
     m_lines.clear();
-    return m_capture.fault().isEmpty() ? int(EXIT_DONE)
-                                       : m_context.fail(EXIT_WORK_FAILED, m_capture.fault());
+    if (!captureIsWhole()) {
+        m_context.fail(EXIT_WORK_FAILED, m_capture.fault());
+        return exitCode == EXIT_DONE ? int(EXIT_WORK_FAILED) : exitCode;
+    }
+    return exitCode;
 }
 
 } // namespace panel

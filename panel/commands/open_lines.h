@@ -31,9 +31,10 @@ public:
     explicit OpenLines(const Context& context);
 
     int exitCode() const { return m_exitCode; }
-    /// When all is done: EXIT_WORK_FAILED, and standard error is told, if the capture could not be
-    /// written whole.
-    int close();
+    /// When all is done, with the command's exit code. If the capture could not be written whole,
+    /// standard error is told, and what would have been EXIT_DONE is EXIT_WORK_FAILED.
+    int close(int exitCode);
+    bool captureIsWhole() const { return m_capture.fault().isEmpty(); }
 
     int size() const { return static_cast<int>(m_lines.size()); }
     PlcLine& at(int index) { return m_lines[static_cast<std::size_t>(index)]; }

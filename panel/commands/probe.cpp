@@ -29,11 +29,26 @@ QString roundTripText(const RoundTrips& roundTrips) {
                           milliseconds(roundTrips, 99).text);
 }
 
+/// Why frames were sent again.
+QString retriesText(int retries, int afterError) {
+    const QString error = QStringLiteral("because the PLC answered with an error");
+    const QString other = QStringLiteral("that had no usable reply");
+    if (afterError == 0 || afterError == retries) {
+        return QStringLiteral("frames sent again ") + (afterError == 0 ? other : error);
+    }
+    return QStringLiteral("frames sent again: %1 %2, %3 %4")
+        .arg(afterError)
+        .arg(error)
+        .arg(retries - afterError)
+        .arg(other);
+}
+
 /// What the answers have told so far.
 struct Findings {
     int asked = 0;
     int answered = 0;
     int unansweredInARow = 0;
+    int resentAfterError = 0; ///< frames
     RoundTrips roundTrips;
     RequestEnd last; ///< answered request
     RequestEnd lastUnanswered;
@@ -68,9 +83,10 @@ void printFindings(const Context& context, const Line& line, const Findings& fin
                        .arg(last.replyNode[2])
                        .arg(roundTripText(trips))
                 << "end code    " << endCode << '\n';
-    if (line.statistics().retries() > 0) {
-        context.out << "retries     " << line.statistics().retries()
-                    << ": frames sent again that had no usable reply\n";
+    const int retries = static_cast<int>(line.statistics().retries());
+    if (retries > 0) {
+        context.out << "retries     " << retries << ": "
+                    << retriesText(retries, findings.resentAfterError) << '\n';
     }
     if (line.statistics().dropped() > 0) {
         context.out << "dropped     " << line.statistics().dropped()
@@ -104,6 +120,8 @@ int runProbe(const Context& context) {
         const bool answered = settled.ok || settled.refused;
         findings.answered += answered ? 1 : 0;
         findings.unansweredInARow = answered ? 0 : findings.unansweredInARow + 1;
+        // The last try was not followed by another one.
+        findings.resentAfterError += settled.refusals - (settled.refused ? 1 : 0);
         if (settled.roundTrip >= 0) {
             findings.roundTrips.add(settled.roundTrip);
         }
@@ -124,7 +142,7 @@ int runProbe(const Context& context) {
         return context.fail(EXIT_WORK_FAILED, failureText(findings.lastUnanswered, line.settings(),
                                                           line.nodes(), optionNames()));
     }
-    return lines.close();
+    return lines.close(EXIT_DONE);
 }
 
 } // namespace panel

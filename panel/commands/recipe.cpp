@@ -212,7 +212,7 @@ int runRecipe(const Context& context) {
     if (exitCode == EXIT_DONE) {
         exitCode = finish(context, recipe, download, values);
     }
-    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+    return lines.close(exitCode);
 }
 
 } // namespace panel

@@ -101,7 +101,7 @@ int runRead(const Context& context) {
         return context.fail(EXIT_WRONG_USAGE, fault);
     }
     const int exitCode = QCoreApplication::exec();
-    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+    return lines.close(exitCode);
 }
 
 namespace {
@@ -215,7 +215,7 @@ int runWrite(const Context& context) {
         return context.fail(EXIT_WRONG_USAGE, fault);
     }
     const int exitCode = QCoreApplication::exec();
-    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+    return lines.close(exitCode);
 }
 
 } // namespace panel

@@ -32,8 +32,8 @@ bool localeIsUnicode() {
 
 class Watch {
 public:
-    Watch(const Context& context, WatchedTags& tags)
-        : m_context(context), m_tags(tags),
+    Watch(const Context& context, const OpenLines& lines, WatchedTags& tags)
+        : m_context(context), m_lines(lines), m_tags(tags),
           m_source(tags, context.options.force, localeIsUnicode()), m_screen(m_source),
           m_quietScans(tags.lines(), 0), m_changedInScan(tags.lines(), false) {
         tags.onTags = [this](const QVector<int>& changed) { tagsChanged(changed); };
@@ -62,7 +62,8 @@ public:
             m_screen.close();
             printSummary();
         }
-        if (exitCode != EXIT_DONE && m_context.out.status() == QTextStream::Ok) {
+        if (exitCode != EXIT_DONE && m_context.out.status() == QTextStream::Ok &&
+            m_lines.captureIsWhole()) {
             explainFailure();
         }
         return exitCode;
@@ -106,6 +107,9 @@ private:
         m_changedInScan[line] = false;
         if (m_changes) {
             checkOutput();
+        }
+        if (!m_lines.captureIsWhole()) {
+            QCoreApplication::exit(EXIT_WORK_FAILED);
         }
         const bool stable = std::all_of(m_quietScans.begin(), m_quietScans.end(),
                                         [](int scans) { return scans >= STABLE_SCANS; });
@@ -186,6 +190,7 @@ private:
     }
 
     const Context& m_context;
+    const OpenLines& m_lines;
     WatchedTags& m_tags;
     ScreenSource m_source;
     screen::Screen m_screen;
@@ -218,8 +223,8 @@ int runWatch(const Context& context) {
         names.append(lines.at(index).name);
     }
     WatchedTags watched(all, names, tags);
-    exitCode = Watch(context, watched).run();
-    return exitCode == EXIT_DONE ? lines.close() : exitCode;
+    exitCode = Watch(context, lines, watched).run();
+    return lines.close(exitCode);
 }
 
 } // namespace panel

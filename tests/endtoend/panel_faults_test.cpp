@@ -183,6 +183,35 @@ TEST_F(PanelFaults, probe_everyFirstTryLost_hasNoRoundTrip) {
     EXPECT_GE(retries.toInt(), 50) << plain(ended.out);
 }
 
+TEST_F(PanelFaults, probe_plcThatRefusesEverything_isNotSaidToGiveNoUsableReply) {
+    startPlc({"--end-code", "1103"});
+    const Ended ended = panel({"probe"});
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    EXPECT_TRUE(ended.out.contains("answers: 50 of 50 requests")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("end code    1103 address out of range")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("\nretries     100: frames sent again because the PLC answered "
+                                   "with an error\n"))
+        << plain(ended.out);
+    EXPECT_FALSE(ended.out.contains("no usable reply")) << plain(ended.out);
+}
+
+TEST_F(PanelFaults, probe_refusalsAndLostReplies_areToldApart) {
+    startPlc({"--end-code", "1103", "--faults", "drop 1, 5"});
+    const Ended ended = panel({"--timeout", "300", "probe"});
+    EXPECT_TRUE(ended.out.contains("\nretries     100: frames sent again: 98 because the PLC "
+                                   "answered with an error, 2 that had no usable reply\n"))
+        << plain(ended.out);
+}
+
+TEST_F(PanelFaults, repliesCutBeforeTheirEndCode_areWaitedOut) {
+    startPlc({"--faults", "truncate 1-3 to 13"});
+    const Ended ended = panel({"--timeout", "300", "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("in 3 tries of 300 ms each ")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("; 3 datagrams came that were no reply to it"))
+        << plain(ended.err);
+}
+
 TEST_F(PanelFaults, addressOfTooManyParts_isWrongUsage) {
     const Ended ended = bare({"--plc", "127.0.0.1:47406:1:2", "read", "DM", "0"});
     EXPECT_EQ(ended.exitCode, 2);

@@ -4,7 +4,11 @@
 
 #include "host/line/udp_link.h"
 
+#include <QtCore/QFile>
+
 #include <functional>
+#include <sys/resource.h>
+#include <sys/time.h>
 
 namespace {
 
@@ -100,6 +104,92 @@ TEST_F(PanelLine, datagramsOfOthersBeforeTheSocketIsConnected_areThrownAway) {
     plc.writeDatagram("right", link.local().address, link.local().port);
     EXPECT_TRUE(comes([&] { return taken.contains("right"); }));
     EXPECT_EQ(taken, QVector<QByteArray>{"right"});
+}
+
+/// A time as captures and gettimeofday() tell it, in microseconds.
+qint64 wallClock() {
+    timeval now = {};
+    gettimeofday(&now, nullptr);
+    return qint64(now.tv_sec) * 1000000 + now.tv_usec;
+}
+
+/// The times in a capture, in its order.
+QVector<qint64> captureTimes(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    file.skip(24); // the file's header
+    QVector<qint64> times;
+    for (;;) {
+        quint32 record[4] = {}; // seconds, microseconds, length in the file, whole length
+        if (file.read(reinterpret_cast<char*>(record), sizeof record) != sizeof record) {
+            return times;
+        }
+        times.append(qint64(record[0]) * 1000000 + record[1]);
+        file.skip(record[2]);
+    }
+}
+
+TEST_F(PanelLine, capture_showsNoFrameLaterThanThePlcHasGotIt) {
+    FakePlc& plc = fakePlc();
+    Running probe;
+    startPanel(&probe, {"--timeout", "5000", "--pcap", path("probe.pcap"), "probe"});
+    QVector<qint64> got;
+    plc.serve(&probe, [&](const QNetworkDatagram& frame) {
+        got.append(wallClock());
+        return FakePlc::replyTo(frame, 0, "0000");
+    });
+    EXPECT_EQ(probe.waitForEnd().exitCode, 0) << plain(probe.output());
+    const QVector<qint64> times = captureTimes(path("probe.pcap"));
+    ASSERT_EQ(got.size(), 50);
+    ASSERT_EQ(times.size(), 100);
+    for (int exchange = 0; exchange < 50; ++exchange) {
+        EXPECT_LE(times.at(2 * exchange), got.at(exchange)) << exchange;
+        EXPECT_GE(times.at(2 * exchange + 1), got.at(exchange)) << exchange;
+    }
+}
+
+class PanelCaptureFile : public Programs {
+protected:
+    /// Runs the panel where, from its first frame on, no file may grow beyond 4096 bytes.
+    Ended panelWithLittleRoom(const QStringList& arguments) {
+        FakePlc plc;
+        Running panel;
+        panel.start("/bin/sh",
+                    QStringList{"-c", "trap '' XFSZ; exec \"$@\"", "sh", VELKOR_PANEL_PROGRAM,
+                                "--plc", QString("127.0.0.1:%1").arg(plc.port())} +
+                        arguments);
+        plc.serve(&panel, [&](const QNetworkDatagram& frame) {
+            const rlimit little = {4096, 4096};
+            EXPECT_EQ(prlimit(static_cast<pid_t>(panel.pid()), RLIMIT_FSIZE, &little, nullptr), 0);
+            return FakePlc::replyTo(frame, 0, "0000");
+        });
+        return panel.waitForEnd();
+    }
+};
+
+TEST_F(PanelCaptureFile, onAFullDisk_isSaidBeforeAnythingIsSent) {
+    startPlc();
+    const Ended ended = panel({"--pcap", "/dev/full", "read", "DM", "0"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("cannot write the capture /dev/full: No space left on device"))
+        << plain(ended.err);
+    EXPECT_EQ(plcRequests(), 0);
+}
+
+TEST_F(PanelCaptureFile, onADiskThatFillsUp_isToldWhenTheWorkIsDone) {
+    const Ended ended = panelWithLittleRoom({"--pcap", path("c.pcap"), "probe"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("answers: 50 of 50")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("c.pcap is not whole: behind ")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains(" nothing more could be written: File too large"))
+        << plain(ended.out);
+}
+
+TEST_F(PanelCaptureFile, onADiskThatFillsUp_endsAWatch) {
+    const Ended ended =
+        panelWithLittleRoom({"--pcap", path("c.pcap"), "watch", "DM:0", "--scan-interval", "10"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("c.pcap is not whole: behind ")) << plain(ended.out);
 }
 
 } // namespace

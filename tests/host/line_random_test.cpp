@@ -194,7 +194,7 @@ private:
         }
         EXPECT_EQ(outcome.result == WriteResult::Taken, outcome.taken == outcome.count);
         EXPECT_EQ(outcome.result == WriteResult::Unknown, outcome.unknown > 0);
-        EXPECT_NE(outcome.result, WriteResult::NotSent);
+        EXPECT_NE(outcome.result, WriteResult::NotReached);
     }
 
     void expectTheNextRecipeIsWhole() {

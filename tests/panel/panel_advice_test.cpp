@@ -137,6 +137,13 @@ TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
     EXPECT_TRUE(failureReason(settled, settings()).contains("wrong length"));
 }
 
+TEST(FailureReason, datagramsThatWereNoReply_areCounted) {
+    RequestEnd end = failedRead();
+    end.strange = 3;
+    EXPECT_TRUE(failureReason(end, settings())
+                    .endsWith("(1.50 s); 3 datagrams came that were no reply to it"));
+}
+
 TEST(RequestText, oneBit_isAddressedByWordAndBit) {
     RequestEnd settled;
     settled.reg = "CIO_bit";

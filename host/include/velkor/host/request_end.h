@@ -30,6 +30,7 @@ struct RequestEnd {
     int silent = 0;          ///< tries that no reply ended
     int unreached = 0;       ///< tries without a reply whose frame met a closed port: nobody got it
     int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
+    int strange = 0;         ///< datagrams that came while it waited and were no reply to it
     int wrongLength = 0;     ///< replies of a wrong length that carried no error
     int endCode = -1;        ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
     bool refused = false;    ///< the last reply carried an error
