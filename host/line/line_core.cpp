@@ -9,6 +9,7 @@ namespace {
 /// measure: after more it would put a poll between of itself, while it has a write in hand whose
 /// value its cache then shows.
 const int JOBS_BETWEEN_POLLS = 3;
+const qint64 OVERDUE = 1000000;       ///< a read without an answer for so long
 const qint64 CHECK_INTERVAL = 250000; // for values growing old
 
 Poller::Settings pollerSettings(const LineSettings& settings) {
@@ -132,6 +133,7 @@ void LineCore::turn() {
         if (const std::optional<RequestEnd> trouble = requestInTrouble()) {
             noteLink(*trouble);
         }
+        noteOverdueRead(now);
         m_poller.timePasses(now);
         tellTags();
     }
@@ -292,7 +294,15 @@ void LineCore::jobSettled(const Settled& settled) {
         m_wordsInHand = WordRange();
         m_poller.board().setInDriversHands(m_wordsInHand);
         if (write->pieceEnded(settled) == NextStep::Ended) {
-            m_poller.board().writeEnded(write->words());
+            const WriteOutcome& outcome = write->outcome();
+            // Of a long write some pieces may be there though others are not.
+            const bool there = outcome.result == WriteResult::Taken || outcome.taken > 0;
+            m_poller.board().writeEnded(write->words(),
+                                        outcome.result == WriteResult::Unknown
+                                            ? TagBoard::WriteEnd::Perhaps
+                                        : there ? TagBoard::WriteEnd::Taken
+                                                : TagBoard::WriteEnd::NotExecuted,
+                                        m_clock.now());
             m_notices.emplace_back(write->outcome());
             m_queue.takeFirst();
         }
@@ -330,6 +340,15 @@ void LineCore::noteLink(const RequestEnd& end) {
         m_poller.board().linkAnswers();
     } else {
         m_poller.board().linkFails(shortReason(end, m_settings), m_clock.now() - end.waited);
+    }
+}
+
+/// How long a try may take says nothing of how old a value may be.
+void LineCore::noteOverdueRead(qint64 now) {
+    const std::optional<RequestEnd> late = m_exchange.requestInTrouble(OVERDUE);
+    if (late && late->waited > OVERDUE && !late->write && !m_recipeRunning) {
+        m_poller.board().readOverdue({late->reg, late->address, late->length},
+                                     shortReason(*late, m_settings), now - late->waited, now);
     }
 }
 

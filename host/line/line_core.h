@@ -88,6 +88,7 @@ private:
     void blockSettled(const RequestEnd& end);
     void recipeEnded();
     bool blockUnderWay() const;
+    void noteOverdueRead(qint64 now);
     void noteLink(const RequestEnd& end);
     void tellTags();
 

@@ -80,6 +80,7 @@ void TagBoard::wordsRead(const WordRange& read, const FetchFunction& fetch, qint
             continue;
         }
         markRead(&entry, read, now);
+        settlePending(index);
         if (entry.dirty && !entry.inPieces()) {
             if (words.isEmpty()) {
                 words = fetch(read);
@@ -94,6 +95,7 @@ void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
     if (covers(read, entry->words)) {
         entry->wordReadAt.clear();
         entry->status.readAt = now;
+        entry->written = false;
         return;
     }
     if (!entry->inPieces()) {
@@ -120,6 +122,8 @@ void TagBoard::scanEnded(const FetchFunction& fetch, qint64 now) {
             continue;
         }
         entry.status.readAt = oldest;
+        entry.written = false;
+        settlePending(index);
         if (entry.dirty) {
             takeValue(index, entry.words, fetch(entry.words), now);
         }
@@ -184,6 +188,7 @@ void TagBoard::judge(int index, qint64 now) {
     if (state != status.state) {
         status.state = state;
         changed(index);
+        settlePending(index);
     }
     explain(&entry, failed);
 }
@@ -222,23 +227,36 @@ void TagBoard::lookAt(const WordRange& words) {
 
 void TagBoard::writeBegun(const WordRange& words) {
     for (const int index : touching(words)) {
-        Entry& entry = m_entries[index];
-        if (++entry.writes == 1) {
-            entry.status.pending = true;
-            changed(index);
-        }
+        ++m_entries[index].writes;
+        settlePending(index);
     }
 }
 
-void TagBoard::writeEnded(const WordRange& words) {
+void TagBoard::writeEnded(const WordRange& words, WriteEnd end, qint64 now) {
     for (const int index : touching(words)) {
         Entry& entry = m_entries[index];
         // What the driver announced while it had the write was not looked at.
         entry.dirty = true;
-        if (entry.writes > 0 && --entry.writes == 0) {
-            entry.status.pending = false;
-            changed(index);
-        }
+        entry.writes = std::max(0, entry.writes - 1);
+        entry.written = entry.written || end == WriteEnd::Taken;
+        settlePending(index);
+    }
+    if (end == WriteEnd::Perhaps) {
+        readFailed(words,
+                   QStringLiteral("perhaps written: no answer says so, and it has not been "
+                                  "read since"),
+                   now, now);
+    }
+}
+
+void TagBoard::settlePending(int index) {
+    Entry& entry = m_entries[index];
+    // A stale value says already that it is not what the PLC holds.
+    const bool fresh = entry.status.state == TagState::Fresh;
+    const bool pending = entry.writes > 0 || (entry.written && fresh);
+    if (pending != entry.status.pending) {
+        entry.status.pending = pending;
+        changed(index);
     }
 }
 

@@ -51,7 +51,15 @@ public:
 
     /// Writes that are not settled, counted: each begun one ends once.
     void writeBegun(const WordRange& words);
-    void writeEnded(const WordRange& words);
+    /// `taken`: the PLC has acknowledged it; the tags are pending until they are read again.
+    /// `perhaps`: it may have executed it; the tags are stale until they are read again.
+    enum class WriteEnd { Taken, Perhaps, NotExecuted };
+    void writeEnded(const WordRange& words, WriteEnd end, qint64 now);
+    /// A read of these words waits for its answer for too long: they are stale before it has
+    /// failed.
+    void readOverdue(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
+        readFailed(asked, reason, since, now);
+    }
     /// While the driver has a write in its hands, its cache shows what is being written and not
     /// what the PLC holds: readings of these words are passed over. Length 0 ends it.
     void setInDriversHands(const WordRange& words) { m_inDriversHands = words; }
@@ -76,8 +84,9 @@ private:
         /// bring all its words.
         QVector<qint64> wordReadAt;
         qint64 failedAt = -1;
-        bool dirty = true; ///< the driver may have another value
-        int writes = 0;    ///< not settled
+        bool dirty = true;    ///< the driver may have another value
+        int writes = 0;       ///< not settled
+        bool written = false; ///< and not read since
 
         bool inPieces() const { return !wordReadAt.isEmpty(); }
     };
@@ -87,6 +96,7 @@ private:
     void takeValue(int index, const WordRange& read, const Items& words, qint64 now);
     void judge(int index, qint64 now);
     void explain(Entry* entry, bool failed);
+    void settlePending(int index);
     void changed(int index) { m_changed.append(index); }
 
     QVector<Tag> m_tags;

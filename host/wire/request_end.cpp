@@ -176,8 +176,9 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
         return QStringLiteral("wrong length: replies of %1 to %2").arg(plc, requestText(end));
     }
     if (nothingHasComeYet(end)) {
-        return QStringLiteral("no answer yet: waiting for %1 since %2")
-            .arg(plc, secondsText(end.waited));
+        return QStringLiteral("no answer: still waiting in the first try of %1 ms to %2")
+            .arg(settings.timeoutMs)
+            .arg(plc);
     }
     return QStringLiteral("no answer: %1 of %2 ms to %3")
         .arg(counted(end.tries, "try", "tries"))

@@ -195,6 +195,20 @@ TEST_F(PanelTerminal, watch_longWriteWhoseFirstPieceIsRefused_saysSoAndWritesNot
     EXPECT_LT(m_screen.find("written: AR"), 0);
 }
 
+/// One read, then nothing until the write, none of whose tries arrives.
+TEST_F(PanelTerminal, watch_writeWithoutAnswer_isPendingAndThenNotKnown) {
+    startPlc({"--faults", "silent 2-4"});
+    watch({"DM:5", "--scan-interval", "60000", "--timeout", "600"});
+    ASSERT_TRUE(shows("last end code 0000 normal"));
+    type("\r77\r");
+    EXPECT_TRUE(waitFor([&] { return m_screen.line(2).contains("writing"); }));
+    EXPECT_TRUE(waitFor([&] { return m_screen.line(2).contains("stale"); }));
+    EXPECT_TRUE(shows("writing DM 5 (1 word) failed; perhaps written: DM 5 (1 word), though no"));
+    EXPECT_FALSE(m_screen.line(2).contains("77"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
 TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) {
     startPlc({"--mode", "program", "--writes-in", "monitor"});
     watch({"--allow-mode-change", "DM:5"});

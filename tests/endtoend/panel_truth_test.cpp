@@ -302,6 +302,64 @@ TEST_F(PanelTruth, tagNoLongerRefreshed_isStaleAndThenFreshAgain) {
     EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
 }
 
+/// How long a try may take says nothing of how old a value may be.
+TEST_F(PanelTruth, tagOfADeadPlc_isStaleLongBeforeALongTryEnds) {
+    startPlc({"--faults", "silent 5-100000"});
+    Running watch;
+    startPanel(&watch, {"watch", "DM:100", "--timeout", "60000", "--scan-interval", "50"});
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(watch.waitFor("DM 100  stale: 0  (no answer: still waiting in the first try of "
+                              "60000 ms"))
+        << plain(watch.output());
+    EXPECT_LT(timer.elapsed(), 10000);
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+/// The scan interval is long as well: no scan is missed, but the try is overdue.
+TEST_F(PanelTruth, tagUnderAnOverdueTry_isStaleBeforeScansAreMissed) {
+    startPlc({"--faults", "silent 2-100000"});
+    Running watch;
+    startPanel(&watch, {"watch", "DM:100", "--timeout", "60000", "--scan-interval", "3000"});
+    EXPECT_TRUE(watch.waitFor("DM 100  stale: 0  (no answer: still waiting in the first try"))
+        << plain(watch.output());
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
+/// Ten blocks: a bad spell in which each first try is lost makes a scan of three seconds; when it
+/// is over, dead tags are not believed for three times as long.
+TEST_F(PanelTruth, badSpell_doesNotMakeDeadTagsFreshForLong) {
+    QStringList lost;
+    for (int request = 101; request < 121; request += 2) {
+        lost.append(QString::number(request));
+    }
+    startPlc({"--faults", "silent " + lost.join(", ") + "; silent 200-100000"});
+    QStringList arguments{"watch", "--timeout",         "300", "--retries", "20", "--scan-interval",
+                          "20",    "--words-per-frame", "1"};
+    for (int block = 0; block < 10; ++block) {
+        arguments.append(QString("DM:%1").arg(100 * block));
+    }
+    Running watch;
+    startPanel(&watch, arguments);
+    const auto each = [](const char* state, int times) {
+        return [state, times](const QString& output) {
+            for (int block = 0; block < 10; ++block) {
+                if (output.count(QString("DM %1  %2").arg(100 * block).arg(state)) < times) {
+                    return false;
+                }
+            }
+            return true;
+        };
+    };
+    ASSERT_TRUE(watch.waitFor(each("stale: 0", 1))) << plain(watch.output()); // the bad spell
+    ASSERT_TRUE(watch.waitFor(each("0\n", 2))) << plain(watch.output());
+    QElapsedTimer timer;
+    timer.start();
+    ASSERT_TRUE(watch.waitFor(each("stale: 0", 2))) << plain(watch.output());
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_EQ(watch.stop(SIGTERM).exitCode, 0);
+}
+
 TEST_F(PanelTruth, writtenValueThatThePlcRefused_isNotKeptOnTheScreen) {
     startPlc({"--mode", "run"});
     EXPECT_EQ(panel({"write", "AR", "5", "9"}).exitCode, 1);

@@ -173,7 +173,7 @@ TEST(LinePoll, longTimeout_theOverdueTryTells) {
     };
     ASSERT_TRUE(line.runUntil([&] { return line.shown(0) == "stale"; }, 2 * SECOND));
     line.run(SECOND / 2);
-    EXPECT_EQ(line.status(0).reason.left(13).toStdString(), "no answer yet");
+    EXPECT_EQ(line.status(0).reason.left(13).toStdString(), "no answer: st");
     EXPECT_TRUE(line.core->requestInTrouble().has_value());
 }
 

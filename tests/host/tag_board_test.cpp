@@ -292,7 +292,7 @@ TEST_F(HostTagBoard, pieceReadWhileTheDriverWrites_makesNoWholeValue) {
     EXPECT_EQ(state(0), TagState::NotRead);
 }
 
-TEST_F(HostTagBoard, writes_areCountedAndPendingUntilTheLastIsSettled) {
+TEST_F(HostTagBoard, writes_arePendingUntilTheLastIsSettledAndTheTagIsReadAgain) {
     tags({tagAt("DM", 100), tagAt("DM_bit", 100 * 16, 1, ValueType::Bool), tagAt("DM", 102)});
     read(100, 3);
     m_board.takeChanged();
@@ -302,12 +302,39 @@ TEST_F(HostTagBoard, writes_areCountedAndPendingUntilTheLastIsSettled) {
     EXPECT_TRUE(m_board.at(0).pending);
     EXPECT_FALSE(m_board.at(2).pending);
     EXPECT_EQ(shown(0), 0); // the value is still the one last read
-    m_board.writeEnded({"DM", 100, 1});
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Taken, m_now);
+    EXPECT_TRUE(m_board.at(0).pending);
+    read(100, 3); // the other write has not been settled
     EXPECT_TRUE(m_board.at(0).pending);
     EXPECT_TRUE(m_board.takeChanged().isEmpty());
-    m_board.writeEnded({"DM", 99, 2});
+    m_board.writeEnded({"DM", 99, 2}, TagBoard::WriteEnd::Taken, m_now);
+    EXPECT_TRUE(m_board.at(0).pending); // the PLC holds another value than was read
+    read(100, 3);
     EXPECT_FALSE(m_board.at(0).pending);
     EXPECT_EQ(m_board.takeChanged(), (QVector<int>{0, 1}));
+}
+
+TEST_F(HostTagBoard, writeNotExecuted_isPendingNoLonger) {
+    tags({tagAt("DM", 100)});
+    read(100, 1);
+    m_board.writeBegun({"DM", 100, 1});
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::NotExecuted, m_now);
+    EXPECT_FALSE(m_board.at(0).pending);
+    EXPECT_EQ(state(0), TagState::Fresh);
+}
+
+TEST_F(HostTagBoard, writePerhapsExecuted_isStaleUntilTheTagIsReadAgain) {
+    tags({tagAt("DM", 100)});
+    read(100, 1);
+    m_now += 1000;
+    m_board.writeBegun({"DM", 100, 1});
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Perhaps, m_now);
+    EXPECT_FALSE(m_board.at(0).pending);
+    EXPECT_EQ(state(0), TagState::Stale);
+    EXPECT_TRUE(m_board.at(0).reason.startsWith("perhaps written: "));
+    m_now += 1000;
+    read(100, 1);
+    EXPECT_EQ(state(0), TagState::Fresh);
 }
 
 TEST_F(HostTagBoard, afterAWrite_theNextReadingIsFetched) {
@@ -315,7 +342,7 @@ TEST_F(HostTagBoard, afterAWrite_theNextReadingIsFetched) {
     read(100, 1);
     m_value = 5; // the driver has announced it while it had the write in its hands, or not at all
     m_board.writeBegun({"DM", 100, 1});
-    m_board.writeEnded({"DM", 100, 1});
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Taken, m_now);
     EXPECT_EQ(shown(0), 0);
     read(100, 1);
     EXPECT_EQ(shown(0), 5);

@@ -111,7 +111,7 @@ TEST(ShortReason, nothingHasComeYet_saysThatItWaits) {
     waiting.tries = 1;
     waiting.waited = 1200000;
     EXPECT_EQ(plain(shortReason(waiting, settings())),
-              "no answer yet: waiting for 192.168.250.1:9600 since 1.20 s");
+              "no answer: still waiting in the first try of 500 ms to 192.168.250.1:9600");
 }
 
 TEST(FailureReason, refusalAfterModeChange_tellsBoth) {
