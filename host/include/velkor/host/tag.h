@@ -46,7 +46,8 @@ class VELKOR_HOST_EXPORT TagStatus {
 public:
     TagState state = TagState::NotRead;
     /// A write to one of its words or bits is not settled, or was taken and the (fresh) value was
-    /// read before that: the PLC holds another value, or is about to. The value is the one last read.
+    /// read before that: the PLC holds another value, or is about to. The value is the one last
+    /// read.
     bool pending = false;
     qint64 readAt = -1;    ///< when the word read longest ago was read
     qint64 changedAt = -1; ///< when a reading last differed from the one before
