@@ -1,6 +1,6 @@
 #include "panel/commands/commands.h"
-#include "panel/printable.h"
-#include "panel/standard_output.h"
+#include "panel/output/printable.h"
+#include "panel/output/standard_output.h"
 #include "panel/watch/end_signals.h"
 
 #include <QtCore/QCoreApplication>

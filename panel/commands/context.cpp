@@ -1,6 +1,6 @@
 #include "panel/commands/context.h"
 
-#include "panel/printable.h"
+#include "panel/output/printable.h"
 
 namespace panel {
 namespace {

@@ -3,8 +3,8 @@
 
 /// What every command has at hand.
 
-#include "panel/csv_reader.h"
-#include "panel/options.h"
+#include "panel/files/csv_reader.h"
+#include "panel/options/options.h"
 
 #include <velkor/host/driver_registers.h>
 

@@ -1,6 +1,6 @@
 #include "panel/commands/outcome_text.h"
 
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 #include <velkor/host/line.h>
 

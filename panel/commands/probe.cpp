@@ -1,6 +1,6 @@
 #include "panel/commands/commands.h"
 #include "panel/commands/open_lines.h"
-#include "panel/output.h"
+#include "panel/output/output.h"
 #include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>

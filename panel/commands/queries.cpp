@@ -1,5 +1,5 @@
 #include "panel/commands/commands.h"
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 namespace panel {
 

@@ -1,10 +1,10 @@
 #include "panel/commands/commands.h"
 #include "panel/commands/open_lines.h"
 #include "panel/commands/outcome_text.h"
-#include "panel/file_access.h"
-#include "panel/output.h"
-#include "panel/printable.h"
-#include "panel/recipe_file.h"
+#include "panel/files/file_access.h"
+#include "panel/files/recipe_file.h"
+#include "panel/output/output.h"
+#include "panel/output/printable.h"
 #include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>

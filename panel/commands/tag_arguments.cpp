@@ -1,7 +1,7 @@
 #include "panel/commands/tag_arguments.h"
 
-#include "panel/file_access.h"
-#include "panel/tag_file.h"
+#include "panel/files/file_access.h"
+#include "panel/files/tag_file.h"
 
 namespace panel {
 namespace {

@@ -2,7 +2,7 @@
 #include "panel/commands/open_lines.h"
 #include "panel/commands/outcome_text.h"
 #include "panel/commands/tag_arguments.h"
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 #include <velkor/host/end_codes.h>
 

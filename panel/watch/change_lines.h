@@ -3,7 +3,7 @@
 
 /// watch without a terminal: one line for each change of a value or of its state.
 
-#include "panel/output.h"
+#include "panel/output/output.h"
 #include "panel/watch/watched_tags.h"
 
 namespace panel {

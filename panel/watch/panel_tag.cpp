@@ -1,6 +1,6 @@
 #include "panel/watch/panel_tag.h"
 
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 namespace panel {
 namespace {

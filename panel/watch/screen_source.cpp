@@ -1,6 +1,6 @@
 #include "panel/watch/screen_source.h"
 
-#include "panel/output.h"
+#include "panel/output/output.h"
 #include "panel/picture/cells.h"
 
 #include <velkor/host/end_codes.h>

@@ -1,4 +1,4 @@
-#include "panel/csv_reader.h"
+#include "panel/files/csv_reader.h"
 
 #include "panel/text.h"
 

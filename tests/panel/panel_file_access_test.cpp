@@ -1,4 +1,4 @@
-#include "panel/file_access.h"
+#include "panel/files/file_access.h"
 
 #include "panel/text.h"
 

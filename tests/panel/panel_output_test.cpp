@@ -1,4 +1,4 @@
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 #include "panel/text.h"
 

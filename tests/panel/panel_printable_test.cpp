@@ -1,4 +1,4 @@
-#include "panel/printable.h"
+#include "panel/output/printable.h"
 
 #include "panel/text.h"
 

@@ -1,4 +1,4 @@
-#include "panel/recipe_file.h"
+#include "panel/files/recipe_file.h"
 
 #include "panel/fake_catalogue.h"
 #include "panel/text.h"

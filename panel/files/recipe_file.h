@@ -1,9 +1,9 @@
-#ifndef VELKOR_PANEL_RECIPE_FILE_H
-#define VELKOR_PANEL_RECIPE_FILE_H
+#ifndef VELKOR_PANEL_FILES_RECIPE_FILE_H
+#define VELKOR_PANEL_FILES_RECIPE_FILE_H
 
 /// Recipes: a CSV file that lays variables into the recipe buffer, and a CSV file of their values.
 
-#include "panel/csv_reader.h"
+#include "panel/files/csv_reader.h"
 #include "panel/host_names.h"
 #include <velkor/host/registers.h>
 #include <velkor/host/value.h>

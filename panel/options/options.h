@@ -1,10 +1,10 @@
-#ifndef VELKOR_PANEL_OPTIONS_H
-#define VELKOR_PANEL_OPTIONS_H
+#ifndef VELKOR_PANEL_OPTIONS_OPTIONS_H
+#define VELKOR_PANEL_OPTIONS_OPTIONS_H
 
 /// The command line.
 
 #include "panel/host_names.h"
-#include "panel/output.h"
+#include "panel/output/output.h"
 
 #include <velkor/host/line.h>
 

@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_FILE_ACCESS_H
-#define VELKOR_PANEL_FILE_ACCESS_H
+#ifndef VELKOR_PANEL_FILES_FILE_ACCESS_H
+#define VELKOR_PANEL_FILES_FILE_ACCESS_H
 
 /// Files that a user names: read whole, saved whole.
 

@@ -1,4 +1,4 @@
-#include "panel/recipe_file.h"
+#include "panel/files/recipe_file.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QSet>

@@ -1,4 +1,4 @@
-#include "panel/options.h"
+#include "panel/options/options.h"
 
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QSet>

@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_PRINTABLE_H
-#define VELKOR_PANEL_PRINTABLE_H
+#ifndef VELKOR_PANEL_OUTPUT_PRINTABLE_H
+#define VELKOR_PANEL_OUTPUT_PRINTABLE_H
 
 /// Text from outside (files, arguments) on its way to a terminal, to which a control character is a
 /// command.

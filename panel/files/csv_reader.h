@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_CSV_READER_H
-#define VELKOR_PANEL_CSV_READER_H
+#ifndef VELKOR_PANEL_FILES_CSV_READER_H
+#define VELKOR_PANEL_FILES_CSV_READER_H
 
 /// Comma-separated values with the quoting of RFC 4180: a field in double quotes may hold commas,
 /// line ends and, doubled, quotes. UTF-8, with or without a byte order mark. Lines end in LF or

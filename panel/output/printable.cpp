@@ -1,4 +1,4 @@
-#include "panel/printable.h"
+#include "panel/output/printable.h"
 
 #include <QtCore/QStringList>
 #include <QtCore/QVector>

@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_STANDARD_OUTPUT_H
-#define VELKOR_PANEL_STANDARD_OUTPUT_H
+#ifndef VELKOR_PANEL_OUTPUT_STANDARD_OUTPUT_H
+#define VELKOR_PANEL_OUTPUT_STANDARD_OUTPUT_H
 
 /// Standard output that may be lost before the work is done: a pipe whose reader has gone, a full
 /// disk. The one mark of it is a status of the stream that is not Ok.

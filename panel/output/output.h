@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_OUTPUT_H
-#define VELKOR_PANEL_OUTPUT_H
+#ifndef VELKOR_PANEL_OUTPUT_OUTPUT_H
+#define VELKOR_PANEL_OUTPUT_OUTPUT_H
 
 /// Records on standard output: an aligned table, CSV, or JSON with one object a line.
 

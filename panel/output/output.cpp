@@ -1,6 +1,6 @@
-#include "panel/output.h"
+#include "panel/output/output.h"
 
-#include "panel/csv_reader.h"
+#include "panel/files/csv_reader.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>

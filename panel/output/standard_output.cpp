@@ -1,4 +1,4 @@
-#include "panel/standard_output.h"
+#include "panel/output/standard_output.h"
 
 #include "panel/commands/context.h"
 

@@ -1,4 +1,4 @@
-#include "panel/tag_file.h"
+#include "panel/files/tag_file.h"
 
 #include <QtCore/QPair>
 #include <QtCore/QSet>

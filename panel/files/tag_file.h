@@ -1,9 +1,9 @@
-#ifndef VELKOR_PANEL_TAG_FILE_H
-#define VELKOR_PANEL_TAG_FILE_H
+#ifndef VELKOR_PANEL_FILES_TAG_FILE_H
+#define VELKOR_PANEL_FILES_TAG_FILE_H
 
 /// The list of tags: a CSV file or arguments of the form REGISTER:ADDRESS[:COUNT].
 
-#include "panel/csv_reader.h"
+#include "panel/files/csv_reader.h"
 #include "panel/host_names.h"
 #include "panel/watch/panel_tag.h"
 #include <velkor/host/registers.h>

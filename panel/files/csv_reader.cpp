@@ -1,6 +1,6 @@
-#include "panel/csv_reader.h"
+#include "panel/files/csv_reader.h"
 
-#include "panel/printable.h"
+#include "panel/output/printable.h"
 
 namespace panel {
 namespace {
