@@ -305,7 +305,7 @@ QString Line::Private::wrongItems(const QString& reg, int address, qint64 count)
 }
 
 QString Line::Private::wrongWrite(const QString& reg, int address, const Items& items) const {
-    const QString wrong = wrongItems(reg, address, items.size());
+    QString wrong = wrongItems(reg, address, items.size());
     if (!wrong.isEmpty() || !isBitRegister(reg)) {
         return wrong;
     }

@@ -100,7 +100,9 @@ LineSettings FaultRun::lineSettings() const {
     LineSettings settings;
     settings.plc = {QHostAddress(QHostAddress::LocalHost), m_plc.port()};
     settings.wordsPerFrame = WORDS_PER_FRAME;
-    settings.timeoutMs = 60;
+    // Without faults every try is to be answered, however busy the machine is: what is executed
+    // twice then was written twice.
+    settings.timeoutMs = m_settings.faults.isEmpty() ? 5000 : 60;
     settings.scanMs = 250;
     settings.allowModeChange = m_settings.switchMode;
     settings.driverFile = m_settings.driver;

@@ -120,7 +120,7 @@ private:
 QString Load::startPlcs() {
     for (int index = 0; index < m_settings.lines; ++index) {
         m_plcs.push_back(std::make_unique<PlcProcess>());
-        const QString fault = m_plcs.back()->start(m_settings.plc, {});
+        QString fault = m_plcs.back()->start(m_settings.plc, {});
         if (!fault.isEmpty()) {
             return fault;
         }
