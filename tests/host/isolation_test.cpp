@@ -103,6 +103,14 @@ TEST(Isolation, addressInAGap_isReportedAsAGap) {
     EXPECT_EQ(plain(isolation.gaps()), "DM 103+4");
 }
 
+TEST(Isolation, gapBesideACulprit_isNotSuspected) {
+    const QVector<WordRange> tags{{"DM", 0, 1}, {"DM", 5, 1}, {"DM", 10, 1}, {"DM", 15, 1}};
+    Isolation isolation({"DM", 0, 16}, tags, refusalWith(0x1103));
+    search(&isolation, {{"DM", 5, 1}});
+    EXPECT_EQ(plain(isolation.refused()), "DM 5+1");
+    EXPECT_EQ(plain(isolation.gaps()), "");
+}
+
 TEST(Isolation, tagPartlyBad_isRefusedAsAWhole) {
     Isolation isolation({"DM", 100, 9}, {{"DM", 100, 3}, {"DM", 103, 3}, {"DM", 106, 3}},
                         refusalWith(0x1103));
@@ -173,6 +181,9 @@ TEST(Isolation, randomPlcs_onlyBadTagsAreRefusedAndWhatIsLeftCanBeRead) {
         EXPECT_FALSE(isolation.refused().isEmpty() && isolation.gaps().isEmpty()) << round;
         for (const RefusedRange& refused : isolation.refused()) {
             EXPECT_TRUE(crosses(refused.range, bad)) << round;
+        }
+        for (const WordRange& gap : isolation.gaps()) {
+            EXPECT_TRUE(crosses(gap, bad)) << round;
         }
         for (const WordRange& tag : tags) {
             const bool found = std::any_of(

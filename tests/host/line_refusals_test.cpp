@@ -205,29 +205,33 @@ TEST(LineRefusals, releasedTag_isNotFreshBeforeItHasBeenReadAgain) {
     }
 }
 
-TEST(LineRefusals, blockThatVanishesWhileAnotherPartIsAskedFor_doesNotEndThePolling) {
-    // DM 5 lies in a gap and is refused, so DM 10 is read apart. With three writes before it the
-    // driver puts its own block, DM 0, before that read; now DM 0 is refused too, and DM 10 becomes
-    // the driver's block.
+/// The PLC begins to refuse a block after so many steps of 400 microseconds.
+class RefusedInBetween : public testing::TestWithParam<int> {};
+
+TEST_P(RefusedInBetween, whileAReadApartIsInTheDriversHands_doesNotEndThePolling) {
+    // DM 5 lies in a gap and is refused, so DM 10 is read apart. Behind three writes the driver
+    // puts its own block, DM 0, before that read. When just then DM 0 is refused, DM 10 becomes a
+    // block.
     SimulatedLine line(longFrames());
     line.machine.refusals.push_back({0x82, 5, 5, 0x1103});
     line.setTags({tagAt("DM", 0), tagAt("DM", 10)});
     ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }, 2 * SECOND));
-    bool refusing = false;
-    for (int round = 0; round < 200; ++round) {
-        if (round == 100 && !refusing) {
-            refusing = true;
-            line.machine.refusals.push_back({0x82, 0, 0, 0x1103});
-        }
-        line.write("HR", 1, {static_cast<quint16>(round)});
-        line.run(1500);
+    const int scans = line.scans;
+    ASSERT_TRUE(line.runUntil([&] { return line.scans > scans; }, SECOND));
+    line.run(90000);
+    for (int number = 0; number < 20; ++number) {
+        line.write("HR", 1, {static_cast<quint16>(number)});
     }
+    line.run(GetParam() * 400);
+    line.machine.refusals.push_back({0x82, 0, 0, 0x1103});
     line.run(SECOND);
     EXPECT_EQ(line.shown(0), "refused");
     line.machine.setDm(10, 42);
     line.run(SECOND);
     EXPECT_EQ(line.shown(1), "42");
 }
+
+INSTANTIATE_TEST_SUITE_P(Steps, RefusedInBetween, testing::Range(0, 80));
 
 TEST(LineRefusals, retriesAreMadeThoughEveryScanIsLate) {
     LineSettings settings = longFrames();
