@@ -75,6 +75,13 @@ TEST_F(ScreenKeys, bytesThatAreNoCharacter_areLeftOut) {
     EXPECT_EQ(plain(m_text), "a");
 }
 
+TEST_F(ScreenKeys, strayBeginningOfACharacter_swallowsNoKey) {
+    m_decoder.feed("\xF0");
+    m_decoder.feed("q");
+    m_decoder.feed("ab");
+    EXPECT_EQ(plain(m_text), "qab");
+}
+
 TEST_F(ScreenKeys, unknownSequence_isSwallowedWhole) {
     m_decoder.feed("\x1b[15;2~q");
     m_decoder.feed("\x1b[24");
