@@ -78,7 +78,7 @@ int main(int argc, char** argv) {
     right.onRecipe = [&](const RecipeOutcome& outcome) {
         std::printf("recipe: %s\n", qPrintable(recipeBlocksText(outcome)));
         if (outcome.result == RecipeResult::Done) {
-            QTimer::singleShot(500, [] { QCoreApplication::quit(); });
+            QTimer::singleShot(500, QCoreApplication::instance(), SLOT(quit()));
         } else {
             fail("the PLC on the right does not hold the recipe");
         }

@@ -36,7 +36,7 @@ QStringList libraryFolders() {
 /// Empty when there is none.
 QString findLibrary() {
     for (const QString& folder : libraryFolders()) {
-        const QString file = QDir(folder).filePath(libraryName());
+        QString file = QDir(folder).filePath(libraryName());
         if (QFileInfo(file).isFile()) {
             return file;
         }
@@ -94,7 +94,7 @@ void DriverCopy::unload() {
 QString DriverCopy::load(const QString& file) {
     unload();
     QByteArray bytes;
-    const QString unreadable = readLibrary(file, &bytes);
+    QString unreadable = readLibrary(file, &bytes);
     if (!unreadable.isEmpty()) {
         return unreadable;
     }

@@ -13,7 +13,7 @@ DriverRegisters::~DriverRegisters() = default;
 
 QString DriverRegisters::load(const QString& driverFile) {
     m_registers.clear();
-    const QString fault = m_driver->load(driverFile);
+    QString fault = m_driver->load(driverFile);
     if (!fault.isEmpty()) {
         return fault;
     }

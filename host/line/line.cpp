@@ -245,6 +245,11 @@ bool Line::Private::wanted(const Notice& notice) const {
                                   notice);
 }
 
+/// Keeps something until the event loop has been reached again.
+struct Keeper : QObject {
+    std::shared_ptr<void> kept;
+};
+
 /// The host may close or destroy the line from inside any of these.
 void Line::Private::deliver() {
     const std::shared_ptr<Private> alive = shared_from_this();
@@ -255,7 +260,9 @@ void Line::Private::deliver() {
     }
     if (line == nullptr) {
         // This is called by a timer of the object's own: it outlives the call.
-        QTimer::singleShot(0, [alive] {});
+        auto* const keeper = new Keeper;
+        keeper->kept = alive;
+        keeper->deleteLater();
     }
 }
 

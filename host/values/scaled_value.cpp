@@ -6,15 +6,19 @@
 namespace velkor_host {
 namespace {
 
-/// How far a scaled text may be from a raw number, relative to it, and still mean it: decimal
-/// fractions such as 70.6 / 0.1 are not exact in binary.
+/// How far a scaled text may be from a raw number and still mean it: decimal fractions such as
+/// 70.6 / 0.1 are not exact in binary. Some units in the last place of the largest raw numbers.
 const double TOLERANCE = 1e-9;
+const double RELATIVE_TOLERANCE = 2e-15;
+/// As many digits as a double holds for certain: more than any raw number has, and few enough to
+/// leave out what binary fractions add.
+const int DIGITS = 15;
 
 QString numberText(double value, int decimals) {
     if (decimals >= 0) {
         return QString::number(value, 'f', decimals);
     }
-    QString text = QString::number(value, 'g', 9);
+    QString text = QString::number(value, 'g', DIGITS);
     return text == QLatin1String("-0") ? QStringLiteral("0") : text;
 }
 
@@ -36,7 +40,7 @@ QString rawText(ValueType type, const QString& text, const Scaling& scaling, QSt
         return QString::number(raw, 'g', 9);
     }
     const double nearest = std::round(raw);
-    if (std::abs(raw - nearest) > TOLERANCE * std::max(1.0, std::abs(raw))) {
+    if (std::abs(raw - nearest) > TOLERANCE + RELATIVE_TOLERANCE * std::abs(raw)) {
         *wrong =
             QStringLiteral("\"%1\" cannot be written exactly; the nearest values are %2 and %3")
                 .arg(text, numberText(scaled(std::floor(raw), scaling), -1),

@@ -152,6 +152,10 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
                        .arg(endpointText(settings.plc), tries)
                        .arg(settings.timeoutMs)
                        .arg(secondsText(end.waited));
+    if (end.refusals > 0) {
+        text += QStringLiteral("; the PLC had refused %1 before that: end code %2")
+                    .arg(counted(end.refusals, "try", "tries"), endCodeText(end.endCode));
+    }
     if (end.strange > 0) {
         text += QStringLiteral("; %1 came that %2 no reply to it")
                     .arg(counted(end.strange, "datagram", "datagrams"),

@@ -242,7 +242,7 @@ void RecipeWork::fetch(const std::vector<unsigned short>& buffer) {
     for (int index = 0; index < m_outcome.variables.size(); ++index) {
         RecipeVariable& variable = m_outcome.variables[index];
         for (int word = 0; word < variable.count; ++word) {
-            const quint16 found = buffer[static_cast<std::size_t>(m_offsets.at(index) + word)];
+            const quint16 found = buffer.at(std::size_t(m_offsets.at(index)) + std::size_t(word));
             if (!m_readingBack) {
                 variable.words.resize(variable.count);
                 variable.words[word] = found;

@@ -117,7 +117,7 @@ int runProbe(const Context& context) {
         const RequestEnd& settled = outcome.last;
         ++findings.asked;
         // A refusal is an answer too.
-        const bool answered = settled.ok || settled.refused;
+        const bool answered = settled.ok || settled.refusals > 0;
         findings.answered += answered ? 1 : 0;
         findings.unansweredInARow = answered ? 0 : findings.unansweredInARow + 1;
         // The last try was not followed by another one.

@@ -57,10 +57,13 @@ public:
             end.setSingleShot(true);
             end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
         }
-        const int exitCode = QCoreApplication::exec();
+        int exitCode = QCoreApplication::exec();
         if (m_onScreen) {
             m_screen.close();
             printSummary();
+        }
+        if (tellUnsettled() && exitCode == EXIT_DONE) {
+            return EXIT_WORK_FAILED;
         }
         if (exitCode != EXIT_DONE && m_context.out.status() == QTextStream::Ok &&
             m_lines.captureIsWhole()) {
@@ -161,6 +164,23 @@ private:
                                   counted(failures, "failure", "failures"))
                              .arg(dropped);
         m_context.out.flush();
+    }
+
+    /// Writes whose end nobody has waited for. True: there were some, and standard error was told.
+    bool tellUnsettled() {
+        int writes = 0;
+        for (int line = 0; line < m_tags.lines(); ++line) {
+            writes += m_tags.line(line).pending();
+        }
+        if (writes > 0) {
+            m_context.fail(
+                EXIT_WORK_FAILED,
+                QStringLiteral("ended before %1 settled; the PLC may have got what was to "
+                               "be written, or not")
+                    .arg(writes == 1 ? QStringLiteral("a write was")
+                                     : QStringLiteral("%1 writes were").arg(writes)));
+        }
+        return writes > 0;
     }
 
     void explainFailure() {

@@ -51,7 +51,7 @@ private:
             error(QStringLiteral("this is no UTF-8; save the file as text in UTF-8"));
             m_foreign = true;
         } else if (character.category() == QChar::Other_Control) {
-            error(QStringLiteral("a control character (code %1); a file of values is plain text")
+            error(QStringLiteral("a control character (code %1); a file of this kind is plain text")
                       .arg(character.unicode()));
             m_foreign = true;
         }

@@ -332,8 +332,8 @@ QString argumentFault(const Options& options) {
         if (options.command == QLatin1String(command.name)) {
             if (options.plcs.size() > 1 && options.command != QLatin1String("watch") &&
                 options.command != QLatin1String("write")) {
-                return QStringLiteral("--plc is given %1 times; %2 takes one PLC, only watch takes "
-                                      "several")
+                return QStringLiteral("--plc is given %1 times; %2 takes one PLC; watch and write "
+                                      "TAGS.csv take several")
                     .arg(options.plcs.size())
                     .arg(options.command);
             }

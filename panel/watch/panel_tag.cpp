@@ -12,7 +12,11 @@ QString numberText(double value) {
 } // namespace
 
 Limit limitOf(const PanelTag& tag, const Items& items) {
+    const bool limited = tag.low || tag.high;
     for (const std::optional<double>& value : scaledValues(tag.tag.type, items, tag.tag.scaling)) {
+        if (!value && limited && tag.tag.type == ValueType::Float32) {
+            return Limit::Above; // infinite, or no number at all: inside no limits
+        }
         if (value && tag.low && *value < *tag.low) {
             return Limit::Below;
         }
@@ -45,7 +49,7 @@ QString shownValue(const PanelTag& tag, const TagStatus& status) {
     case TagState::Fresh:
         break;
     }
-    const QString text = valueWithUnit(tag, status.lastRead(), true);
+    QString text = valueWithUnit(tag, status.lastRead(), true);
     switch (limitOf(tag, status.lastRead())) {
     case Limit::Below:
         return text + QStringLiteral(" (low)");
@@ -70,7 +74,7 @@ QString parseTagValues(const PanelTag& tag, const QStringList& texts, bool force
                        const QString& howToForce, Items* items) {
     const bool text = tag.tag.type == ValueType::String;
     Items parsed;
-    const QString wrong =
+    QString wrong =
         parseScaled(tag.tag.type, texts, tag.tag.scaling, text ? tag.tag.count : 0, &parsed);
     if (!wrong.isEmpty()) {
         return wrong;

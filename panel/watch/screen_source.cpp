@@ -132,8 +132,8 @@ QString ScreenSource::startWrite(int tag, const QString& typed, bool force) {
                                   ? QStringList(typed)
                                   : typed.simplified().split(QLatin1Char(' '));
     Items items;
-    const QString wrong = parseTagValues(named, texts, force || m_force,
-                                         QStringLiteral("\"!\" behind the value"), &items);
+    QString wrong = parseTagValues(named, texts, force || m_force,
+                                   QStringLiteral("\"!\" behind the value"), &items);
     if (!wrong.isEmpty()) {
         return wrong;
     }

@@ -47,7 +47,7 @@ QString WatchedTags::start() {
         for (const int index : own) {
             tags.append(m_tags.at(index).tag);
         }
-        const QString fault = m_lines.at(line)->setTags(tags);
+        QString fault = m_lines.at(line)->setTags(tags);
         if (!fault.isEmpty()) {
             return fault;
         }

@@ -57,6 +57,7 @@ TEST(HostTags, takenFromSeveralThreads_areAllDifferent) {
     Listener listener;
     std::vector<std::vector<int>> taken(4);
     std::vector<std::thread> threads;
+    threads.reserve(taken.size());
     for (std::vector<int>& mine : taken) {
         threads.emplace_back([&mine, &listener] {
             for (int count = 0; count < 500; ++count) {

@@ -137,6 +137,17 @@ TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
     EXPECT_TRUE(failureReason(settled, settings()).contains("wrong length"));
 }
 
+TEST(FailureReason, lastTryUnansweredAfterRefusals_tellsTheRefusals) {
+    RequestEnd end = failedRead();
+    end.refusals = 2;
+    end.silent = 1;
+    end.endCode = 0x1103;
+    EXPECT_TRUE(
+        failureReason(end, settings())
+            .endsWith("; the PLC had refused 2 tries before that: end code 1103 address out "
+                      "of range"));
+}
+
 TEST(FailureReason, datagramsThatWereNoReply_areCounted) {
     RequestEnd end = failedRead();
     end.strange = 3;

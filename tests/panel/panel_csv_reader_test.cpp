@@ -90,7 +90,7 @@ TEST(ParseCsv, zeroByte_isNamedWithItsPlaceAndCutsNothing) {
     const CsvContent content = parseCsv(QByteArray("a,b\nc\0d,e\nf,g\n", 14));
     ASSERT_EQ(content.errors.size(), 1);
     EXPECT_EQ(plain(errorText("t.csv", content.errors.first())),
-              "t.csv:2:2: a control character (code 0); a file of values is plain text");
+              "t.csv:2:2: a control character (code 0); a file of this kind is plain text");
     EXPECT_EQ(content.rows.size(), 3);
 }
 

@@ -145,7 +145,7 @@ const Wrong WRONG[] = {
     {"plcEmptyName", {"--plc", "=10.0.0.1", "probe"}, "NAME=HOST[:PORT]"},
     {"severalPlcsForOneRead",
      {"--plc", "a=10.0.0.1", "--plc", "b=10.0.0.2", "read", "DM", "1"},
-     "only watch takes several"},
+     "take several"},
     {"onePortForSeveralPlcs",
      {"--plc", "a=10.0.0.1", "--plc", "b=10.0.0.2", "--bind", "10.0.0.9:9600", "watch", "a/DM:1"},
      "port 0 with several"},

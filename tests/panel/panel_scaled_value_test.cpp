@@ -48,6 +48,9 @@ const ScaledCase CASES[] = {
     {"negativeScale", ValueType::Uint16, by(-1), {5}, "-5"},
     // 100000 = 0x000186A0, low word first
     {"doubleWord", ValueType::Uint32, by(0.001), {0x86A0, 0x0001}, "100"},
+    // 1234567891 = 0x499602D3 and 4294967295: no digit is left out.
+    {"tenDigits", ValueType::Uint32, by(0.01), {0x02D3, 0x4996}, "12345678.91"},
+    {"largest", ValueType::Uint32, by(0.1), {0xFFFF, 0xFFFF}, "429496729.5"},
     {"bcd", ValueType::Bcd, by(0.1), {0x0155}, "15.5"},
     // 2.5 is 0x40200000
     {"float", ValueType::Float32, by(2), {0x0000, 0x4020}, "5"},
@@ -95,6 +98,9 @@ TEST_P(ScaledRefusal, parseScaled_noSuchRawNumber_saysWhatIsRightAndKeepsTheItem
 const RefusedCase REFUSED[] = {
     {"between", ValueType::Uint16, by(0.1), "70.65",
      "\"70.65\" cannot be written exactly; the nearest values are 70.6 and 70.7"},
+    {"betweenLargeOnes", ValueType::Uint32, by(0.01), "12345678.914",
+     "\"12345678.914\" cannot be written exactly; the nearest values are 12345678.91 and "
+     "12345678.92"},
     {"noNumber", ValueType::Uint16, by(0.1), "7l",
      "\"7l\" is no number; right is one such as 12.5"},
     {"infinite", ValueType::Uint16, by(0.1), "inf",

@@ -30,6 +30,16 @@ TEST(PanelTag, limitOf_atAndBeyondTheLimits) {
     EXPECT_EQ(limitOf(level(), {}), Limit::Inside);
 }
 
+TEST(PanelTag, limitOf_floatThatIsNoNumber_isInsideNoLimits) {
+    PanelTag tag;
+    tag.tag.type = ValueType::Float32;
+    tag.low = 0;
+    EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Above); // infinite
+    EXPECT_EQ(limitOf(tag, {0x0000, 0x7FC0}), Limit::Above); // no number
+    tag.low.reset();
+    EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Inside);
+}
+
 TEST(PanelTag, limitOf_withoutLimits_isInside) {
     PanelTag tag = level();
     tag.low.reset();
