@@ -18,6 +18,7 @@ namespace {
 
 const int STABLE_SCANS = 3;
 const int MISSING_SHOWN = 5;
+const int OUTPUT_CHECK_MS = 250;
 
 /// As the environment says, the most particular variable first.
 bool localeIsUnicode() {
@@ -56,6 +57,11 @@ public:
             QObject::connect(&end, &QTimer::timeout, [this] { timeIsUp(); });
             end.setSingleShot(true);
             end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
+        }
+        QTimer check; // the reader may leave while there is nothing to print
+        if (m_changes) {
+            QObject::connect(&check, &QTimer::timeout, [this] { checkOutput(); });
+            check.start(OUTPUT_CHECK_MS);
         }
         int exitCode = QCoreApplication::exec();
         if (m_onScreen) {
@@ -108,9 +114,6 @@ private:
         const bool quiet = !m_changedInScan.at(line) && m_tags.line(line).allFresh();
         m_quietScans[line] = quiet ? m_quietScans.at(line) + 1 : 0;
         m_changedInScan[line] = false;
-        if (m_changes) {
-            checkOutput();
-        }
         if (!m_lines.captureIsWhole()) {
             QCoreApplication::exit(EXIT_WORK_FAILED);
         }

@@ -1,6 +1,7 @@
 #include "panel/screen/screen.h"
 
 #include <cerrno>
+#include <cstring>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -13,11 +14,15 @@ const int ESCAPE_WAIT_MS = 50;
 } // namespace
 
 QString Screen::open() {
-    QString wrong = m_terminal.open();
+    QString wrong = takeSignals();
     if (!wrong.isEmpty()) {
         return wrong;
     }
-    takeSignals();
+    wrong = m_terminal.open();
+    if (!wrong.isEmpty()) {
+        giveSignalsBack();
+        return wrong;
+    }
     m_ended = false;
     m_view = std::make_unique<ScreenView>(m_model, m_terminal.isUnicode());
     m_decoder = std::make_unique<KeyDecoder>(m_terminal.keySequences());
@@ -72,18 +77,24 @@ void Screen::warn(const QString& text) {
     }
 }
 
-/// As calls from the event loop: a handler of the usual kind could not give the terminal back.
-void Screen::takeSignals() {
+/// As calls from the event loop: a handler of the usual kind could not give the terminal back. The
+/// result is empty, or says why not; then nobody would see a signal that is held.
+QString Screen::takeSignals() {
     sigset_t wanted;
     sigemptyset(&wanted);
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGWINCH}) {
         sigaddset(&wanted, signal);
     }
-    pthread_sigmask(SIG_BLOCK, &wanted, &m_maskBefore);
     m_signals = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
+    if (m_signals < 0) {
+        return QStringLiteral("cannot receive signals: ") +
+               QString::fromLocal8Bit(std::strerror(errno));
+    }
+    pthread_sigmask(SIG_BLOCK, &wanted, &m_maskBefore);
     m_signalInput = std::make_unique<QSocketNotifier>(m_signals, QSocketNotifier::Read);
     QObject::connect(m_signalInput.get(), &QSocketNotifier::activated, m_signalInput.get(),
                      [this] { readSignals(); });
+    return QString();
 }
 
 void Screen::giveSignalsBack() {

@@ -51,7 +51,7 @@ public:
     std::function<void()> onEnd;
 
 private:
-    void takeSignals();
+    QString takeSignals();
     void giveSignalsBack();
     void readSignals();
     void readKeys();

@@ -130,6 +130,18 @@ TEST_F(PanelFiles, inputWithoutEnd_isRefused) {
     }
 }
 
+TEST_F(PanelFiles, pipeWithoutEnd_isRefusedAndOneWithAnEndIsRead) {
+    startPlc();
+    const Ended endless = panelInShell("yes ,,, |", {"watch", "/dev/stdin"});
+    EXPECT_EQ(endless.exitCode, 2);
+    EXPECT_TRUE(endless.err.contains("longer than 8 MiB (8388608 bytes)")) << plain(endless.err);
+    const Ended read = panelInShell(
+        "printf 'name,register,address,type\\nlevel,DM,1,\\n' |",
+        {"watch", "/dev/stdin", "--scan-interval", "20", "--until-stable", "--seconds", "15"});
+    EXPECT_EQ(read.exitCode, 0) << plain(read.err);
+    EXPECT_TRUE(read.out.endsWith("  level  DM 1  0\n")) << plain(read.out);
+}
+
 TEST_F(PanelFiles, longestFileOfCommas_isRefusedInModerateMemory) {
     const QString commas = file("commas.csv", QByteArray(8 * 1024 * 1024, ','));
     const Ended ended = bare({"watch", commas});

@@ -40,6 +40,16 @@ TEST_F(PanelOutputEnd, watch_readerLeavesAndTheSignalIsIgnored_saysSo) {
                                 "any more\nexit code 1\n");
 }
 
+/// Nothing has been read yet that could be printed, and nothing will be for some time.
+TEST_F(PanelOutputEnd, watchOfASilentPlc_readerLeaves_endsAsOtherToolsDo) {
+    startPlc({"--faults", "silent 1-1000000"});
+    const Ended ended = panelInShell("{",
+                                     {"watch", "DM:5", "--format", "csv", "--timeout", "20000",
+                                      "--retries", "9", "--seconds", "15"},
+                                     "; echo \"exit code $?\" >&2; } | head -n 1");
+    EXPECT_EQ(plain(ended.err), "exit code 141\n");
+}
+
 TEST_F(PanelOutputEnd, longOutput_readerLeaves_endsAsOtherToolsDo) {
     const Ended ended = panelInShell("{", {"layout", "DM", "0", "32767", "1"},
                                      "; echo \"exit code $?\" >&2; } | head -n 1");

@@ -11,6 +11,7 @@
 #include <pty.h>
 #include <stdexcept>
 #include <sys/ioctl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -52,6 +53,10 @@ protected:
             throw std::runtime_error("velkor-panel did not start");
         }
         if (m_pid == 0) {
+            if (m_mostFiles > 0) {
+                const rlimit most = {m_mostFiles, m_mostFiles};
+                setrlimit(RLIMIT_NOFILE, &most);
+            }
             setenv("LC_ALL", "C.UTF-8", 1);
             setenv("TERM", "xterm-256color", 1);
             execv(argv.front(), argv.data());
@@ -130,6 +135,7 @@ protected:
         }
     }
 
+    rlim_t m_mostFiles = 0; ///< file descriptors of the program; 0: as many as the test
     pid_t m_pid = -1;
     int m_terminal = -1;
     termios m_before = {};
@@ -305,6 +311,27 @@ TEST_F(PanelTerminal, watch_scaledTag_isShownAndWrittenInItsUnit) {
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }
+
+class PanelTerminalFewFiles : public PanelTerminal, public testing::WithParamInterface<int> {};
+
+/// It ends when it is told to, or says why it cannot run: it never holds signals that it cannot
+/// receive.
+TEST_P(PanelTerminalFewFiles, watch_withSoManyDescriptors_isNotDeafToSignals) {
+    startPlc();
+    m_mostFiles = static_cast<rlim_t>(GetParam());
+    watch({"DM:5"});
+    if (shows("DM:5")) { // in the table, or in a line for each change
+        ASSERT_TRUE(signalProcess(m_pid, SIGTERM));
+        EXPECT_EQ(exitCode(), 0);
+    } else {
+        const QString shown = m_screen.lines().join(QString()); // the terminal has wrapped it
+        EXPECT_TRUE(shown.contains("Too many open files") || shown.contains("Error 24"))
+            << plain(shown);
+        EXPECT_GT(exitCode(), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, PanelTerminalFewFiles, testing::Range(4, 13));
 
 class PanelTerminalSignal : public PanelTerminal, public testing::WithParamInterface<int> {};
 
