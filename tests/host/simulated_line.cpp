@@ -76,7 +76,7 @@ QByteArray Machine::handle(const QByteArray& request, int forcedEndCode, qint64 
     if (!reply) {
         return QByteArray();
     }
-    const QByteArray bytes = arrayOf(*reply);
+    QByteArray bytes = arrayOf(*reply);
     if ((decodeFins(bytes).endCode & ~0x40) != 0) {
         return bytes;
     }
