@@ -245,11 +245,6 @@ bool Line::Private::wanted(const Notice& notice) const {
                                   notice);
 }
 
-/// Keeps something until the event loop has been reached again.
-struct Keeper : QObject {
-    std::shared_ptr<void> kept;
-};
-
 /// The host may close or destroy the line from inside any of these.
 void Line::Private::deliver() {
     const std::shared_ptr<Private> alive = shared_from_this();
@@ -258,12 +253,8 @@ void Line::Private::deliver() {
         notices.pop_front();
         tell(notice);
     }
-    if (line == nullptr) {
-        // This is called by a timer of the object's own: it outlives the call.
-        auto* const keeper = new Keeper;
-        keeper->kept = alive;
-        keeper->deleteLater();
-    }
+    // With a destroyed line all of this goes here, the timer included that calls it: nothing may be
+    // touched behind this.
 }
 
 template <typename Listener, typename... Arguments>
