@@ -5,7 +5,7 @@ set -eu
 cd "$(dirname "$0")/.."
 preset=${1:-release}
 shift || true
-folders=${*:-driver data scan fins host panel plc examples tests}
+folders=${*:-driver data scan fins host panel plc examples tests bench}
 
 sources=$(for folder in $folders; do git ls-files "$folder/*.cpp"; done)
 # GCC's own options are taken out of the compile commands: clang refuses what it does not know.
