@@ -1,5 +1,7 @@
 #include "plc/command_line.h"
 
+#include "velkor-plc_manual.h"
+
 #include <QtCore/QCommandLineParser>
 
 #include <algorithm>
@@ -12,49 +14,10 @@ QString text(const char* latin1) {
     return QString::fromLatin1(latin1);
 }
 
-struct OptionRow {
-    const char* name;
-    const char* value; // null: a switch
-    const char* standard;
-    const char* help;
-};
-
-constexpr OptionRow kOptions[] = {
-    {"listen", "ADDR:PORT", "127.0.0.1:9600",
-     "IPv4 address and UDP port to listen on; port 0 lets the system choose one. The first line "
-     "printed says which: 'listening on ADDR:PORT'."},
-    {"node", "N", "1", "FINS node number of the PLC, 1 to 254."},
-    {"mode", "MODE", "run", "Operating mode at the start: program, debug, monitor or run."},
-    {"writes-in", "MODE", "any",
-     "Mode in which writes are taken: any, program, monitor or run. In every other mode they are "
-     "refused with end code 2203 (PROGRAM), 2204 (DEBUG), 2205 (MONITOR) or 2206 (RUN)."},
-    {"max-message", "BYTES", "2012",
-     "Longest FINS frame, 64 to 65507: 2012 as a CS or CJ, 1016 as a CP1L, 552 as a CP1E."},
-    {"alarm", nullptr, nullptr,
-     "A non-fatal error is present: every reply's end code has bit 6 set, 0040 for success."},
-    {"end-code", "HEX", nullptr,
-     "Execute nothing and answer every command with this end code, for example 2503."},
-    {"process", "NAME", "none", "Live process in the memory: none or tank."},
-    {"image", "FILE", nullptr,
-     "Memory to load at the start, if the file exists, and to save at the end."},
-    {"faults", "SCRIPT", nullptr,
-     "What goes wrong, by request number from 1: \"drop 3; duplicate 5-6; truncate 8 to 13; "
-     "delay 9 by 300ms; late 12; sid+1 10; corrupt 11; silent 20-40; drop 10%\". On the way to the "
-     "PLC: duplicate-request, truncate-request, delay-request, late-request."},
-    {"seed", "N", "1", "Seed of the faults given in percent and of corrupt."},
-    {"trace", nullptr, nullptr, "Print every request and reply, decoded, one line each."},
-};
-
 void addOptions(QCommandLineParser& parser) {
-    for (const OptionRow& row : kOptions) {
-        QString help = text(row.help);
-        if (row.standard != nullptr) {
-            help += text(" Default: ") + text(row.standard) + QLatin1Char('.');
-        }
-        QCommandLineOption option(text(row.name), help);
-        option.setValueName(text(row.value));
-        option.setDefaultValue(text(row.standard));
-        parser.addOption(option);
+    for (const manual::Option& row : manual::OPTIONS) {
+        parser.addOption(QCommandLineOption(text(row.names).split(QLatin1Char(',')), text(row.text),
+                                            text(row.value), text(row.standard)));
     }
 }
 
@@ -190,20 +153,15 @@ private:
 
 CommandLine readCommandLine(const QStringList& arguments) {
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        text("A simulated PLC that answers FINS commands on UDP. It ends on SIGTERM and SIGINT.\n"
-             "Exit codes: 0 done, 1 the work failed, 2 wrong usage."));
-    const QCommandLineOption help({text("h"), text("help")}, text("Print this help."));
-    parser.addOption(help);
-    const QCommandLineOption version = parser.addVersionOption();
+    parser.setApplicationDescription(text(manual::DESCRIPTION));
     addOptions(parser);
 
     CommandLine line;
     if (!parser.parse(arguments)) {
         line.error = QStringList{parser.errorText() + text(" Try --help.")};
-    } else if (parser.isSet(help)) {
+    } else if (parser.isSet(text("help"))) {
         line.information = parser.helpText();
-    } else if (parser.isSet(version)) {
+    } else if (parser.isSet(text("version"))) {
         line.information = text("velkor-plc " VELKOR_VERSION "\n");
     } else if (!parser.positionalArguments().isEmpty()) {
         line.error = QStringList{text("\"%1\": expected options only; try --help")

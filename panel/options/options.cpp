@@ -1,5 +1,7 @@
 #include "panel/options/options.h"
 
+#include "velkor-panel_manual.h"
+
 #include <QtCore/QCommandLineParser>
 #include <QtCore/QSet>
 
@@ -8,97 +10,12 @@
 namespace panel {
 namespace {
 
-const char COMMANDS[] =
-    "COMMAND is one of:\n"
-    "  registers                             the PLC's registers, their address formats and "
-    "ranges\n"
-    "  check REGISTER ADDRESS [COUNT]        is that an address of the register?\n"
-    "  layout REGISTER START COUNT STEP      COUNT addresses, STEP apart\n"
-    "  read REGISTER ADDRESS [COUNT]         read once\n"
-    "  write REGISTER ADDRESS VALUE...       write once\n"
-    "  write TAGS.csv NAME VALUE...          the same to a tag of a file, in its unit, within its "
-    "limits\n"
-    "  watch TAGS.csv                        poll; on a terminal a live table, else one line a "
-    "change\n"
-    "  watch REGISTER:ADDRESS[:COUNT]...     the same for tags given by hand\n"
-    "  recipe download RECIPE.csv            values to the PLC (--values FILE)\n"
-    "  recipe upload RECIPE.csv              values from the PLC (--values FILE, else standard "
-    "output)\n"
-    "  probe                                 does the PLC answer, from which node, how fast?\n"
-    "\n"
-    "Exit codes: 0 done, 1 the work failed, 2 wrong usage.";
-
-QStringList names(const char* name) {
-    return {QString::fromLatin1(name)};
-}
-
-QCommandLineOption valued(const char* name, const QString& text, const char* value) {
-    return QCommandLineOption(names(name), text, QString::fromLatin1(value));
-}
-
 void addOptions(QCommandLineParser* parser) {
-    const LineSettings standard;
-    parser->addOption(valued("plc",
-                             QStringLiteral("The PLC's address. Default: the driver's, "
-                                            "192.168.250.1:9600. watch takes several, each with a "
-                                            "name: --plc left=10.0.0.1 --plc right=10.0.0.2."),
-                             "[NAME=]HOST[:PORT]"));
-    parser->addOption(valued("nodes",
-                             QStringLiteral("FINS node numbers: destination network, node, unit, "
-                                            "source network, node, unit. Default: nodes from the "
-                                            "last octets of both addresses, the rest 0. With "
-                                            "several PLCs NAME= says whose."),
-                             "[NAME=]DNA,DA1,DA2,SNA,SA1,SA2"));
-    parser->addOption(valued("words-per-frame",
-                             QStringLiteral("Longest block, 1 to 503 words. Default %1: fits the "
-                                            "smallest PLCs.")
-                                 .arg(standard.wordsPerFrame),
-                             "N"));
-    parser->addOption(valued("retries",
-                             QStringLiteral("Tries of a frame before its request fails, 1 to 100; "
-                                            "a change of the PLC's mode needs 2. Default %1.")
-                                 .arg(standard.retries),
-                             "N"));
-    parser->addOption(valued(
-        "timeout",
-        QStringLiteral("Wait for a reply, 1 to 60000 ms. Default %1.").arg(standard.timeoutMs),
-        "MS"));
-    parser->addOption(valued("scan-interval",
-                             QStringLiteral("watch: time from scan to scan, 10 to 60000 ms. "
-                                            "Default %1.")
-                                 .arg(standard.scanMs),
-                             "MS"));
-    parser->addOption(
-        valued("bind", QStringLiteral("Local address and port. Default: any."), "ADDR:PORT"));
-    parser->addOption(valued("library",
-                             QStringLiteral("The driver. Default: libvelkor.so.1 beside this "
-                                            "program, else where it is installed, else the "
-                                            "system's."),
-                             "PATH"));
-    parser->addOption(valued("type",
-                             QStringLiteral("How to show or take values: %1. Default: bool for bit "
-                                            "registers, else uint16.")
-                                 .arg(QStringLiteral("bool, uint16, int16, hex, bcd, uint32, "
-                                                     "int32, float32, string")),
-                             "TYPE"));
-    parser->addOption({names("allow-mode-change"),
-                       QStringLiteral("Let a PLC that refuses a write by its operating mode be "
-                                      "switched to MONITOR. That starts the program of a PLC that "
-                                      "was stopped.")});
-    parser->addOption(
-        {names("force"), QStringLiteral("write: also a value outside the limits of its tag.")});
-    parser->addOption({names("verify"),
-                       QStringLiteral("recipe download: read back what was written and compare.")});
-    parser->addOption(valued("values", QStringLiteral("recipe: the file of values."), "FILE"));
-    parser->addOption(valued("seconds", QStringLiteral("watch: end after so long."), "N"));
-    parser->addOption({names("until-stable"),
-                       QStringLiteral("watch: end when every tag has been read and nothing has "
-                                      "changed for three scans.")});
-    parser->addOption(
-        {names("trace"), QStringLiteral("Show each frame and reply, decoded, on standard error.")});
-    parser->addOption(valued("pcap", QStringLiteral("Write a capture of all frames."), "FILE"));
-    parser->addOption(
-        valued("format", QStringLiteral("table, csv or json. Default table."), "FORMAT"));
+    for (const manual::Option& row : manual::OPTIONS) {
+        parser->addOption(QCommandLineOption(QString::fromLatin1(row.names).split(QLatin1Char(',')),
+                                             QString::fromLatin1(row.text),
+                                             QString::fromLatin1(row.value)));
+    }
 }
 
 /// A negative number is a value, not an option: it goes past the parser behind this character.
@@ -368,12 +285,7 @@ bool splitHostPort(const QString& text, QString* host, quint16* port) {
 ParsedCommandLine parseCommandLine(const QStringList& arguments) {
     ParsedCommandLine parsed;
     QCommandLineParser parser;
-    parser.setApplicationDescription(
-        QStringLiteral("The reference host of the velkor driver on the command line: reads, writes "
-                       "and watches a PLC's memory.\n\n") +
-        QString::fromLatin1(COMMANDS));
-    const QCommandLineOption help = parser.addHelpOption();
-    const QCommandLineOption version = parser.addVersionOption();
+    parser.setApplicationDescription(QString::fromLatin1(manual::DESCRIPTION));
     addOptions(&parser);
     parser.addPositionalArgument(QStringLiteral("COMMAND"),
                                  QStringLiteral("what to do, see above"));
@@ -385,11 +297,11 @@ ParsedCommandLine parseCommandLine(const QStringList& arguments) {
         parsed.error = parser.errorText();
         return parsed;
     }
-    if (parser.isSet(help)) {
+    if (parser.isSet(QStringLiteral("help"))) {
         parsed.text = parser.helpText();
         return parsed;
     }
-    if (parser.isSet(version)) {
+    if (parser.isSet(QStringLiteral("version"))) {
         parsed.text = QStringLiteral("velkor-panel " VELKOR_VERSION "\n");
         return parsed;
     }

@@ -3,6 +3,7 @@
 #include "panel/text.h"
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -161,6 +162,29 @@ const Wrong WRONG[] = {
 
 INSTANTIATE_TEST_SUITE_P(Panel, WrongCommandLine, testing::ValuesIn(WRONG),
                          [](const auto& row) { return std::string(row.param.name); });
+
+/// The sentence in the help that names a default is text; it has to be what holds.
+TEST(ParseCommandLine, help_namesTheDefaultsThatHoldAndEveryType) {
+    int argc = 1;
+    char name[] = "velkor-panel";
+    char* argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv);
+    const QString help = parse({"--help"}).text.simplified();
+    const LineSettings standard;
+    const struct {
+        const char* option;
+        int value;
+    } defaults[] = {{"--words-per-frame <N>", standard.wordsPerFrame},
+                    {"--retries <N>", standard.retries},
+                    {"--timeout <MS>", standard.timeoutMs},
+                    {"--scan-interval <MS>", standard.scanMs}};
+    for (const auto& row : defaults) {
+        const QString text = help.section(row.option, 1).section(" --", 0, 0);
+        EXPECT_TRUE(text.contains(QRegularExpression(QString("Default %1\\b").arg(row.value))))
+            << row.option << ": " << text.toStdString();
+    }
+    EXPECT_TRUE(help.contains(valueTypeNames())) << help.toStdString();
+}
 
 TEST(ParseCommandLine, help_namesEveryCommandAndOption) {
     int argc = 1;
