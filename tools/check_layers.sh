@@ -3,7 +3,7 @@
 #
 #   driver <- data <- scan <- fins   a folder includes itself, those left of it, <QtCore/...> and
 #                                    the C++ standard library
-#   values <- wire <- driver <- poll <- work <- watch <- line
+#   values <- wire <- driver <- poll <- jobs <- watch <- line
 #                                    the rooms of host/: a room includes itself and those left of it,
 #                                    the layer's own headers, the driver's two installed headers,
 #                                    QtCore, QtNetwork, libpcap and the C++ standard library
@@ -24,7 +24,7 @@ fi
 cd "${1:-$(dirname "$0")/..}" || exit 2
 
 readonly layers=(driver data scan fins)
-readonly host_rooms=(values wire driver poll work watch line)
+readonly host_rooms=(values wire driver poll jobs watch line)
 breaches=0
 
 # Prints "file<TAB>line<TAB>included" for every include directive of a folder; `included` keeps its

@@ -4,8 +4,8 @@
 /// The host's writes, one-shot reads and recipes in the order in which they were handed over. The
 /// first one is in hand; the others wait.
 
-#include "host/work/recipe_work.h"
-#include "host/work/transfer.h"
+#include "host/jobs/recipe_work.h"
+#include "host/jobs/transfer.h"
 
 #include <deque>
 #include <variant>

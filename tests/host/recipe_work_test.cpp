@@ -1,7 +1,7 @@
 // One recipe on its way, block by block.
 
+#include "host/jobs/recipe_work.h"
 #include "host/plain_text.h"
-#include "host/work/recipe_work.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // Writes and one-shot reads, piece by piece.
 
+#include "host/jobs/transfer.h"
 #include "host/plain_text.h"
-#include "host/work/transfer.h"
 
 #include <gtest/gtest.h>
 

@@ -113,7 +113,7 @@ breach 'the panel takes what is not installed' panel/taken.cpp '#include <velkor
 breach 'an example looks inside' examples/inside.cpp '#include "fins/wire.h"'
 breach 'a room of the host layer sees a later one' host/values/later.cpp '#include "host/poll/plan.h"'
 breach 'the wire sees the driver' host/wire/wire_driver.cpp '#include "host/driver/copy.h"'
-breach 'polling sees the work' host/poll/polling.h '#include "host/work/transfer.h"'
+breach 'polling sees the jobs' host/poll/polling.h '#include "host/jobs/transfer.h"'
 breach 'the witnesses see the line' host/watch/witness.cpp '#include "host/line/core.h"'
 breach 'the host layer looks inside the library' host/line/inside.cpp '#include "driver/velkor.h"'
 breach 'the host layer looks inside by brackets' host/line/bracket.cpp '#include <driver/velkor.h>'

@@ -1,5 +1,5 @@
-#ifndef VELKOR_HOST_WORK_RECIPE_WORK_H
-#define VELKOR_HOST_WORK_RECIPE_WORK_H
+#ifndef VELKOR_HOST_JOBS_RECIPE_WORK_H
+#define VELKOR_HOST_JOBS_RECIPE_WORK_H
 
 /// One recipe on its way: how its words lie in the buffer that the driver borrows, which blocks
 /// have moved, and what comes next. Pure: it is told how each block ended.

@@ -1,4 +1,4 @@
-#include "host/work/recipe_work.h"
+#include "host/jobs/recipe_work.h"
 
 #include "host/poll/poll_plan.h"
 

@@ -1,4 +1,4 @@
-#include "host/work/transfer.h"
+#include "host/jobs/transfer.h"
 
 #include <velkor/host/end_codes.h>
 #include <velkor/host/registers.h>

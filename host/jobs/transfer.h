@@ -1,5 +1,5 @@
-#ifndef VELKOR_HOST_WORK_TRANSFER_H
-#define VELKOR_HOST_WORK_TRANSFER_H
+#ifndef VELKOR_HOST_JOBS_TRANSFER_H
+#define VELKOR_HOST_JOBS_TRANSFER_H
 
 /// One write or one-shot read of the host's, piece by piece. Pure: it says which piece is next and
 /// is told how each ended.
