@@ -20,15 +20,19 @@ int runCommand(const panel::Context& context) {
     struct Command {
         const char* name;
         int (*run)(const panel::Context&);
+        bool endsInOrder; ///< takes the end signals by itself
     };
     static const Command commands[] = {
-        {"registers", panel::runRegisters}, {"check", panel::runCheck},
-        {"layout", panel::runLayout},       {"read", panel::runRead},
-        {"write", panel::runWrite},         {"watch", panel::runWatch},
-        {"recipe", panel::runRecipe},       {"probe", panel::runProbe},
+        {"registers", panel::runRegisters, false}, {"check", panel::runCheck, false},
+        {"layout", panel::runLayout, false},       {"read", panel::runRead, false},
+        {"write", panel::runWrite, false},         {"watch", panel::runWatch, true},
+        {"recipe", panel::runRecipe, false},       {"probe", panel::runProbe, false},
     };
     for (const Command& command : commands) {
         if (context.options.command == QLatin1String(command.name)) {
+            if (!command.endsInOrder) {
+                panel::releaseEndSignals();
+            }
             return command.run(context);
         }
     }
@@ -58,6 +62,7 @@ int run(QTextStream& out, QTextStream& err) {
 } // namespace
 
 int main(int argc, char** argv) {
+    panel::holdEndSignals();
     panel::prepareStandardOutput();
     qInstallMessageHandler(handleMessage);
     const QCoreApplication application(argc, argv);

@@ -2,6 +2,7 @@
 
 #include <QtCore/QDateTime>
 #include <QtNetwork/QNetworkDatagram>
+#include <QtNetwork/QNetworkProxy>
 
 #include <limits>
 
@@ -48,6 +49,8 @@ UdpServer::UdpServer(const Settings& settings)
     if (settings.endCode) {
         core_.forceEndCode(*settings.endCode, std::numeric_limits<unsigned>::max());
     }
+    // Qt 6 would ask for the system's proxy on a thread of its own, which gets our signals.
+    socket_.setProxy(QNetworkProxy::NoProxy);
     QObject::connect(&socket_, &QUdpSocket::readyRead, &socket_, [this] { receiveAll(); });
     QObject::connect(&processTimer_, &QTimer::timeout, &processTimer_, [this] { letTimePass(); });
 }

@@ -52,7 +52,7 @@ int nextPieceToQueue(const KEY_ADDRESS& key, const RangePieces& pieces, int limi
         distance = qMin(distance, static_cast<quint32>(wrapSubtract(first, nextAddr)));
     }
     const qint64 before = static_cast<qint64>(next) + distance / static_cast<quint32>(limit) - 1;
-    return wrapToInt(qBound<qint64>(next, before, last));
+    return wrapToInt(qBound(static_cast<qint64>(next), before, static_cast<qint64>(last)));
 }
 
 } // namespace

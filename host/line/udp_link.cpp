@@ -1,5 +1,7 @@
 #include "host/line/udp_link.h"
 
+#include <QtNetwork/QNetworkProxy>
+
 namespace velkor_host {
 namespace {
 
@@ -13,6 +15,8 @@ const int MOST_QUEUED = 1000000;
 } // namespace
 
 UdpLink::UdpLink() : m_buffer(LARGEST_DATAGRAM, '\0') {
+    // Qt 6 would ask for the system's proxy on a thread of its own, which gets the host's signals.
+    m_socket.setProxy(QNetworkProxy::NoProxy);
     QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] { readDatagrams(); });
 }
 

@@ -1,5 +1,7 @@
 #include "panel/commands/open_lines.h"
 
+#include "panel/watch/end_signals.h"
+
 #include <QtNetwork/QHostInfo>
 
 namespace panel {
@@ -27,6 +29,7 @@ QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
 
 /// Looks a host's name up; the result is empty or says what is wrong.
 QString lookUp(const QString& host, Endpoint* plc) {
+    const EndSignalsReleased released; // a name server may take its time
     const QHostInfo info = QHostInfo::fromName(host);
     for (const QHostAddress& address : info.addresses()) {
         if (address.protocol() == QAbstractSocket::IPv4Protocol) {
@@ -65,6 +68,7 @@ OpenLines::OpenLines(const Context& context) : m_context(context) {
 
 int OpenLines::open() {
     if (!m_context.options.capture.isEmpty()) {
+        const EndSignalsReleased released; // a pipe waits for its reader
         const QString unwritable = m_capture.open(m_context.options.capture);
         if (!unwritable.isEmpty()) {
             return m_context.fail(EXIT_WORK_FAILED, unwritable);

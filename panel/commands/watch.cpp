@@ -66,6 +66,7 @@ public:
         int exitCode = QCoreApplication::exec();
         if (m_onScreen) {
             m_screen.close();
+            releaseEndSignals(); // what follows only prints
             printSummary();
         }
         if (tellUnsettled() && exitCode == EXIT_DONE) {
@@ -231,7 +232,11 @@ private:
 
 int runWatch(const Context& context) {
     QVector<PanelTag> tags;
-    int exitCode = loadTags(context, &tags);
+    int exitCode = EXIT_DONE;
+    {
+        const EndSignalsReleased released; // a pipe may have to be waited for
+        exitCode = loadTags(context, &tags);
+    }
     if (exitCode != EXIT_DONE) {
         return exitCode;
     }

@@ -1,7 +1,6 @@
 #include "panel/watch/end_signals.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 #include <sys/signalfd.h>
@@ -9,6 +8,9 @@
 
 namespace panel {
 namespace {
+
+/// What the process was started with, before holdEndSignals(); zero is the empty set.
+sigset_t heldBefore;
 
 sigset_t endSignals() {
     sigset_t wanted;
@@ -19,26 +21,46 @@ sigset_t endSignals() {
     return wanted;
 }
 
+/// Without those that whoever started the process wanted held.
+sigset_t releasable() {
+    sigset_t releasing = endSignals();
+    for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
+        if (sigismember(&heldBefore, signal) == 1) {
+            sigdelset(&releasing, signal);
+        }
+    }
+    return releasing;
+}
+
 } // namespace
 
 void holdEndSignals() {
     const sigset_t wanted = endSignals();
-    pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
+    pthread_sigmask(SIG_BLOCK, &wanted, &heldBefore);
 }
 
 void releaseEndSignals() {
-    const sigset_t wanted = endSignals();
-    pthread_sigmask(SIG_UNBLOCK, &wanted, nullptr);
+    const sigset_t releasing = releasable();
+    pthread_sigmask(SIG_UNBLOCK, &releasing, nullptr);
+}
+
+EndSignalsReleased::EndSignalsReleased() {
+    const sigset_t releasing = releasable();
+    pthread_sigmask(SIG_UNBLOCK, &releasing, &m_before);
+}
+
+EndSignalsReleased::~EndSignalsReleased() {
+    pthread_sigmask(SIG_SETMASK, &m_before, nullptr);
 }
 
 QString EndSignals::open() {
-    holdEndSignals();
     const sigset_t wanted = endSignals();
     m_descriptor = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
     if (m_descriptor < 0) {
         return QStringLiteral("cannot wait for signals (%1): Ctrl-C would not end this")
             .arg(QString::fromLocal8Bit(std::strerror(errno)));
     }
+    pthread_sigmask(SIG_BLOCK, &wanted, nullptr);
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] {
         signalfd_siginfo info = {};

@@ -6,16 +6,31 @@
 #include <QtCore/QSocketNotifier>
 #include <QtCore/QString>
 
+#include <csignal>
 #include <functional>
 #include <memory>
 
 namespace panel {
 
-/// Keeps these signals from ending the process at once, in every thread that begins after this.
-/// Before anything else in main: libraries begin threads of their own.
+/// Keeps these signals from ending the process at once, in this thread and in every one that it
+/// begins after this. Before anything else in main: libraries begin threads of their own, and a
+/// signal goes to any thread that does not hold it.
 void holdEndSignals();
-/// The opposite, for a command that is ended by them.
+/// The opposite, for a command that is ended by them. What was held when the process began stays.
 void releaseEndSignals();
+
+/// While it lives, its thread is ended by them as after releaseEndSignals(): for what may take long
+/// and begins no thread.
+class EndSignalsReleased {
+public:
+    EndSignalsReleased();
+    ~EndSignalsReleased();
+    EndSignalsReleased(const EndSignalsReleased&) = delete;
+    EndSignalsReleased& operator=(const EndSignalsReleased&) = delete;
+
+private:
+    sigset_t m_before;
+};
 
 class EndSignals {
 public:
@@ -24,7 +39,8 @@ public:
     EndSignals(const EndSignals&) = delete;
     EndSignals& operator=(const EndSignals&) = delete;
 
-    /// The result is empty, or says why signals could not be waited for.
+    /// The result is empty, or says why signals could not be waited for; then nothing is held that
+    /// was not held before.
     QString open();
     std::function<void()> onEnd;
 

@@ -6,9 +6,13 @@
 
 #include <QtCore/QFile>
 
+#include <csignal>
+#include <fcntl.h>
 #include <functional>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 namespace {
 
@@ -190,6 +194,32 @@ TEST_F(PanelCaptureFile, onADiskThatFillsUp_endsAWatch) {
         panelWithLittleRoom({"--pcap", path("c.pcap"), "watch", "DM:0", "--scan-interval", "10"});
     EXPECT_EQ(ended.exitCode, 1);
     EXPECT_TRUE(ended.out.contains("c.pcap is not whole: behind ")) << plain(ended.out);
+}
+
+/// A thread that the panel does not know of would be ended by the signals that the panel holds.
+TEST_F(PanelLine, watch_whileItPolls_hasOneThread) {
+    startPlc();
+    Running watch;
+    startPanel(&watch, {"watch", "DM:0", "--scan-interval", "20"});
+    ASSERT_TRUE(watch.waitFor("DM:0")) << plain(watch.output());
+    EXPECT_EQ(watch.threads(), 1);
+    EXPECT_EQ(m_plc.threads(), 1);
+}
+
+TEST_F(PanelLine, watch_tagsFromAPipeThatStaysSilent_isEndedBySigterm) {
+    ASSERT_EQ(mkfifo(path("tags").toLocal8Bit().constData(), 0600), 0);
+    startPlc();
+    Running watch;
+    startPanel(&watch, {"watch", path("tags")});
+    // Until the panel has opened it there is no reader, and this fails.
+    int pipe = -1;
+    EXPECT_TRUE(comes([&] {
+        pipe = ::open(path("tags").toLocal8Bit().constData(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+        return pipe >= 0 || watch.hasEnded();
+    }));
+    watch.stop(SIGTERM);
+    EXPECT_TRUE(watch.hasEnded());
+    ::close(pipe);
 }
 
 } // namespace

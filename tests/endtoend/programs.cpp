@@ -2,6 +2,7 @@
 
 #include "endtoend/process_signal.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
 
 #include <stdexcept>
@@ -81,6 +82,11 @@ double Running::cpuSeconds() const {
     const QStringList fields = line.mid(line.lastIndexOf(')') + 2).split(' ');
     const double ticks = fields.value(11).toDouble() + fields.value(12).toDouble();
     return ticks / static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+int Running::threads() const {
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid()));
+    return static_cast<int>(tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
 }
 
 void Programs::startPlc(const QStringList& arguments, quint16 port) {

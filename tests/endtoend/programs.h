@@ -51,6 +51,8 @@ public:
 
     /// CPU time used so far, in seconds.
     double cpuSeconds() const;
+    /// How many it has now.
+    int threads() const;
 
 private:
     void read();

@@ -1,5 +1,7 @@
 #include "loop/loop_fixture.h"
 
+#include "support/message_handler.h"
+
 #include <cstdlib>
 #include <iostream>
 
@@ -11,7 +13,7 @@ const int station = 1;
 const int hostTag = 7;
 
 /// The driver writes a debug line for every write and every block.
-void swallowDebugLines(QtMsgType, const QMessageLogContext&, const QString&) {}
+void swallowDebugLine(const std::string&) {}
 
 void* openLibrary() {
     void* library = dlopen(VELKOR_LIBRARY, RTLD_NOW);
@@ -48,7 +50,7 @@ LoopFixture::LoopFixture()
     : plc(nodeOne()), hostBlock(60117, 0), statusBlock(122024, 0xEE), recipeBuffer(4096, 0),
       library_(openLibrary()) {
     listener = this;
-    qInstallMessageHandler(&swallowDebugLines);
+    installMessageHandler(&handleMessage<swallowDebugLine>);
     ENTRY(intf_setAddrValueChangeCallBack)(&LoopFixture::hear);
     init(3, 64);
     ENTRY(intf_SetDriverPropertyPage)(QLatin1String("6,0,1,0,0,10,0"));
@@ -56,7 +58,7 @@ LoopFixture::LoopFixture()
 
 LoopFixture::~LoopFixture() {
     dlclose(library_);
-    qInstallMessageHandler(nullptr);
+    installMessageHandler(nullptr);
     listener = nullptr;
 }
 

@@ -1,5 +1,7 @@
 #include "support/fresh_driver.h"
 
+#include "support/message_handler.h"
+
 #include <cstring>
 #include <new>
 
@@ -10,10 +12,10 @@ const std::size_t statusBlockSize = 122024;
 const std::size_t recipeWords = 4096;
 
 MessageRecorder* recorder = nullptr;
-QtMessageHandler previousHandler = nullptr;
+MessageHandler previousHandler = nullptr;
 
-void recordMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
-    recorder->lines.push_back(text.toStdString());
+void recordMessage(const std::string& text) {
+    recorder->lines.push_back(text);
 }
 
 } // namespace
@@ -71,11 +73,11 @@ int FreshDriver::record(int tag, int station, QString regName, int address) {
 
 MessageRecorder::MessageRecorder() {
     recorder = this;
-    previousHandler = qInstallMessageHandler(&recordMessage);
+    previousHandler = installMessageHandler(&handleMessage<recordMessage>);
 }
 
 MessageRecorder::~MessageRecorder() {
-    qInstallMessageHandler(previousHandler);
+    installMessageHandler(previousHandler);
     recorder = nullptr;
 }
 

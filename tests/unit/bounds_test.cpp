@@ -115,7 +115,7 @@ TEST_F(Bounds, download_indexJustBehindTheLastBlock_repeatsTheCurrentRequest) {
     requestDownload();
     ASSERT_EQ("write DM 100 2", turn());
     ASSERT_EQ("write DM 200 1", turn());
-    driver.rcpVector.removeLast();
+    driver.rcpVector.pop_back();
     EXPECT_EQ("write DM 200 1", next());
 }
 

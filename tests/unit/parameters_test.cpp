@@ -4,6 +4,8 @@
 
 #include "support/fresh_driver.h"
 
+#include <QtCore/QStringList>
+
 #include <climits>
 
 namespace {
