@@ -15,7 +15,8 @@ function(velkor_install_package package_name)
             LIBRARY DESTINATION ${package_libdir} COMPONENT ${package_name}
             NAMELINK_COMPONENT development)
 
-    list(JOIN P_QT " " package_qt_components)
+    list(TRANSFORM P_QT PREPEND "${VELKOR_QT_COMPONENT_PREFIX}" OUTPUT_VARIABLE package_qt_components)
+    list(JOIN package_qt_components " " package_qt_components)
     configure_package_config_file(
         ${PROJECT_SOURCE_DIR}/packaging/package-config.cmake.in ${package_name}-config.cmake
         INSTALL_DESTINATION ${package_folder})
@@ -27,8 +28,8 @@ function(velkor_install_package package_name)
                   ${CMAKE_CURRENT_BINARY_DIR}/${package_name}-config-version.cmake
             DESTINATION ${package_folder} COMPONENT development)
 
-    list(TRANSFORM P_QT PREPEND Qt${VELKOR_QT})
-    list(JOIN P_QT " " package_qt_modules)
+    list(TRANSFORM P_QT PREPEND ${VELKOR_QT_PKGCONFIG_PREFIX} OUTPUT_VARIABLE package_qt_modules)
+    list(JOIN package_qt_modules " " package_qt_modules)
     get_target_property(package_library ${P_TARGET} OUTPUT_NAME)
     set(full_libdir ${CMAKE_INSTALL_FULL_LIBDIR})
     file(RELATIVE_PATH pkgconfig_to_prefix ${full_libdir}/pkgconfig ${CMAKE_INSTALL_PREFIX})

@@ -5,19 +5,12 @@ if(VELKOR_WERROR)
     list(APPEND VELKOR_WARNINGS -Werror)
 endif()
 
-# The driver is held to C++11, the floor of the panels' tool chains; Qt 6's headers need C++17.
-if(VELKOR_QT EQUAL 6)
-    set(VELKOR_LIBRARY_STANDARD 17)
-else()
-    set(VELKOR_LIBRARY_STANDARD 11)
-endif()
-
 # One layer of the library: the object files of one folder. Includes are written from the top of
 # the tree ("data/data_area.h"); tools/check_layers.sh holds the order of the folders.
 function(velkor_layer name)
     add_library(velkor_${name} OBJECT ${ARGN})
     target_include_directories(velkor_${name} PUBLIC ${PROJECT_SOURCE_DIR})
-    target_link_libraries(velkor_${name} PUBLIC Qt${VELKOR_QT}::Core)
+    target_link_libraries(velkor_${name} PUBLIC ${VELKOR_QT_CORE})
     target_compile_options(velkor_${name} PRIVATE ${VELKOR_WARNINGS})
     # The driver writes its debug lines with QtCore's message functions alone; a cast from a plain
     # C string would depend on Qt's idea of its encoding.

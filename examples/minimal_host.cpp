@@ -1,14 +1,25 @@
 // A complete small host: polls a few words and bits of one PLC and prints what changes (a first
-// value of 0 is no change; try it on velkor-plc --process tank). minimal_host LIBRARY HOST PORT
+// value of 0 is no change; try it on velkor-plc --process tank). minimal_host LIBRARY ADDRESS PORT
+// Its socket is in udp_link.cpp, so QtCore is all that it needs of Qt, from 4.8 on.
+
+#include "udp_link.h"
 
 #include <velkor/host_interface.h>
 
-#include <QtCore/QCoreApplication>
+#include <QtCore/QByteArray>
 #include <QtCore/QLibrary>
+#include <QtCore/QList>
+#include <QtCore/QMutex>
+#include <QtCore/QPair>
+#include <QtCore/QString>
 #include <QtCore/QTextStream>
-#include <QtCore/QTimer>
-#include <QtNetwork/QUdpSocket>
+#include <QtCore/QVector>
 
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -23,15 +34,16 @@ const struct {
 } POLLED[] = {{"CIO_bit", 100 * 16, 4}, {"DM", 0, 2}, {"DM", 11, 3}};
 
 struct Symbol {
-    QFunctionPointer address;
+    QLibrary& library;
+    const char* name;
     template <typename Function> operator Function() const {
-        return reinterpret_cast<Function>(address);
+        return reinterpret_cast<Function>(library.resolve(name));
     }
 };
 
 struct Driver {
     explicit Driver(const QString& path) : library(path) {}
-    Symbol find(const char* name) { return {library.resolve(name)}; }
+    Symbol find(const char* name) { return {library, name}; }
 
     QLibrary library; // stays loaded
     decltype(&intf_initProperty) initProperty = find("intf_initProperty");
@@ -48,24 +60,21 @@ QVector<QPair<QString, int>> changes; // the callback carries no pointer to its 
 
 int valueChanged(int tag, int station, QString reg, int address) {
     if (tag == TAG && station == STATION) {
-        changes.append({reg, address}); // the driver still gives the old value: only note it
+        changes.append(qMakePair(reg, address)); // the driver still gives the old value: only note
     }
     return 0;
 }
 
 class Host {
 public:
-    Host(const Driver& driver, const QHostAddress& plc, quint16 port) : m_driver(driver) {
-        m_socket.bind(QHostAddress(QHostAddress::AnyIPv4), 0);
-        m_socket.connectToHost(plc, port); // only the PLC's datagrams arrive
+    Host(const Driver& driver, const UdpLink& link) : m_driver(driver), m_link(link) {
         int out = 0;
         m_driver.setCallback(valueChanged);
         // tag, write disable (0: writes are sent), unused, tries of a frame, words per frame
         m_driver.initProperty(m_hostBlock.data(), m_statusBlock.data(), nullptr, &out,
                               "1#0#0#3#256", &m_mutex);
-        const unsigned own = m_socket.localAddress().toIPv4Address() & 0xFFU; // the last octet
-        const unsigned node = plc.toIPv4Address() & 0xFFU;
-        m_driver.setNodes(QStringLiteral("6,0,%1,0,0,%2,0").arg(node).arg(own));
+        m_driver.setNodes(
+            QString::fromLatin1("6,0,%1,0,0,%2,0").arg(m_link.plcNode()).arg(m_link.ownNode()));
         QList<KEY_ADDRESS> keys;
         for (const auto& range : POLLED) {
             keys.append(KEY_ADDRESS());
@@ -75,61 +84,58 @@ public:
             keys.last().len = range.length;
         }
         m_blocks = m_driver.addrMerge(keys);
-        m_timer.setSingleShot(true);
-        QObject::connect(&m_timer, &QTimer::timeout,
-                         [this] { m_inFlight ? deal(QByteArray()) : send(); });
-        QObject::connect(&m_socket, &QUdpSocket::readyRead, [this] { receive(); });
-        send();
     }
 
-private:
-    void send() {
-        if (m_driver.getSendFrame(m_frame) == 1) {
-            m_socket.write(reinterpret_cast<const char*>(m_frame.frame), m_frame.sendLen);
-            m_inFlight = true;
-            m_timer.start(REPLY_MS);
+    // Reads every block once. A frame that is not answered is the next one to be sent, until the
+    // driver gives its request up.
+    void scan() {
+        for (int settled = 0; settled < m_blocks;) {
+            if (m_driver.getSendFrame(m_frame) != 1) {
+                return;
+            }
+            m_link.send(m_frame.frame, m_frame.sendLen);
+            settled += deal(reply()) == REPLY_REJECTED ? 0 : 1;
         }
     }
 
-    void receive() {
+private:
+    // The reply to the frame that was sent, or an empty one when none has come in time. A datagram
+    // that is no reply to it does not end the wait.
+    QByteArray reply() const {
+        const Deadline deadline(REPLY_MS);
         char buffer[2048];
-        for (qint64 length = 0; (length = m_socket.readDatagram(buffer, sizeof buffer)) >= 0;) {
-            const bool mine = length >= 10 && uchar(buffer[9]) == m_frame.frame[9];
-            if (mine && m_inFlight) { // anything else does not end the wait
-                deal(QByteArray(buffer, static_cast<int>(length)));
+        for (;;) {
+            const int length = m_link.receive(buffer, sizeof buffer, deadline);
+            if (length < 0) {
+                return QByteArray();
+            }
+            if (length >= 10 && static_cast<unsigned char>(buffer[9]) == m_frame.frame[9]) {
+                return QByteArray(buffer, length);
             }
         }
     }
 
-    // Hands the driver a reply, or an empty one when none has come in time.
-    void deal(QByteArray reply) {
-        m_inFlight = false;
+    unsigned int deal(QByteArray reply) {
         QString message;
         const unsigned int result = m_driver.dealRcvFrame(&reply, &message);
         QTextStream out(stdout);
         if (result == REPLY_REQUEST_FAILED) {
             out << "failed: " << message << "\n";
         }
-        for (const auto& [reg, address] : changes) {
+        for (const auto& change : changes) {
             unsigned char value[2] = {}; // a word, low byte first, or one bit
-            m_driver.getData(STATION, reg, address, 1, value);
-            out << reg << " " << address << " = " << value[0] + 256 * value[1] << "\n";
+            m_driver.getData(STATION, change.first, change.second, 1, value);
+            out << change.first << " " << change.second << " = " << value[0] + 256 * value[1]
+                << "\n";
         }
         changes.clear();
-        m_settled += result == REPLY_REJECTED ? 0 : 1;
-        if (result != REPLY_REJECTED && m_settled % m_blocks == 0) { // the scan is complete
-            m_timer.start(SCAN_MS);
-        } else {
-            send(); // the next block, or the same frame again
-        }
+        return result;
     }
 
     const Driver& m_driver;
-    QUdpSocket m_socket;
-    QTimer m_timer; // the reply's deadline or, with no frame in flight, the next scan
-    bool m_inFlight = false;
+    const UdpLink& m_link;
     FRAME_PRO m_frame = FRAME_PRO();
-    int m_blocks = 0, m_settled = 0;
+    int m_blocks = 0;
     std::vector<unsigned char> m_hostBlock = std::vector<unsigned char>(60117);
     std::vector<unsigned char> m_statusBlock = std::vector<unsigned char>(122024);
     QMutex m_mutex;
@@ -138,13 +144,20 @@ private:
 } // namespace
 
 int main(int argc, char** argv) {
-    const QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments();
-    const Driver driver(arguments.value(1));
-    if (arguments.size() < 4 || driver.getData == nullptr) {
-        QTextStream(stderr) << "minimal_host LIBRARY HOST PORT: " << driver.library.errorString();
-        return arguments.size() < 4 ? 2 : 1;
+    const Driver driver(QString::fromLocal8Bit(argc > 1 ? argv[1] : ""));
+    if (argc != 4 || driver.getData == nullptr) {
+        QTextStream(stderr) << "minimal_host LIBRARY ADDRESS PORT: " << driver.library.errorString()
+                            << "\n";
+        return argc != 4 ? 2 : 1;
     }
-    const Host host(driver, QHostAddress(arguments.at(2)), arguments.at(3).toUShort());
-    return QCoreApplication::exec();
+    UdpLink link;
+    if (!link.open(argv[2], static_cast<unsigned short>(std::atoi(argv[3])))) {
+        QTextStream(stderr) << "no way to " << argv[2] << ": " << std::strerror(errno) << "\n";
+        return 1;
+    }
+    Host host(driver, link);
+    for (;;) {
+        host.scan();
+        std::this_thread::sleep_for(std::chrono::milliseconds(SCAN_MS));
+    }
 }

@@ -26,10 +26,10 @@ void complain(const QStringList& lines) {
 
 QString printable(const QString& text) {
     QString shown;
-    for (const uint character : text.toUcs4()) {
+    for (const char32_t character : text.toUcs4()) {
         shown += QChar::isPrint(character)
                      ? QString::fromUcs4(&character, 1)
-                     : QStringLiteral("\\x%1").arg(character, 2, 16, QLatin1Char('0'));
+                     : QStringLiteral("\\x%1").arg(uint{character}, 2, 16, QLatin1Char('0'));
     }
     return shown;
 }

@@ -1,9 +1,17 @@
 #!/usr/bin/env bash
 # Installs what velkor is built and tested with, and only what is missing. Asks nothing.
+# Usage: tools/install_dependencies.sh [--ci]   (--ci: also what .ci/run needs beyond ./test.sh)
 set -eu
 cd "$(dirname "$0")/.."
 
-packages=$(sed 's/#.*//' tools/dependencies.txt)
+case ${1:-} in
+'') packages=$(sed 's/#.*//; /^\[ci\]$/,$d' tools/dependencies.txt) ;;
+--ci) packages=$(sed 's/#.*//; /^\[ci\]$/d' tools/dependencies.txt) ;;
+*)
+    echo "usage: tools/install_dependencies.sh [--ci]" >&2
+    exit 2
+    ;;
+esac
 
 if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
     echo "This script installs Debian packages; this system has no apt-get." >&2

@@ -18,7 +18,7 @@ QString writtenOut(uint character) {
 QString printable(const QString& text) {
     QString result;
     const auto characters = text.toUcs4(); // a pair of surrogates is one
-    for (const uint character : characters) {
+    for (const char32_t character : characters) {
         result +=
             QChar::isPrint(character) ? QString::fromUcs4(&character, 1) : writtenOut(character);
     }

@@ -1,14 +1,17 @@
 #!/usr/bin/env bash
 # Checks the built library's file: what it exports, what it needs, how it binds its own names.
-# Usage: library_file_check.sh LIBRARY EXPORTS_TXT QT_MAJOR [sanitized]
+# Usage: library_file_check.sh LIBRARY EXPORTS_TXT QTCORE_SONAME [sanitized]
+# NM and READELF name the tools for another machine's files.
 set -u
 if [ $# -lt 3 ]; then
-    echo "usage: library_file_check.sh LIBRARY EXPORTS_TXT QT_MAJOR [sanitized]" >&2
+    echo "usage: library_file_check.sh LIBRARY EXPORTS_TXT QTCORE_SONAME [sanitized]" >&2
     exit 2
 fi
 library=$1
 exports=$2
-qt=$3
+qtcore=${3//./\\.}
+nm=${NM:-nm}
+readelf=${READELF:-readelf}
 sanitized=${4:-}
 export LC_ALL=C
 failures=0
@@ -24,7 +27,7 @@ same() {
 }
 
 # Exactly the reviewed list ...
-exported=$(nm -D --defined-only --format=posix "$library")
+exported=$("$nm" -D --defined-only --format=posix "$library")
 names=$(awk '{print $1}' <<<"$exported" | grep -v '^__odr_asan\.' | sort)
 reviewed=$(sed 's/#.*//' "$exports" | awk 'NF {print $1}' | sort)
 same 'the exports differ from the reviewed list' "$reviewed" "$names"
@@ -61,31 +64,31 @@ unique=$(awk '$2 == "u"' <<<"$exported")
 weak=$(awk '$2 ~ /^[VW]$/' <<<"$exported")
 [ -z "$weak" ] || fail "weak symbols may be taken from another library: $weak"
 
-dynamic=$(readelf -dW "$library")
+dynamic=$("$readelf" -dW "$library")
 soname=$(sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic")
 [ "$soname" = libvelkor.so.1 ] || fail "soname is '$soname', want libvelkor.so.1"
 grep -qE '\(SYMBOLIC\)|\(FLAGS\).*SYMBOLIC' <<<"$dynamic" ||
     fail 'not linked with -Bsymbolic: two drivers in one process would share an object'
 grep -qE '\((RPATH|RUNPATH)\)' <<<"$dynamic" && fail 'has a run path of the build machine'
 
-allowed="libQt${qt}Core\.so\.${qt}|libstdc\+\+\.so\.6|libm\.so\.6|libgcc_s\.so\.1|libc\.so\.6|ld-linux[-a-z0-9_]*\.so\.[0-9]"
+allowed="${qtcore}|libstdc\+\+\.so\.6|libm\.so\.6|libgcc_s\.so\.1|libc\.so\.6|ld-linux[-a-z0-9_]*\.so\.[0-9]"
 [ "$sanitized" = sanitized ] && allowed="$allowed|lib(asan|ubsan)\.so\.[0-9]+"
 needed=$(sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic")
-grep -qxE "libQt${qt}Core\.so\.${qt}" <<<"$needed" || fail "libQt${qt}Core is not needed"
+grep -qxE "$qtcore" <<<"$needed" || fail "$3 is not needed"
 others=$(grep -vxE "$allowed" <<<"$needed")
 [ -z "$others" ] || fail "needs more than QtCore and the C/C++ runtime: $others"
 
 # One file builds the static objects, so their order is that of their definitions. A sanitizer's
 # own initialisers are numbered.
-initialisers=$(nm "$library" | awk '{print $3}' | grep '^_GLOBAL__sub_I_' |
+initialisers=$("$nm" "$library" | awk '{print $3}' | grep '^_GLOBAL__sub_I_' |
     grep -vE '\.cold$|^_GLOBAL__sub_I_[0-9]{5}_')
 [ "$(grep -c . <<<"$initialisers")" -eq 1 ] ||
     fail "want one translation unit with static initialisers, found: ${initialisers:-none}"
 if [ "$sanitized" != sanitized ]; then
     # The compiler's frame_dummy and that one.
-    size=$(readelf -SW "$library" | sed -n 's/.* INIT_ARRAY *[0-9a-f]* [0-9a-f]* \([0-9a-f]*\) .*/\1/p')
+    size=$("$readelf" -SW "$library" | sed -n 's/.* INIT_ARRAY *[0-9a-f]* [0-9a-f]* \([0-9a-f]*\) .*/\1/p')
     pointer=8
-    readelf -h "$library" | grep -q 'ELF32' && pointer=4
+    "$readelf" -h "$library" | grep -q 'ELF32' && pointer=4
     [ $((0x${size:-0})) -eq $((2 * pointer)) ] ||
         fail ".init_array has $((0x${size:-0})) bytes, want two entries of $pointer"
 fi

@@ -21,7 +21,7 @@ TEST(Printable, controlCharacters_areWrittenOut) {
 
 TEST(Printable, charactersThatTurnTheLineRound_areWrittenOut) {
     EXPECT_EQ(plain(printable(QString(QChar(0x202E)) + "x")), "\\u202Ex");
-    const uint tag = 0xE0041;
+    const char32_t tag = 0xE0041;
     EXPECT_EQ(plain(printable(QString::fromUcs4(&tag, 1))), "\\U000E0041");
 }
 
