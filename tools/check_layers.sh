@@ -9,7 +9,11 @@
 #                                    QtCore, QtNetwork, libpcap and the C++ standard library
 #   host/include/                    installed: includes only what is installed, Qt, libpcap and the
 #                                    C++ standard library
-#   panel/ examples/                 of the library only its installed headers, <velkor/...>
+#   picture <- screen <- output <- watch <- files <- options <- commands
+#                                    the rooms of panel/: a room includes itself and those left of it,
+#                                    and panel/host_names.h; main.cpp includes any of them
+#   panel/                           of the host layer <velkor/host/...>, of the library nothing
+#   examples/                        of the library only its installed headers, <velkor/...>
 #   plc/                             nothing of the library
 #
 # Usage: tools/check_layers.sh [tree]   (default: the tree this script lies in)
@@ -24,14 +28,15 @@ fi
 cd "${1:-$(dirname "$0")/..}" || exit 2
 
 readonly layers=(driver data scan fins)
+readonly panel_rooms=(picture screen output watch files options commands)
 readonly host_rooms=(values wire driver poll jobs watch line)
 breaches=0
 
 # Prints "file<TAB>line<TAB>included" for every include directive of a folder; `included` keeps its
 # quotes or brackets, and is the bare text of an include that has neither.
 includes_of() {
-    [ -d "$1" ] || return 0
-    grep -rnE --include='*.h' --include='*.hpp' --include='*.cpp' --include='*.cc' \
+    [ -e "$1" ] || return 0
+    grep -HrnE --include='*.h' --include='*.hpp' --include='*.cpp' --include='*.cc' \
         --include='*.c' --include='*.inc' --include='*.in' '^[[:space:]]*#[[:space:]]*include' "$1" |
         sed -E 's/^([^:]+):([0-9]+):[[:space:]]*#[[:space:]]*include(_next)?[[:space:]]*(("[^"]*"|<[^>]*>)|[^[:space:]]*).*/\1\t\2\t\4/'
 }
@@ -168,6 +173,53 @@ check_host() {
     done
 }
 
+# A file of the panel: what it may see of the host layer, and of the panel's own rooms.
+check_panel_files() { # folder or file, its name, then the rooms it may see
+    local where=$1 name=$2 file line included seen
+    shift 2
+    while IFS=$'\t' read -r file line included; do
+        case $included in
+        '<velkor/host/'*'>' | '"velkor/'*) ;; # the latter is told by check_outsider
+        '<velkor/host_interface.h>' | '<velkor/records.h>')
+            breach "$file" "$line" "$included" 'the panel sees the host layer, not the driver' ;;
+        '"host/'*)
+            breach "$file" "$line" "$included" 'of the host layer the panel sees <velkor/host/...>' ;;
+        '"'*/../*'"' | '"../'*'"' | '"./'*'"')
+            breach "$file" "$line" "$included" 'write paths from the top of the tree' ;;
+        '"panel/host_names.h"') ;;
+        '"panel/'*/*'"')
+            seen=${included#\"panel/}
+            case " $* " in
+            *" ${seen%%/*} "*) ;;
+            *) breach "$file" "$line" "$included" "panel/$name may see only: $*" ;;
+            esac ;;
+        esac
+    done < <(includes_of "$where")
+}
+
+check_panel() {
+    local folder room visible=
+    [ -d panel ] || return 0
+    for room in "${panel_rooms[@]}"; do
+        visible="$visible $room"
+        # shellcheck disable=SC2086  # the rooms are words
+        check_panel_files "panel/$room" "$room" $visible
+    done
+    for folder in panel/*.cpp panel/*.h; do
+        check_panel_files "$folder" "${folder#panel/}" "${panel_rooms[@]}"
+    done
+    for folder in panel/*/; do
+        folder=${folder#panel/}
+        case " ${panel_rooms[*]} " in
+        *" ${folder%/} "*) ;;
+        *)
+            [ "$folder" = '*/' ] && continue # there is none
+            echo "panel/$folder is no room that tools/check_layers.sh knows: nothing is checked there"
+            breaches=$((breaches + 1)) ;;
+        esac
+    done
+}
+
 for layer in "${layers[@]}"; do
     if [ ! -d "$layer" ]; then
         echo "no folder $layer/ in $PWD: nothing would be checked there" >&2
@@ -182,6 +234,7 @@ for layer in "${layers[@]}"; do
     check_layer "$layer" $visible
 done
 check_host
+check_panel
 check_outsider panel yes
 check_outsider examples yes
 check_outsider plc no

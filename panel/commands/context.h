@@ -5,12 +5,11 @@
 
 #include "panel/files/csv_reader.h"
 #include "panel/options/options.h"
+#include "panel/output/exit_code.h"
 
 #include <velkor/host/driver_registers.h>
 
 namespace panel {
-
-enum ExitCode { EXIT_DONE = 0, EXIT_WORK_FAILED = 1, EXIT_WRONG_USAGE = 2 };
 
 struct Context {
     const Options& options;

@@ -152,24 +152,6 @@ CsvContent parseCsv(const QByteArray& bytes) {
     return Parser(text).parse();
 }
 
-QString csvLine(const QStringList& fields) {
-    QStringList quoted;
-    for (const QString& field : fields) {
-        bool needsQuotes = false;
-        for (const QChar character : field) {
-            needsQuotes = needsQuotes || QStringLiteral(",\"\r\n").contains(character);
-        }
-        if (needsQuotes) {
-            QString doubled = field;
-            doubled.replace(QLatin1Char('"'), QStringLiteral("\"\""));
-            quoted.append(QLatin1Char('"') + doubled + QLatin1Char('"'));
-        } else {
-            quoted.append(field);
-        }
-    }
-    return quoted.join(QLatin1Char(','));
-}
-
 QString oneLineFault(const QString& text) {
     return text.contains(QLatin1Char('\n')) || text.contains(QLatin1Char('\r'))
                ? QStringLiteral("goes over two lines; right is one line")

@@ -57,9 +57,6 @@ struct CsvContent {
 
 CsvContent parseCsv(const QByteArray& bytes);
 
-/// One row, quoted where needed, without a line end.
-QString csvLine(const QStringList& fields);
-
 /// Empty, or that the text has a line end in it: fields in quotes may, names may not.
 QString oneLineFault(const QString& text);
 

@@ -1,5 +1,7 @@
 #include "panel/files/recipe_file.h"
 
+#include "panel/output/output.h"
+
 #include <QtCore/QHash>
 #include <QtCore/QSet>
 

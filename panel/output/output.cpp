@@ -1,7 +1,5 @@
 #include "panel/output/output.h"
 
-#include "panel/files/csv_reader.h"
-
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 
@@ -53,6 +51,24 @@ void printTable(QTextStream& out, const QStringList& columns, const QVector<Reco
 }
 
 } // namespace
+
+QString csvLine(const QStringList& fields) {
+    QStringList quoted;
+    for (const QString& field : fields) {
+        bool needsQuotes = false;
+        for (const QChar character : field) {
+            needsQuotes = needsQuotes || QStringLiteral(",\"\r\n").contains(character);
+        }
+        if (needsQuotes) {
+            QString doubled = field;
+            doubled.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+            quoted.append(QLatin1Char('"') + doubled + QLatin1Char('"'));
+        } else {
+            quoted.append(field);
+        }
+    }
+    return quoted.join(QLatin1Char(','));
+}
 
 QString counted(qint64 count, const char* one, const char* many) {
     return QStringLiteral("%1 %2").arg(count).arg(QString::fromLatin1(count == 1 ? one : many));

@@ -32,6 +32,9 @@ void printRecords(QTextStream& out, OutputFormat format, const QStringList& colu
 QString recordHeader(OutputFormat format, const QStringList& columns);
 QString recordLine(OutputFormat format, const QStringList& columns, const Record& record);
 
+/// One row of CSV (RFC 4180), quoted where needed, without a line end.
+QString csvLine(const QStringList& fields);
+
 /// "1 retry", "2 retries"
 QString counted(qint64 count, const char* one, const char* many);
 

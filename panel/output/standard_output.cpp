@@ -1,6 +1,6 @@
 #include "panel/output/standard_output.h"
 
-#include "panel/commands/context.h"
+#include "panel/output/exit_code.h"
 
 #include <QtCore/QIODevice>
 

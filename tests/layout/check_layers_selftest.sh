@@ -26,8 +26,11 @@ good_tree() {
     put data/data_area.h '#include "driver/velkor.h"' '#include <QtCore/QList>'
     put scan/merge.cpp '#include "data/data_area.h"' '#include "driver/velkor.h"' '#include <vector>'
     put fins/wire.cpp '#include "scan/merge.h"' '#include "data/data_area.h"' '  #  include "fins/x.h"'
-    put panel/main.cpp '#include <velkor/host_interface.h>' '#include <QtNetwork/QUdpSocket>' \
-        '#include "panel/screen.h"'
+    put panel/main.cpp '#include <velkor/host/line.h>' '#include <QtNetwork/QUdpSocket>' \
+        '#include "panel/commands/commands.h"'
+    put panel/picture/cells.cpp '#include "panel/picture/cells.h"' '#include "panel/host_names.h"'
+    put panel/screen/screen.cpp '#include "panel/picture/cells.h"' '#include <sys/signalfd.h>'
+    put panel/commands/watch.cpp '#include "panel/options/options.h"' '#include "panel/screen/screen.h"'
     put examples/host.cpp '#include <velkor/records.h>'
     put host/include/velkor/host/line.h '#include <velkor/host/tag.h>' '#include <QtCore/QString>' \
         '#include <functional>' '#include <pcap/pcap.h>'
@@ -108,7 +111,14 @@ breach 'the operating system' driver/socket.cpp '#include <sys/socket.h>'
 breach 'a header of C' driver/unistd.cpp '#include <unistd.h>'
 breach 'a deeper folder' driver/deep/deep.cpp '#include "fins/wire.h"'
 breach 'the panel looks inside' panel/inside.cpp '#include "driver/velkor.h"'
-breach 'the panel looks inside from below' panel/deep/below.cpp '#include "../../data/data_area.h"'
+breach 'the panel looks inside by brackets' panel/files/below.cpp '#include <data/data_area.h>'
+breach 'the panel sees the driver' panel/watch/driver.cpp '#include <velkor/host_interface.h>'
+breach 'the panel sees a room of the host layer' panel/watch/host_room.cpp '#include "host/line/core.h"'
+breach 'a picture sees the screen' panel/picture/screen.cpp '#include "panel/screen/screen.h"'
+breach 'output sees a command' panel/output/exit.cpp '#include "panel/commands/context.h"'
+breach 'a screen sees a command' panel/screen/command.cpp '#include "panel/commands/context.h"'
+breach 'a way round in the panel' panel/picture/round.cpp '#include "../screen/screen.h"'
+breach 'main sees the driver' panel/second_main.cpp '#include <velkor/records.h>'
 breach 'the panel takes what is not installed' panel/taken.cpp '#include <velkor/velkor.h>'
 breach 'an example looks inside' examples/inside.cpp '#include "fins/wire.h"'
 breach 'a room of the host layer sees a later one' host/values/later.cpp '#include "host/poll/plan.h"'
@@ -145,6 +155,10 @@ expect 'a missing layer is not a clean one' 2 'no folder scan/'
 good_tree
 put host/extra/file.cpp '#include <vector>'
 expect 'a room that is not known is a breach' 1 'host/extra/ is no room'
+
+good_tree
+put panel/extra/file.cpp '#include <vector>'
+expect 'a room of the panel that is not known is a breach' 1 'panel/extra/ is no room'
 
 tree_before=$tree
 tree=$tree_before/not_there

@@ -1,4 +1,5 @@
 #include "panel/files/csv_reader.h"
+#include "panel/output/output.h"
 
 #include "panel/text.h"
 
