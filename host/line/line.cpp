@@ -2,7 +2,9 @@
 
 #include "host/driver/api_catalogue.h"
 #include "host/driver/driver_copy.h"
+#include "host/line/line_checks.h"
 #include "host/line/line_core.h"
+#include "host/line/line_notices.h"
 #include "host/line/steady_clock.h"
 #include "host/line/udp_link.h"
 
@@ -18,49 +20,6 @@ const int SERVICE_IDS = 255; // the driver issues 0 to 254
 
 int lastOctet(const QHostAddress& address) {
     return static_cast<int>(address.toIPv4Address() & 0xFFU);
-}
-
-QString outOfBounds(const char* name, int value, int lowest, int highest) {
-    return value >= lowest && value <= highest ? QString()
-                                               : QStringLiteral("%1 is %2; right is %3 to %4")
-                                                     .arg(QLatin1String(name))
-                                                     .arg(value)
-                                                     .arg(lowest)
-                                                     .arg(highest);
-}
-
-QString faultIn(const LineSettings& settings) {
-    for (const QString& fault : {outOfBounds("wordsPerFrame", settings.wordsPerFrame, 1, 503),
-                                 outOfBounds("retries", settings.retries, 1, 100),
-                                 outOfBounds("timeoutMs", settings.timeoutMs, 1, 60000),
-                                 outOfBounds("scanMs", settings.scanMs, 10, 60000),
-                                 outOfBounds("refusedRetryMs", settings.refusedRetryMs, 1, 2000000),
-                                 outOfBounds("plc.port", settings.plc.port, 1, 65535)}) {
-        if (!fault.isEmpty()) {
-            return fault;
-        }
-    }
-    if (settings.plc.address.protocol() != QAbstractSocket::IPv4Protocol) {
-        return QStringLiteral("plc.address is \"%1\"; right is an IPv4 address")
-            .arg(settings.plc.address.toString());
-    }
-    const QHostAddress& local = settings.local.address;
-    if (!local.isNull() && local != QHostAddress::Any &&
-        local.protocol() != QAbstractSocket::IPv4Protocol) {
-        return QStringLiteral("local.address is \"%1\"; right is an IPv4 address, or none")
-            .arg(local.toString());
-    }
-    if (settings.allowModeChange && settings.retries < 2) {
-        return QStringLiteral("retries is 1 and allowModeChange is set; right are retries of 2 or "
-                              "more, because the change takes one");
-    }
-    const auto wrong = [](int node) { return node < 0 || node > 255; };
-    if (!settings.nodes.isEmpty() &&
-        (settings.nodes.size() != 6 ||
-         std::any_of(settings.nodes.begin(), settings.nodes.end(), wrong))) {
-        return QStringLiteral("nodes; right are none or six numbers from 0 to 255");
-    }
-    return QString();
 }
 
 QString closedText() {
@@ -95,9 +54,7 @@ public:
     void noteTagsNotRead();
     LineCore* core() const { return connection ? connection->core.get() : nullptr; }
 
-    QString wrongItems(const QString& reg, int address, qint64 count) const;
-    QString wrongWrite(const QString& reg, int address, const Items& items) const;
-    QString wrongTag(const Tag& tag) const;
+    const Catalogue& registers() const { return connection->registers; } ///< of an open line
     bool accept(const QString& wrong, QString* fault) const;
     quint64 recipe(RecipeDirection direction, const QVector<RecipeVariable>& variables,
                    bool readBack, QString* fault);
@@ -106,9 +63,7 @@ public:
     void afterEvent();
     void armTimer();
     void collect();
-    bool wanted(const Notice& notice) const;
     void deliver();
-    void tell(const Notice& notice);
 
     Line* line; ///< null once it has been destroyed
     LineSettings settings;
@@ -126,7 +81,7 @@ public:
 };
 
 QString Line::Private::open() {
-    QString fault = faultIn(settings);
+    QString fault = settingsFault(settings);
     if (!fault.isEmpty()) {
         return fault;
     }
@@ -190,7 +145,7 @@ void Line::Private::noteTagsNotRead() {
             changed.indices.append(index);
         }
     }
-    if (!changed.indices.isEmpty() && wanted(changed)) {
+    if (!changed.indices.isEmpty() && wanted(changed, line)) {
         notices.push_back(std::move(changed));
     }
 }
@@ -220,29 +175,10 @@ void Line::Private::collect() {
         if (!notice) {
             return;
         }
-        if (wanted(*notice)) {
+        if (wanted(*notice, line)) {
             notices.push_back(std::move(*notice));
         }
     }
-}
-
-bool Line::Private::wanted(const Notice& notice) const {
-    return line != nullptr && std::visit(
-                                  [this](const auto& content) {
-                                      using Kind = std::decay_t<decltype(content)>;
-                                      if constexpr (std::is_same_v<Kind, TagsChanged>) {
-                                          return bool(line->onTags);
-                                      } else if constexpr (std::is_same_v<Kind, ScanEnded>) {
-                                          return bool(line->onScan);
-                                      } else if constexpr (std::is_same_v<Kind, RequestEnd>) {
-                                          return bool(line->onRequest);
-                                      } else if constexpr (std::is_same_v<Kind, RecipeProgress>) {
-                                          return bool(line->onRecipeProgress);
-                                      } else {
-                                          return true; // outcomes: the listener may still be set
-                                      }
-                                  },
-                                  notice);
 }
 
 /// The host may close or destroy the line from inside any of these.
@@ -251,74 +187,10 @@ void Line::Private::deliver() {
     while (line != nullptr && !notices.empty()) {
         const Notice notice = std::move(notices.front());
         notices.pop_front();
-        tell(notice);
+        tell(notice, *line);
     }
     // With a destroyed line all of this goes here, the timer included that calls it: nothing may be
     // touched behind this.
-}
-
-template <typename Listener, typename... Arguments>
-void call(const Listener& listener, const Arguments&... arguments) {
-    if (listener) {
-        const Listener kept = listener; // it may be replaced, or go with the line
-        kept(arguments...);
-    }
-}
-
-void Line::Private::tell(const Notice& notice) {
-    std::visit(
-        [this](const auto& content) {
-            using Kind = std::decay_t<decltype(content)>;
-            if constexpr (std::is_same_v<Kind, TagsChanged>) {
-                call(line->onTags, content.indices);
-            } else if constexpr (std::is_same_v<Kind, ScanEnded>) {
-                call(line->onScan);
-            } else if constexpr (std::is_same_v<Kind, WriteOutcome>) {
-                call(line->onWrite, content);
-            } else if constexpr (std::is_same_v<Kind, ReadOutcome>) {
-                call(line->onRead, content);
-            } else if constexpr (std::is_same_v<Kind, RecipeOutcome>) {
-                call(line->onRecipe, content);
-            } else if constexpr (std::is_same_v<Kind, RecipeProgress>) {
-                call(line->onRecipeProgress, content.id, content.words, content.ofWords);
-            } else {
-                call(line->onRequest, content);
-            }
-        },
-        notice);
-}
-
-/// Empty, or why `count` items from `address` are not items of `reg`. Of an open line.
-QString Line::Private::wrongItems(const QString& reg, int address, qint64 count) const {
-    const Catalogue& registers = connection->registers;
-    const RegisterInfo* info = registers.find(reg);
-    if (info == nullptr) {
-        return QStringLiteral("\"%1\" is no register; right is one of %2")
-            .arg(reg, registers.names());
-    }
-    if (address < 0 || count > 0x7FFFFFFF) {
-        return QStringLiteral("%1 %2: %3").arg(reg).arg(address).arg(Catalogue::rangeText(*info));
-    }
-    return registers.check(*info, addressText(address, info->bit), static_cast<int>(count)).text;
-}
-
-QString Line::Private::wrongWrite(const QString& reg, int address, const Items& items) const {
-    QString wrong = wrongItems(reg, address, items.size());
-    if (!wrong.isEmpty() || !isBitRegister(reg)) {
-        return wrong;
-    }
-    const auto noBit = std::find_if(items.begin(), items.end(), [](int item) { return item > 1; });
-    return noBit == items.end() ? QString()
-                                : QStringLiteral("%1 is no bit; right are 0 and 1").arg(*noBit);
-}
-
-QString Line::Private::wrongTag(const Tag& tag) const {
-    if (!typeFitsRegister(tag.type, tag.bitRegister())) {
-        return QStringLiteral("%1 does not fit %2; bool stands in bit registers, every other type "
-                              "in word registers")
-            .arg(valueTypeName(tag.type), tag.reg);
-    }
-    return wrongItems(tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
 }
 
 bool Line::Private::accept(const QString& wrong, QString* fault) const {
@@ -337,7 +209,7 @@ quint64 Line::Private::recipe(RecipeDirection direction, const QVector<RecipeVar
                         .arg(variable.reg);
         }
         if (wrong.isEmpty()) {
-            wrong = wrongItems(variable.reg, variable.address, variable.count);
+            wrong = wrongItems(registers(), variable.reg, variable.address, variable.count);
         }
     }
     if (wrong.isEmpty()) {
@@ -403,7 +275,7 @@ QString Line::setTags(const QVector<Tag>& tags) {
         return closedText();
     }
     for (int index = 0; index < tags.size(); ++index) {
-        const QString wrong = d->wrongTag(tags.at(index));
+        const QString wrong = wrongTag(d->registers(), tags.at(index));
         if (!wrong.isEmpty()) {
             return QStringLiteral("tag %1 (%2): %3").arg(index).arg(tags.at(index).name, wrong);
         }
@@ -428,7 +300,7 @@ bool Line::allFresh() const {
 }
 
 quint64 Line::write(const QString& reg, int address, const Items& items, QString* fault) {
-    const QString wrong = isOpen() ? d->wrongWrite(reg, address, items) : closedText();
+    const QString wrong = isOpen() ? wrongWrite(d->registers(), reg, address, items) : closedText();
     if (!d->accept(wrong, fault)) {
         return 0;
     }
@@ -439,7 +311,7 @@ quint64 Line::write(const QString& reg, int address, const Items& items, QString
 }
 
 quint64 Line::read(const QString& reg, int address, int count, QString* fault) {
-    const QString wrong = isOpen() ? d->wrongItems(reg, address, count) : closedText();
+    const QString wrong = isOpen() ? wrongItems(d->registers(), reg, address, count) : closedText();
     if (!d->accept(wrong, fault)) {
         return 0;
     }

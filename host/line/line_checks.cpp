@@ -1,0 +1,87 @@
+#include "host/line/line_checks.h"
+
+#include <velkor/host/registers.h>
+
+#include <algorithm>
+
+namespace velkor_host {
+namespace {
+
+QString outOfBounds(const char* name, int value, int lowest, int highest) {
+    return value >= lowest && value <= highest ? QString()
+                                               : QStringLiteral("%1 is %2; right is %3 to %4")
+                                                     .arg(QLatin1String(name))
+                                                     .arg(value)
+                                                     .arg(lowest)
+                                                     .arg(highest);
+}
+
+} // namespace
+
+QString settingsFault(const LineSettings& settings) {
+    for (const QString& fault : {outOfBounds("wordsPerFrame", settings.wordsPerFrame, 1, 503),
+                                 outOfBounds("retries", settings.retries, 1, 100),
+                                 outOfBounds("timeoutMs", settings.timeoutMs, 1, 60000),
+                                 outOfBounds("scanMs", settings.scanMs, 10, 60000),
+                                 outOfBounds("refusedRetryMs", settings.refusedRetryMs, 1, 2000000),
+                                 outOfBounds("plc.port", settings.plc.port, 1, 65535)}) {
+        if (!fault.isEmpty()) {
+            return fault;
+        }
+    }
+    if (settings.plc.address.protocol() != QAbstractSocket::IPv4Protocol) {
+        return QStringLiteral("plc.address is \"%1\"; right is an IPv4 address")
+            .arg(settings.plc.address.toString());
+    }
+    const QHostAddress& local = settings.local.address;
+    if (!local.isNull() && local != QHostAddress::Any &&
+        local.protocol() != QAbstractSocket::IPv4Protocol) {
+        return QStringLiteral("local.address is \"%1\"; right is an IPv4 address, or none")
+            .arg(local.toString());
+    }
+    if (settings.allowModeChange && settings.retries < 2) {
+        return QStringLiteral("retries is 1 and allowModeChange is set; right are retries of 2 or "
+                              "more, because the change takes one");
+    }
+    const auto wrong = [](int node) { return node < 0 || node > 255; };
+    if (!settings.nodes.isEmpty() &&
+        (settings.nodes.size() != 6 ||
+         std::any_of(settings.nodes.begin(), settings.nodes.end(), wrong))) {
+        return QStringLiteral("nodes; right are none or six numbers from 0 to 255");
+    }
+    return QString();
+}
+
+QString wrongItems(const Catalogue& registers, const QString& reg, int address, qint64 count) {
+    const RegisterInfo* info = registers.find(reg);
+    if (info == nullptr) {
+        return QStringLiteral("\"%1\" is no register; right is one of %2")
+            .arg(reg, registers.names());
+    }
+    if (address < 0 || count > 0x7FFFFFFF) {
+        return QStringLiteral("%1 %2: %3").arg(reg).arg(address).arg(Catalogue::rangeText(*info));
+    }
+    return registers.check(*info, addressText(address, info->bit), static_cast<int>(count)).text;
+}
+
+QString wrongWrite(const Catalogue& registers, const QString& reg, int address,
+                   const Items& items) {
+    QString wrong = wrongItems(registers, reg, address, items.size());
+    if (!wrong.isEmpty() || !isBitRegister(reg)) {
+        return wrong;
+    }
+    const auto noBit = std::find_if(items.begin(), items.end(), [](int item) { return item > 1; });
+    return noBit == items.end() ? QString()
+                                : QStringLiteral("%1 is no bit; right are 0 and 1").arg(*noBit);
+}
+
+QString wrongTag(const Catalogue& registers, const Tag& tag) {
+    if (!typeFitsRegister(tag.type, tag.bitRegister())) {
+        return QStringLiteral("%1 does not fit %2; bool stands in bit registers, every other type "
+                              "in word registers")
+            .arg(valueTypeName(tag.type), tag.reg);
+    }
+    return wrongItems(registers, tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
+}
+
+} // namespace velkor_host
