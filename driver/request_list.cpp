@@ -1,5 +1,7 @@
 #include "driver/request_list.h"
 
+#include "driver/record_copy.h"
+
 namespace {
 
 /// The newest request after element 0 that is the same as `request`, or -1.
@@ -21,9 +23,9 @@ bool isSameRequest(const VARIABLE& a, const VARIABLE& b) {
 void putRequest(QList<VARIABLE>& list, const VARIABLE& request) {
     const int same = indexOfSame(list, request);
     if (same >= 0) {
-        list[same] = request;
+        copyRecord(request, list[same]);
     } else if (list.size() > LAST_REQUEST_INDEX) {
-        list[LAST_REQUEST_INDEX] = request;
+        copyRecord(request, list[LAST_REQUEST_INDEX]);
     } else {
         list.append(request);
     }

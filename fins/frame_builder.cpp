@@ -3,6 +3,7 @@
 #include "driver/bit_address.h"
 #include "driver/byte_order.h"
 #include "driver/int_math.h"
+#include "driver/record_copy.h"
 #include "driver/register_catalogue.h"
 #include "driver/velkor.h"
 #include "fins/fins_wire.h"
@@ -32,7 +33,7 @@ FRAME_PRO memoryAreaFrame(const VARIABLE& request, FinsCommand sub) {
     FRAME_PRO frame = frameWithHeader();
     frame.frame[OFFSET_MRC] = MRC_MEMORY_AREA;
     frame.frame[OFFSET_SRC] = lowByteOf(sub);
-    frame.var = request;
+    copyRecord(request, frame.var);
     return frame;
 }
 

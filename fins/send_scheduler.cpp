@@ -1,4 +1,5 @@
 #include "driver/host_areas.h"
+#include "driver/record_copy.h"
 #include "driver/velkor.h"
 #include "fins/frame_builder.h"
 #include "fins/request_finish.h"
@@ -39,7 +40,7 @@ void takeRecipeBlock(RequestKind kind) {
 }
 
 void takeHeadOf(const QList<VARIABLE>& list, RequestKind kind, int burst) {
-    driver.currentVar = list.first();
+    copyRecord(list.first(), driver.currentVar);
     driver.requestKind = kind;
     driver.requestCount = burst;
 }
@@ -82,6 +83,6 @@ unsigned int intf_getSendFrame(FRAME_PRO& out) {
             return 0;
         }
     }
-    out = driver.frameQueue.first();
+    copyRecord(driver.frameQueue.first(), out);
     return 1;
 }

@@ -1,5 +1,6 @@
 #include "driver/bit_address.h"
 #include "driver/int_math.h"
+#include "driver/record_copy.h"
 #include "driver/request_list.h"
 #include "driver/velkor.h"
 
@@ -67,7 +68,7 @@ int intf_addConditionRead(KEY_ADDRESS key, int type) {
         piece.len = pieces.size(p);
         const VARIABLE request = requestFor(piece, type);
         putRequest(driver.conditionReadList, request);
-        driver.conditionKey = request;
+        copyRecord(request, driver.conditionKey);
     }
     return 1;
 }
