@@ -39,7 +39,7 @@ void finishConditionRead() {
 /// Round-robin over the blocks.
 void finishCyclicRead() {
     if (driver.readList.size() >= 2) {
-        driver.readList.append(driver.readList.takeFirst());
+        driver.readList.move(0, static_cast<int>(driver.readList.size()) - 1);
     }
 }
 
