@@ -15,9 +15,9 @@ struct ReceivedWord {
     unsigned char high;
 };
 
-ReceivedWord wordAt(const QByteArray& reply, int offset) {
-    const ReceivedWord word = {static_cast<unsigned char>(reply.at(offset + 1)),
-                               static_cast<unsigned char>(reply.at(offset))};
+ReceivedWord wordAt(const ReplyWords& words, int position) {
+    const unsigned char* bytes = words.data + 2 * static_cast<size_t>(position);
+    const ReceivedWord word = {bytes[1], bytes[0]};
     return word;
 }
 
@@ -47,14 +47,12 @@ int endOfBlock() {
 }
 
 /// One variable of a block that begins at word `blockAddr`.
-void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const FRAME_PRO& frame,
-                   const QByteArray& reply) {
-    const qint64 received = frame.dataLen / 2;
+void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const ReplyWords& words) {
     const qint64 first = wrapSubtract(variable.addr, blockAddr);
-    for (int j = 0; j < variable.len && first + j < received; ++j) {
+    for (int j = 0; j < variable.len && first + j < words.count; ++j) {
         const qint64 position = first + j;
         if (position >= 0) {
-            const ReceivedWord word = wordAt(reply, frame.headLen + 2 * static_cast<int>(position));
+            const ReceivedWord word = wordAt(words, static_cast<int>(position));
             storeRecipeWord(wrapAdd(variable.rcpOffset, j), word.low, word.high);
         }
     }
@@ -62,17 +60,14 @@ void storeVariable(const _RCP_VAR_PRO& variable, int blockAddr, const FRAME_PRO&
 
 } // namespace
 
-void storeReplyWords(const FRAME_PRO& frame, const QByteArray& reply) {
-    const int words = frame.dataLen / 2;
-    DataAreaRun run(frame.var.station, frame.var.regName, frame.var.addr, words,
-                    DataAreaRun::WORDS);
-    for (int i = 0; i < words; ++i) {
-        const int index = run.indexOf(wrapAdd(frame.var.addr, i));
-        storeWord(index, wordAt(reply, frame.headLen + 2 * i));
+void storeReplyWords(const ReplyWords& words) {
+    DataAreaRun run(words.station, words.regName, words.addr, words.count, DataAreaRun::WORDS);
+    for (int i = 0; i < words.count; ++i) {
+        storeWord(run.indexOf(wrapAdd(words.addr, i)), wordAt(words, i));
     }
 }
 
-void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply) {
+void storeUploadedRecipe(const ReplyWords& words) {
     if (driver.rcpIndex < 0 || driver.rcpIndex >= driver.rcpBlockFirst.size()) {
         return;
     }
@@ -81,6 +76,6 @@ void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply) {
     // Stays as it is, whatever the host's callback does.
     const QVector<_RCP_VAR_PRO> variables = driver.rcpVarVector;
     for (int e = first; e < end; ++e) {
-        storeVariable(variables.at(e), variables.at(first).addr, frame, reply);
+        storeVariable(variables.at(e), variables.at(first).addr, words);
     }
 }

@@ -1,15 +1,23 @@
 #ifndef VELKOR_FINS_REPLY_DECODE_H
 #define VELKOR_FINS_REPLY_DECODE_H
 
-#include "driver/records.h"
+#include <QtCore/QString>
 
-#include <QtCore/QByteArray>
+/// The words that an accepted data reply brought, and where in the PLC they stand. Refers to
+/// nothing of the driver's: it lives on while the host is called.
+struct ReplyWords {
+    int station;
+    QString regName;
+    int addr;                  ///< of the first word
+    int count;                 ///< may be negative: no words
+    const unsigned char* data; ///< each word high byte first
+};
 
-/// Stores the words of an accepted data reply into the cache, telling the host of changes.
-void storeReplyWords(const FRAME_PRO& frame, const QByteArray& reply);
+/// Stores the words into the cache, telling the host of changes.
+void storeReplyWords(const ReplyWords& words);
 
 /// Copies the words of an accepted recipe upload into the host's recipe buffer, each variable at
 /// its own offset, telling the host of each word. Words outside the reply's data are left out.
-void storeUploadedRecipe(const FRAME_PRO& frame, const QByteArray& reply);
+void storeUploadedRecipe(const ReplyWords& words);
 
 #endif

@@ -4,7 +4,12 @@
 #include "fins/reply_decode.h"
 #include "fins/request_finish.h"
 
+#include <QtCore/QVarLengthArray>
+
 namespace {
+
+/// Data of up to this length, that of 512 words, are kept without an allocation.
+const int usualDataBytes = VELKOR_DATA_SIZE;
 
 /// "length,station,address,register". The head may by now be a mode change, whose request is empty.
 QString failureText(int replyLength) {
@@ -26,11 +31,18 @@ unsigned int rejectReply(int replyLength, QString* message) {
     return REPLY_REQUEST_FAILED;
 }
 
-void decode(const QByteArray& reply) {
-    const FRAME_PRO frame = driver.frameQueue.first();
-    storeReplyWords(frame, reply);
+/// `reply` is as long as the frame at the head of the queue says.
+void decode(const unsigned char* reply) {
+    const FRAME_PRO& head = driver.frameQueue.first();
+    // A copy of the bytes: they stay whatever the host's callback does, also where the reply is no
+    // more than a view of bytes that are the host's own.
+    QVarLengthArray<unsigned char, usualDataBytes> data;
+    data.append(reply + head.headLen, qMax(0, head.dataLen));
+    const ReplyWords words = {head.var.station, head.var.regName, head.var.addr, head.dataLen / 2,
+                              data.constData()};
+    storeReplyWords(words);
     if (driver.requestKind == KIND_RECIPE_UPLOAD) {
-        storeUploadedRecipe(frame, reply);
+        storeUploadedRecipe(words);
     }
 }
 
@@ -48,18 +60,15 @@ unsigned int intf_dealRcvFrame(QByteArray* reply, QString* message) {
     if (driver.frameQueue.isEmpty()) {
         return REPLY_NOT_EXPECTED;
     }
-    // A copy of the bytes, not a share: they stay whatever the host's callback does, also where the
-    // reply is no more than a view of bytes that are the host's own.
-    const QByteArray received(reply->constData(), reply->size());
-    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(received.constData());
-    const int length = static_cast<int>(received.size());
+    const unsigned char* bytes = reinterpret_cast<const unsigned char*>(reply->constData());
+    const int length = static_cast<int>(reply->size());
     const int check = check_rcv_data(bytes, length);
     if (check == CHECK_REJECTED) {
         return rejectReply(length, message);
     }
     driver.lastError = 0;
     if (check == CHECK_DATA) {
-        decode(received);
+        decode(bytes);
     }
     if (check != CHECK_KEEP_FRAME) {
         removeHead();
