@@ -4,11 +4,14 @@
 #include "driver/int_math.h"
 #include "driver/velkor.h"
 
+#include <algorithm>
+
 namespace {
 
 const int notFound = -1;
 const int besideRun = -1;
 const int highestShift = 31;
+const quint32 anyDistance = static_cast<quint32>(-1);
 
 /// The words of the lowest and of the highest bit address.
 const int lowestWordOfBits = -134217728;
@@ -122,7 +125,9 @@ DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int coun
         wordsFromLowest = passesEnd ? foldBit(lastBit).word - lowestWordOfBits + 1 : 0;
     }
     missing_ = wordsToEnd_ + wordsFromLowest;
-    found_.fill(notFound, missing_);
+    reach_ = wordsFromLowest == 0 ? static_cast<quint32>(wordsToEnd_ - 1) : anyDistance;
+    found_.resize(missing_);
+    std::fill(found_.begin(), found_.end(), notFound);
     searchOn();
 }
 
@@ -136,16 +141,36 @@ int DataAreaRun::placeOf(int wordAddr) const {
     return fromLowest < wordsFromLowest ? wordsToEnd_ + static_cast<int>(fromLowest) : besideRun;
 }
 
+/// The first record from `from` on whose address may be of the run, or the number of records. The
+/// loop that every record passes: it looks at nothing but the address.
+int DataAreaRun::nextInReach(int from) const {
+    const QList<_DATA_>& list = driver.dataAreaList;
+    const quint32 first = static_cast<quint32>(firstWord_);
+    QList<_DATA_>::const_iterator record = list.constBegin() + from;
+    const QList<_DATA_>::const_iterator end = list.constEnd();
+    while (record != end && static_cast<quint32>(record->wordAddr) - first > reach_) {
+        ++record;
+    }
+    return static_cast<int>(record - list.constBegin());
+}
+
 /// Looks at the records from searchedUpTo_ on, until every word of the run has been found.
 void DataAreaRun::searchOn() {
     const QList<_DATA_>& list = driver.dataAreaList;
-    for (; searchedUpTo_ < list.size() && missing_ > 0; ++searchedUpTo_) {
+    const int records = static_cast<int>(list.size());
+    while (missing_ > 0) {
+        searchedUpTo_ = nextInReach(searchedUpTo_);
+        if (searchedUpTo_ == records) {
+            return;
+        }
         const _DATA_& record = list.at(searchedUpTo_);
-        const int place = record.station == station_ ? placeOf(record.wordAddr) : besideRun;
-        if (place != besideRun && found_.at(place) == notFound && record.regName == keyName_) {
+        const int place = placeOf(record.wordAddr);
+        if (place != besideRun && found_[place] == notFound && record.station == station_ &&
+            record.regName == keyName_) {
             found_[place] = searchedUpTo_;
             --missing_;
         }
+        ++searchedUpTo_;
     }
 }
 
@@ -154,14 +179,14 @@ int DataAreaRun::indexOf(int wordAddr) {
     if (place == besideRun) {
         return getIndexOfDataArea(station_, keyName_, wordAddr, driver.dataAreaList);
     }
-    if (found_.at(place) == notFound) {
+    if (found_[place] == notFound) {
         searchOn(); // a callback may have added it since
     }
-    if (found_.at(place) == notFound) {
+    if (found_[place] == notFound) {
         appendRecord(station_, keyName_, wordAddr, driver.dataAreaList);
         searchOn();
     }
-    return found_.at(place);
+    return found_[place];
 }
 
 DataAreaIndex::DataAreaIndex() {

@@ -15,7 +15,7 @@
 #include <QtCore/QList>
 #include <QtCore/QPair>
 #include <QtCore/QString>
-#include <QtCore/QVector>
+#include <QtCore/QVarLengthArray>
 
 class DataAreaIndex;
 
@@ -64,6 +64,7 @@ public:
 
 private:
     void searchOn();
+    int nextInReach(int from) const;
     /// A word's index in found_, or -1 for one that lies beside the run.
     int placeOf(int wordAddr) const;
 
@@ -74,7 +75,10 @@ private:
                          ///< address; they go on from the lowest, in the words that follow
     int searchedUpTo_;   ///< records before this index have been looked at
     int missing_;        ///< words of the run not found so far
-    QVector<int> found_; ///< for each word of the run, the index of its record or -1
+    quint32 reach_;      ///< words of the run lie no further from firstWord_ than this, wrapping
+    /// For each word of the run, the index of its record or -1; those of a block that a frame holds
+    /// without an allocation.
+    QVarLengthArray<int, VELKOR_DATA_SIZE / 2> found_;
 };
 
 /// A hash of the driver's whole cache, for a call that looks up very many scattered words. Lives
