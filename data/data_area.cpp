@@ -2,6 +2,7 @@
 
 #include "driver/byte_order.h"
 #include "driver/int_math.h"
+#include "driver/register_catalogue.h"
 #include "driver/velkor.h"
 
 #include <algorithm>
@@ -18,7 +19,8 @@ const int lowestWordOfBits = -134217728;
 const int highestWordOfBits = 134217727;
 
 bool hasKey(const _DATA_& record, int station, const QString& regName, int wordAddr) {
-    return record.station == station && record.wordAddr == wordAddr && record.regName == regName;
+    return record.station == station && record.wordAddr == wordAddr &&
+           isSameName(record.regName, regName);
 }
 
 int appendRecord(int station, const QString& regName, int wordAddr, QList<_DATA_>& list) {
@@ -166,7 +168,7 @@ void DataAreaRun::searchOn() {
         const _DATA_& record = list.at(searchedUpTo_);
         const int place = placeOf(record.wordAddr);
         if (place != besideRun && found_[place] == notFound && record.station == station_ &&
-            record.regName == keyName_) {
+            isSameName(record.regName, keyName_)) {
             found_[place] = searchedUpTo_;
             --missing_;
         }

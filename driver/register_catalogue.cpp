@@ -22,7 +22,7 @@ bool isListed(int kind, int type) {
 
 int registerIndex(const QString& regName) {
     for (int i = 0; i < REGISTER_COUNT; ++i) {
-        if (REG_LIST[i] == regName) {
+        if (isSameName(REG_LIST[i], regName)) {
             return i;
         }
     }
