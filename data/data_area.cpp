@@ -9,7 +9,6 @@
 
 namespace {
 
-const int notFound = -1;
 const int besideRun = -1;
 const int highestShift = 31;
 const quint32 anyDistance = static_cast<quint32>(-1);
@@ -129,7 +128,7 @@ DataAreaRun::DataAreaRun(int station, const QString& regName, int addr, int coun
     missing_ = wordsToEnd_ + wordsFromLowest;
     reach_ = wordsFromLowest == 0 ? static_cast<quint32>(wordsToEnd_ - 1) : anyDistance;
     found_.resize(missing_);
-    std::fill(found_.begin(), found_.end(), notFound);
+    std::fill(found_.begin(), found_.end(), int(notFound));
     searchOn();
 }
 
@@ -176,7 +175,7 @@ void DataAreaRun::searchOn() {
     }
 }
 
-int DataAreaRun::indexOf(int wordAddr) {
+int DataAreaRun::searchedIndexOf(int wordAddr) {
     const int place = placeOf(wordAddr);
     if (place == besideRun) {
         return getIndexOfDataArea(station_, keyName_, wordAddr, driver.dataAreaList);

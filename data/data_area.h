@@ -60,9 +60,20 @@ public:
     DataAreaRun(int station, const QString& regName, int addr, int count, Unit unit = HOST_UNITS);
 
     /// The same as getIndexOfDataArea on the driver's cache; fast for the words of the run.
-    int indexOf(int wordAddr);
+    int indexOf(int wordAddr) {
+        const quint32 fromFirst = static_cast<quint32>(wordAddr) - static_cast<quint32>(firstWord_);
+        if (fromFirst < static_cast<quint32>(wordsToEnd_)) {
+            const int index = found_[static_cast<int>(fromFirst)];
+            if (index != notFound) {
+                return index;
+            }
+        }
+        return searchedIndexOf(wordAddr);
+    }
 
 private:
+    enum { notFound = -1 };
+    int searchedIndexOf(int wordAddr);
     void searchOn();
     int nextInReach(int from) const;
     /// A word's index in found_, or -1 for one that lies beside the run.

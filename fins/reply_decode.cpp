@@ -24,12 +24,12 @@ ReceivedWord wordAt(const ReplyWords& words, int position) {
 void storeWord(int index, const ReceivedWord& word) {
     _DATA_& record = driver.dataAreaList[index];
     record.firstByteFlag = 0;
+    if (record.readValue[0] == word.low && record.readValue[1] == word.high) {
+        return;
+    }
     const unsigned char received[2] = {word.low, word.high};
     const int oldValue = littleEndianWord(record.readValue);
     const int newValue = littleEndianWord(received);
-    if (oldValue == newValue) {
-        return;
-    }
     record.writePending = 0; // a value that changed in the PLC wins over a write under way
     _wordDataChange(&oldValue, &newValue, record.station, record.regName, record.wordAddr, 0,
                     index);
