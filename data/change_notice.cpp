@@ -20,19 +20,24 @@ void notifyChangedBits(int monitored, int changed, int bitCount, int station,
 
 } // namespace
 
+void notifyWordChange(int index, int changed, int firstBit) {
+    const _DATA_& before = driver.dataAreaList.at(index);
+    if (firstBit == 0 && before.bitMonitor != 0) {
+        notifyChangedBits(before.bitMonitor, changed, BITS_PER_WORD, before.station,
+                          bitRegisterName(before.regName),
+                          wrapMultiply(before.wordAddr, BITS_PER_WORD));
+    }
+    const _DATA_& record = driver.dataAreaList.at(index); // again: the host may have added records
+    if ((record.wordMonitor & 1) != 0) {
+        notifyValueChange(record.station, record.regName, record.wordAddr);
+    }
+}
+
 void _wordDataChange(const int* oldValue, const int* newValue, int station, QString regName,
                      int wordAddr, int firstBit, int guess) {
     const int index = getIndexOfDataArea(station, regName, wordAddr, driver.dataAreaList, guess);
-    if (*oldValue == *newValue) {
-        return;
-    }
-    const int monitored = driver.dataAreaList.at(index).bitMonitor;
-    if (firstBit == 0 && monitored != 0) {
-        notifyChangedBits(monitored, *oldValue ^ *newValue, BITS_PER_WORD, station,
-                          bitRegisterName(regName), wrapMultiply(wordAddr, BITS_PER_WORD));
-    }
-    if ((driver.dataAreaList.at(index).wordMonitor & 1) != 0) {
-        notifyValueChange(station, regName, wordAddr);
+    if (*oldValue != *newValue) {
+        notifyWordChange(index, *oldValue ^ *newValue, firstBit);
     }
 }
 

@@ -13,6 +13,10 @@
 void _wordDataChange(const int* oldValue, const int* newValue, int station, QString regName,
                      int wordAddr, int firstBit, int guess = -1);
 
+/// The same for a word whose record and change are known: `changed` has the bits that differ set,
+/// at least one.
+void notifyWordChange(int index, int changed, int firstBit);
+
 /// The byte-sized sibling, exported and called by nothing inside the driver: one call for each
 /// monitored bit 0 to 7 that differs, with the name as given and `address` + bit. The record is
 /// that of the name and address as given, and is created when missing.

@@ -82,11 +82,11 @@ private:
     int station_;
     QString keyName_;
     int firstWord_;
-    int wordsToEnd_;     ///< words from firstWord_ on: all of them, unless bits pass the last
-                         ///< address; they go on from the lowest, in the words that follow
-    int searchedUpTo_;   ///< records before this index have been looked at
-    int missing_;        ///< words of the run not found so far
-    quint32 reach_;      ///< words of the run lie no further from firstWord_ than this, wrapping
+    int wordsToEnd_;   ///< words from firstWord_ on: all of them, unless bits pass the last
+                       ///< address; they go on from the lowest, in the words that follow
+    int searchedUpTo_; ///< records before this index have been looked at
+    int missing_;      ///< words of the run not found so far
+    quint32 reach_;    ///< words of the run lie no further from firstWord_ than this, wrapping
     /// For each word of the run, the index of its record or -1; those of a block that a frame holds
     /// without an allocation.
     QVarLengthArray<int, VELKOR_DATA_SIZE / 2> found_;

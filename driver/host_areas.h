@@ -30,7 +30,8 @@ void storeRecipeWord(int wordIndex, unsigned char lowByte, unsigned char highByt
 /// Copies `byteCount` bytes from word `wordIndex` of the host's recipe buffer to `target`.
 void copyFromRecipeBuffer(int wordIndex, int byteCount, unsigned char* target);
 
-/// Tells the host that a value of its own changed: the callback with the driver's host tag.
+/// Tells the host that a value of its own changed: the callback with the driver's host tag. The
+/// host gets a copy of the name, made before it is called, so this may be a record's own.
 void notifyValueChange(int station, const QString& regName, int address);
 
 /// Tells the host that the condition read queued last has ended; `status` 0 or -1.

@@ -28,13 +28,12 @@ void storeWord(int index, const ReceivedWord& word) {
         return;
     }
     const unsigned char received[2] = {word.low, word.high};
-    const int oldValue = littleEndianWord(record.readValue);
-    const int newValue = littleEndianWord(received);
+    const int changed = littleEndianWord(record.readValue) ^ littleEndianWord(received);
     record.writePending = 0; // a value that changed in the PLC wins over a write under way
-    _wordDataChange(&oldValue, &newValue, record.station, record.regName, record.wordAddr, 0,
-                    index);
-    driver.dataAreaList[index].readValue[0] = word.low;
-    driver.dataAreaList[index].readValue[1] = word.high;
+    notifyWordChange(index, changed, 0);
+    _DATA_& found = driver.dataAreaList[index]; // again: the host may have added records
+    found.readValue[0] = word.low;
+    found.readValue[1] = word.high;
 }
 
 /// Index in rcpVarVector behind the last variable of the block in transfer.

@@ -209,3 +209,23 @@ TEST(RegisterWeight, getRegAddressWeight_beyond32Bits_wraps) {
     // 12 * 65535 = 786420; 786420 + 2147483647 - 2^32 = -2146697229
     EXPECT_EQ(getRegAddressWeight(QLatin1String("DM"), INT_MAX, 0), -2146697229);
 }
+
+TEST(RegisterName, isSameName_anyTwoTexts_asQtComparesThem) {
+    const QString nul(QChar(0));
+    const QList<QString> texts = {QString(),
+                                  QLatin1String(""),
+                                  QLatin1String("D"),
+                                  QLatin1String("DM"),
+                                  QLatin1String("dm"),
+                                  QLatin1String("DM "),
+                                  QLatin1String("DM_bit"),
+                                  QLatin1String("CIO_bit"),
+                                  QLatin1String("DM") + nul,
+                                  QString(QChar(0x1D)),
+                                  QString(QChar(0x11D))};
+    for (const QString& a : texts) {
+        for (const QString& b : texts) {
+            EXPECT_EQ(isSameName(a, b), a == b) << a.toStdString() << ", " << b.toStdString();
+        }
+    }
+}
