@@ -1,29 +1,34 @@
 #include <velkor/host/scaled_value.h>
 
+#include "host/values/raw_number.h"
+
 #include <algorithm>
 #include <cmath>
 
 namespace velkor_host {
 namespace {
 
-/// How far a scaled text may be from a raw number and still mean it: decimal fractions such as
-/// 70.6 / 0.1 are not exact in binary. Some units in the last place of the largest raw numbers.
-const double TOLERANCE = 1e-9;
-const double RELATIVE_TOLERANCE = 2e-15;
 /// As many digits as a double holds for certain: more than any raw number has, and few enough to
 /// leave out what binary fractions add.
 const int DIGITS = 15;
 
 QString numberText(double value, int decimals) {
-    if (decimals >= 0) {
-        return QString::number(value, 'f', decimals);
-    }
-    QString text = QString::number(value, 'g', DIGITS);
-    return text == QLatin1String("-0") ? QStringLiteral("0") : text;
+    const QString text =
+        decimals >= 0 ? QString::number(value, 'f', decimals) : QString::number(value, 'g', DIGITS);
+    // What rounding has left of a small negative number is no negative zero.
+    return text.startsWith(QLatin1Char('-')) && text.toDouble() == 0.0 ? text.mid(1) : text;
 }
 
 double scaled(double raw, const Scaling& scaling) {
     return raw * scaling.scale + scaling.offset;
+}
+
+QString beyondText(ValueType type, const QString& text, const Scaling& scaling) {
+    const NumberRange range = numberRange(type);
+    const double ends[] = {scaled(range.lowest, scaling), scaled(range.highest, scaling)};
+    return QStringLiteral("\"%1\" is beyond what the PLC's %2 holds; right is %3 to %4")
+        .arg(text, valueTypeName(type), numberText(std::min(ends[0], ends[1]), -1),
+             numberText(std::max(ends[0], ends[1]), -1));
 }
 
 /// The text of the raw number that stands for `text`. On failure it is empty, and `wrong` says what
@@ -35,19 +40,23 @@ QString rawText(ValueType type, const QString& text, const Scaling& scaling, QSt
         *wrong = QStringLiteral("\"%1\" is no number; right is one such as 12.5").arg(text);
         return QString();
     }
-    const double raw = (value - scaling.offset) / scaling.scale;
-    if (type == ValueType::Float32) {
-        return QString::number(raw, 'g', 9);
-    }
-    const double nearest = std::round(raw);
-    if (std::abs(raw - nearest) > TOLERANCE + RELATIVE_TOLERANCE * std::abs(raw)) {
-        *wrong =
-            QStringLiteral("\"%1\" cannot be written exactly; the nearest values are %2 and %3")
-                .arg(text, numberText(scaled(std::floor(raw), scaling), -1),
-                     numberText(scaled(std::ceil(raw), scaling), -1));
+    const RawNumber raw = rawNumber(type, value, scaling);
+    const NumberRange range = numberRange(type);
+    if (raw.number < range.lowest || raw.number > range.highest) {
+        *wrong = beyondText(type, text, scaling);
         return QString();
     }
-    return QString::number(nearest, 'f', 0);
+    if (!raw.exact) {
+        const double around[] = {scaled(std::floor(raw.number), scaling),
+                                 scaled(std::ceil(raw.number), scaling)};
+        *wrong =
+            QStringLiteral("\"%1\" cannot be written exactly; the nearest values are %2 and %3")
+                .arg(text, numberText(std::min(around[0], around[1]), -1),
+                     numberText(std::max(around[0], around[1]), -1));
+        return QString();
+    }
+    return type == ValueType::Float32 ? QString::number(raw.number, 'g', 9)
+                                      : QString::number(raw.number, 'f', 0);
 }
 
 } // namespace
@@ -99,11 +108,7 @@ QString parseScaled(ValueType type, const QStringList& texts, const Scaling& sca
             return wrong;
         }
     }
-    const QString wrong = parseValues(type, raw, wordsForString, items);
-    return wrong.isEmpty()
-               ? wrong
-               : QStringLiteral("%1 (the PLC keeps %2 for %3)")
-                     .arg(wrong, raw.join(QLatin1Char(' ')), texts.join(QLatin1Char(' ')));
+    return parseValues(type, raw, wordsForString, items);
 }
 
 } // namespace velkor_host

@@ -181,8 +181,8 @@ private:
         std::optional<double> offset;
         number("scale", &scale);
         number("offset", &offset);
-        number("low", &tag->low);
-        number("high", &tag->high);
+        number("low", &tag->limits.low);
+        number("high", &tag->limits.high);
         scaling.scale = scale.value_or(1);
         scaling.offset = offset.value_or(0);
         const CsvField decimals = column("decimals");
@@ -198,7 +198,7 @@ private:
                          QStringLiteral("%1 has no scale, offset, decimals or limits; numbers have")
                              .arg(valueTypeName(tag->tag.type)));
         }
-        if (tag->low && tag->high && *tag->low > *tag->high) {
+        if (tag->limits.low && tag->limits.high && *tag->limits.low > *tag->limits.high) {
             bad |= fault(column("low"), QStringLiteral("low"),
                          QStringLiteral("lies above high; right is a low that does not"));
         }

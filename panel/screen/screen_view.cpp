@@ -23,10 +23,10 @@ QVector<TagLabel> labelsOf(const ScreenModel& model) {
 QString labelDetails(const TagLabel& label) {
     QStringList parts{label.address, label.type};
     if (label.low) {
-        parts.append(QStringLiteral("low %1").arg(*label.low));
+        parts.append(QStringLiteral("low ") + QString::number(*label.low, 'g', 15));
     }
     if (label.high) {
-        parts.append(QStringLiteral("high %1").arg(*label.high));
+        parts.append(QStringLiteral("high ") + QString::number(*label.high, 'g', 15));
     }
     parts.removeAll(QString());
     return QLatin1Char('(') + parts.join(QStringLiteral(", ")) + QLatin1Char(')');

@@ -3,28 +3,9 @@
 #include "panel/output/output.h"
 
 namespace panel {
-namespace {
-
-QString numberText(double value) {
-    return QString::number(value, 'g', 9);
-}
-
-} // namespace
 
 Limit limitOf(const PanelTag& tag, const Items& items) {
-    const bool limited = tag.low || tag.high;
-    for (const std::optional<double>& value : scaledValues(tag.tag.type, items, tag.tag.scaling)) {
-        if (!value && limited && tag.tag.type == ValueType::Float32) {
-            return Limit::Above; // infinite, or no number at all: inside no limits
-        }
-        if (value && tag.low && *value < *tag.low) {
-            return Limit::Below;
-        }
-        if (value && tag.high && *value > *tag.high) {
-            return Limit::Above;
-        }
-    }
-    return Limit::Inside;
+    return limitOf(tag.tag.type, items, tag.tag.scaling, tag.limits);
 }
 
 QString valueWithUnit(const PanelTag& tag, const Items& items, bool unicode, int mostDigits) {
@@ -63,11 +44,13 @@ QString shownValue(const PanelTag& tag, const TagStatus& status) {
 
 QString limitsText(const PanelTag& tag) {
     const QString unit = tag.unit.isEmpty() ? QString() : QLatin1Char(' ') + tag.unit;
-    if (tag.low && tag.high) {
-        return numberText(*tag.low) + QStringLiteral(" to ") + numberText(*tag.high) + unit;
+    const QString low = tag.limits.low ? exactNumberText(*tag.limits.low) : QString();
+    const QString high = tag.limits.high ? exactNumberText(*tag.limits.high) : QString();
+    if (!low.isEmpty() && !high.isEmpty()) {
+        return low + QStringLiteral(" to ") + high + unit;
     }
-    return tag.low ? QStringLiteral("at least ") + numberText(*tag.low) + unit
-                   : QStringLiteral("at most ") + numberText(tag.high.value_or(0)) + unit;
+    return low.isEmpty() ? QStringLiteral("at most ") + high + unit
+                         : QStringLiteral("at least ") + low + unit;
 }
 
 QString parseTagValues(const PanelTag& tag, const QStringList& texts, bool force,

@@ -1,11 +1,10 @@
 #ifndef VELKOR_PANEL_WATCH_PANEL_TAG_H
 #define VELKOR_PANEL_WATCH_PANEL_TAG_H
 
+#include <velkor/host/limits.h>
 #include <velkor/host/tag.h>
 
 #include <QtCore/QStringList>
-
-#include <optional>
 
 namespace panel {
 using namespace velkor_host;
@@ -16,13 +15,10 @@ struct PanelTag {
     QString plc; ///< name of the PLC; empty with a single one without a name
     QString unit;
     QString comment;
-    std::optional<double> low; ///< limits, in the unit shown; values at a limit are inside
-    std::optional<double> high;
+    Limits limits; ///< in the unit shown; values at a limit are inside
 };
 
-enum class Limit { Inside, Below, Above };
-
-/// Of the first value that lies outside; Inside for what is no number.
+/// See limits.h.
 Limit limitOf(const PanelTag& tag, const Items& items);
 
 /// "46.371 l"; a unit that begins with a number is a factor: "241 x 0.1 l". `mostDigits` of a float

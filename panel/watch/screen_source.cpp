@@ -72,8 +72,8 @@ screen::TagLabel ScreenSource::label(int tag) const {
     label.name = named.tag.name;
     label.address = tagAddressText(named.tag);
     label.type = valueTypeName(named.tag.type);
-    label.low = named.low;
-    label.high = named.high;
+    label.low = named.limits.low;
+    label.high = named.limits.high;
     return label;
 }
 

@@ -105,17 +105,35 @@ const RefusedCase REFUSED[] = {
      "\"7l\" is no number; right is one such as 12.5"},
     {"infinite", ValueType::Uint16, by(0.1), "inf",
      "\"inf\" is no number; right is one such as 12.5"},
+    {"tooLarge", ValueType::Uint16, by(0.1), "7000",
+     "\"7000\" is beyond what the PLC's uint16 holds; right is 0 to 6553.5"},
+    {"muchTooLarge", ValueType::Int16, by(0.1), "1e300",
+     "\"1e300\" is beyond what the PLC's int16 holds; right is -3276.8 to 3276.7"},
+    {"turnedTooLarge", ValueType::Uint16, by(-0.1), "0.1",
+     "\"0.1\" is beyond what the PLC's uint16 holds; right is -6553.5 to 0"},
+    {"betweenTheLastAndNone", ValueType::Bcd, by(0.1), "999.95",
+     "\"999.95\" is beyond what the PLC's bcd holds; right is 0 to 999.9"},
+    {"turnedBetween", ValueType::Uint16, by(-0.1), "-0.25",
+     "\"-0.25\" cannot be written exactly; the nearest values are -0.3 and -0.2"},
+    {"floatTooLarge", ValueType::Float32, by(0.5), "1e300",
+     "\"1e300\" is beyond what the PLC's float32 holds; right is -1.70141173319264e+38 to "
+     "1.70141173319264e+38"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Refused, ScaledRefusal, testing::ValuesIn(REFUSED),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST(Scaled, parseScaled_rawNumberOutOfRange_namesBoth) {
+TEST(Scaled, formatScaled_roundedToZero_hasNoSign) {
+    EXPECT_EQ(plain(formatScaled(ValueType::Int16, {0xFFFC}, by(0.01, 0, 1))), "0.0");
+    EXPECT_EQ(plain(formatScaled(ValueType::Int16, {0xFFFB}, by(0.01, 0, 1))), "-0.1");
+    EXPECT_EQ(plain(formatScaled(ValueType::Uint16, {0}, by(-0.1, 0, 1))), "0.0");
+}
+
+TEST(Scaled, parseScaled_offsetThatLeavesFewDigits_isStillExact) {
     Items items;
-    const QString wrong =
-        parseScaled(ValueType::Uint16, {QStringLiteral("7000")}, by(0.1), 0, &items);
-    EXPECT_TRUE(wrong.endsWith(QStringLiteral("(the PLC keeps 70000 for 7000)"))) << plain(wrong);
-    EXPECT_TRUE(items.isEmpty());
+    EXPECT_EQ(plain(parseScaled(ValueType::Uint16, {"-4999.9999"}, by(0.0001, -5000), 0, &items)),
+              "");
+    EXPECT_EQ(items, Items{1});
 }
 
 } // namespace

@@ -132,16 +132,16 @@ TEST(ReadTags, scaleAndLimits_areTaken) {
     EXPECT_DOUBLE_EQ(tag.tag.scaling.scale, 0.1);
     EXPECT_DOUBLE_EQ(tag.tag.scaling.offset, -5);
     EXPECT_EQ(tag.tag.scaling.decimals, 1);
-    EXPECT_EQ(tag.low, 0.0);
-    EXPECT_EQ(tag.high, 200.5);
+    EXPECT_EQ(tag.limits.low, 0.0);
+    EXPECT_EQ(tag.limits.high, 200.5);
 }
 
 TEST(ReadTags, emptyScaleAndLimits_leaveTheValueAsItIs) {
     const TagList list = readScaled("name,DM,0,string,,,,,,,\n");
     ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
     EXPECT_TRUE(list.tags.first().tag.scaling.isPlain());
-    EXPECT_FALSE(list.tags.first().low);
-    EXPECT_FALSE(list.tags.first().high);
+    EXPECT_FALSE(list.tags.first().limits.low);
+    EXPECT_FALSE(list.tags.first().limits.high);
 }
 
 TEST(ReadTags, oneNameInTwoPlcs_isFine) {

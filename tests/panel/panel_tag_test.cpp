@@ -16,8 +16,8 @@ PanelTag level() {
     tag.tag.scaling.scale = 0.1;
     tag.tag.scaling.decimals = 1;
     tag.unit = "l";
-    tag.low = 20;
-    tag.high = 180;
+    tag.limits.low = 20;
+    tag.limits.high = 180;
     return tag;
 }
 
@@ -33,17 +33,19 @@ TEST(PanelTag, limitOf_atAndBeyondTheLimits) {
 TEST(PanelTag, limitOf_floatThatIsNoNumber_isInsideNoLimits) {
     PanelTag tag;
     tag.tag.type = ValueType::Float32;
-    tag.low = 0;
+    tag.limits.low = 0;
     EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Above); // infinite
     EXPECT_EQ(limitOf(tag, {0x0000, 0x7FC0}), Limit::Above); // no number
-    tag.low.reset();
+    EXPECT_EQ(limitOf(tag, {0x0000, 0xFF80}), Limit::Below);
+    EXPECT_EQ(limitOf(tag, {0x0000, 0xFFC0}), Limit::Above);
+    tag.limits.low.reset();
     EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Inside);
 }
 
 TEST(PanelTag, limitOf_withoutLimits_isInside) {
     PanelTag tag = level();
-    tag.low.reset();
-    tag.high.reset();
+    tag.limits.low.reset();
+    tag.limits.high.reset();
     EXPECT_EQ(limitOf(tag, {0}), Limit::Inside);
 }
 
@@ -88,11 +90,68 @@ TEST(PanelTag, parseTagValues_moreThanTheTagHas_isRefused) {
 
 TEST(PanelTag, limitsText_ofOneLimit) {
     PanelTag tag = level();
-    tag.low.reset();
+    tag.limits.low.reset();
     EXPECT_EQ(plain(limitsText(tag)), "at most 180 l");
     tag = level();
-    tag.high.reset();
+    tag.limits.high.reset();
     EXPECT_EQ(plain(limitsText(tag)), "at least 20 l");
 }
+
+TEST(PanelTag, limitsText_saysEveryDigit) {
+    PanelTag tag = level();
+    tag.limits.high = 1234567890;
+    EXPECT_EQ(plain(limitsText(tag)), "20 to 1234567890 l");
+}
+
+struct AtALimit {
+    const char* name;
+    ValueType type;
+    double scale;
+    double offset;
+    double low;
+    double high;
+    const char* lowest; ///< texts of values that are at the limits
+    const char* highest;
+    const char* below; ///< and just outside
+    const char* above;
+};
+
+class PanelTagAtALimit : public testing::TestWithParam<AtALimit> {
+protected:
+    Limit limitOfText(const char* text) {
+        PanelTag tag;
+        tag.tag.name = "a";
+        tag.tag.type = GetParam().type;
+        tag.tag.scaling.scale = GetParam().scale;
+        tag.tag.scaling.offset = GetParam().offset;
+        tag.limits = {GetParam().low, GetParam().high};
+        Items items;
+        EXPECT_EQ(plain(parseTagValues(tag, {text}, true, "--force", &items)), "") << text;
+        const bool taken = parseTagValues(tag, {text}, false, "--force", &items).isEmpty();
+        const Limit limit = limitOf(tag, items);
+        EXPECT_EQ(taken, limit == Limit::Inside) << text;
+        return limit;
+    }
+};
+
+TEST_P(PanelTagAtALimit, valueAtTheLimit_isInside) {
+    EXPECT_EQ(limitOfText(GetParam().lowest), Limit::Inside);
+    EXPECT_EQ(limitOfText(GetParam().highest), Limit::Inside);
+    EXPECT_EQ(limitOfText(GetParam().below), Limit::Below);
+    EXPECT_EQ(limitOfText(GetParam().above), Limit::Above);
+}
+
+const AtALimit AT_A_LIMIT[] = {
+    {"tenths", ValueType::Uint16, 0.1, 0, 0.3, 0.7, "0.3", "0.7", "0.2", "0.8"},
+    {"turned", ValueType::Uint16, -0.1, 0, -0.7, -0.3, "-0.7", "-0.3", "-0.8", "-0.2"},
+    {"offset", ValueType::Int16, 0.1, -40, -39.7, 0.3, "-39.7", "0.3", "-39.8", "0.4"},
+    {"betweenTwo", ValueType::Uint16, 0.1, 0, 0.35, 0.65, "0.4", "0.6", "0.3", "0.7"},
+    {"float", ValueType::Float32, 1, 0, 0.1, 0.7, "0.1", "0.7", "0.09999999", "0.7000001"},
+    {"scaledFloat", ValueType::Float32, 0.1, 0, 0.1, 0.3, "0.1", "0.3", "0.0999999", "0.3000001"},
+    {"beyondFloat", ValueType::Float32, 1, 0, -1, 1e300, "-1", "3e38", "-1.1", "inf"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Cases, PanelTagAtALimit, testing::ValuesIn(AT_A_LIMIT),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 } // namespace

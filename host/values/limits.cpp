@@ -1,0 +1,74 @@
+#include <velkor/host/limits.h>
+
+#include "host/values/raw_number.h"
+
+namespace velkor_host {
+namespace {
+
+/// Of a float32 that is infinite or no number, low word first.
+bool isInfinite(const Items& value) {
+    return (value.at(1) & 0x7F) == 0 && value.at(0) == 0;
+}
+
+bool isNegative(const Items& value) {
+    return (value.at(1) & 0x8000) != 0;
+}
+
+/// Of one value in the PLC's numbers; so are `low` and `high`.
+Limit limitOfOne(ValueType type, const Items& value, const std::optional<double>& low,
+                 const std::optional<double>& high) {
+    const std::optional<double> number = numericValue(type, value);
+    if (!number && type == ValueType::Float32) {
+        return isInfinite(value) && isNegative(value) ? Limit::Below : Limit::Above;
+    }
+    if (number && low && *number < *low) {
+        return Limit::Below;
+    }
+    return number && high && *number > *high ? Limit::Above : Limit::Inside;
+}
+
+Limit turned(Limit limit) {
+    if (limit == Limit::Inside) {
+        return limit;
+    }
+    return limit == Limit::Below ? Limit::Above : Limit::Below;
+}
+
+} // namespace
+
+Limit limitOf(ValueType type, const Items& items, const Scaling& scaling, const Limits& limits) {
+    if (!limits.low && !limits.high) {
+        return Limit::Inside;
+    }
+    const auto raw = [&](const std::optional<double>& limit) {
+        return limit ? std::optional<double>(rawNumber(type, *limit, scaling).number)
+                     : std::nullopt;
+    };
+    const bool turn = scaling.scale < 0; // the larger number is the smaller value
+    const std::optional<double> low = raw(turn ? limits.high : limits.low);
+    const std::optional<double> high = raw(turn ? limits.low : limits.high);
+    const int step = itemsPerValue(type);
+    for (int at = 0; at + step <= items.size(); at += step) {
+        const Items value = items.mid(at, step);
+        const Limit limit = limitOfOne(type, value, low, high);
+        if (limit != Limit::Inside) {
+            return turn ? turned(limit) : limit;
+        }
+    }
+    return Limit::Inside;
+}
+
+QString exactNumberText(double value) {
+    const int CERTAIN_DIGITS = 15;
+    const int ALL_DIGITS = 17;
+    QString text;
+    for (int digits = CERTAIN_DIGITS; digits <= ALL_DIGITS; ++digits) {
+        text = QString::number(value, 'g', digits);
+        if (text.toDouble() == value) {
+            break;
+        }
+    }
+    return text;
+}
+
+} // namespace velkor_host
