@@ -1,9 +1,42 @@
 # Registration of tests. A file tests/*/..._test.cpp that no program lists stops the configuration,
 # so that no test silently leaves the build.
 
+# Where programs run under an emulator, only these kinds of tests do: what they test starts no process.
+# Under a user-mode emulator Qt cannot start one, believes in a child with the process ID -1, and a
+# signal to that goes to every process of the machine.
+set(VELKOR_EMULATED_LABELS unit contract plc panel loop)
+
+# For tests that compile and start something by themselves: see tests/contract/install_check.sh.
+set(VELKOR_CROSS_ENVIRONMENT)
+if(CMAKE_CROSSCOMPILING)
+    set(libraries ${CMAKE_SYSROOT}/usr/lib/${CMAKE_CXX_LIBRARY_ARCHITECTURE})
+    string(JOIN " " emulator ${CMAKE_CROSSCOMPILING_EMULATOR})
+    set(VELKOR_CROSS_ENVIRONMENT
+        VELKOR_SYSROOT=${CMAKE_SYSROOT}
+        "VELKOR_EMULATOR=${emulator}"
+        "VELKOR_TOOLCHAIN=-DCMAKE_TOOLCHAIN_FILE=${CMAKE_TOOLCHAIN_FILE} -DVELKOR_ARM_SYSROOT=${CMAKE_SYSROOT}"
+        PKG_CONFIG_SYSROOT_DIR=${CMAKE_SYSROOT}
+        PKG_CONFIG_LIBDIR=${libraries}/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
+endif()
+
+# velkor_emulated_test(<name> <label> <environment>): a whole program is one ctest, because to start
+# one under an emulator takes longer than most cases. None is run before layout.startsNothing has
+# looked into the object files of this build.
+function(velkor_emulated_test name label environment)
+    if(NOT label IN_LIST VELKOR_EMULATED_LABELS)
+        message(FATAL_ERROR "${name}: tests of the kind \"${label}\" are not run under an emulator")
+    endif()
+    if(CMAKE_CROSSCOMPILING_EMULATOR)
+        add_test(NAME ${label}.${name} COMMAND ${name})
+        set_tests_properties(${label}.${name} PROPERTIES LABELS ${label} TIMEOUT 300
+            FIXTURES_REQUIRED starts_nothing ENVIRONMENT "${environment}")
+    endif()
+endfunction()
+
 # velkor_test_program(<name> LABEL <kind> TIMEOUT <seconds> SOURCES <files> LIBRARIES <targets>
 #                     [ENVIRONMENT <VAR=value>...])
-# Each case becomes a ctest of its own, named <label>.<suite>.<case>.
+# Each case becomes a ctest of its own, named <label>.<suite>.<case>; of a build for another machine,
+# each program.
 function(velkor_test_program name)
     cmake_parse_arguments(T "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${T_SOURCES})
@@ -14,11 +47,15 @@ function(velkor_test_program name)
     target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES
         RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-    gtest_discover_tests(${name}
-        TEST_PREFIX ${T_LABEL}.
-        NO_PRETTY_VALUES
-        DISCOVERY_TIMEOUT 60
-        PROPERTIES LABELS ${T_LABEL} TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${T_ENVIRONMENT}")
+    if(CMAKE_CROSSCOMPILING)
+        velkor_emulated_test(${name} ${T_LABEL} "${T_ENVIRONMENT}")
+    else()
+        gtest_discover_tests(${name}
+            TEST_PREFIX ${T_LABEL}.
+            NO_PRETTY_VALUES
+            DISCOVERY_TIMEOUT 60
+            PROPERTIES LABELS ${T_LABEL} TIMEOUT ${T_TIMEOUT} ENVIRONMENT "${T_ENVIRONMENT}")
+    endif()
     foreach(source IN LISTS T_SOURCES)
         cmake_path(ABSOLUTE_PATH source NORMALIZE)
         set_property(GLOBAL APPEND PROPERTY VELKOR_TEST_SOURCES ${source})

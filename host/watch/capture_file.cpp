@@ -106,8 +106,10 @@ private:
         using namespace std::chrono;
         const auto since1970 = system_clock::now().time_since_epoch();
         timeval when = {};
-        when.tv_sec = duration_cast<seconds>(since1970).count();
-        when.tv_usec = duration_cast<microseconds>(since1970 % seconds(1)).count();
+        // On a 32-bit machine these are narrower; so are the times in a capture.
+        when.tv_sec = static_cast<time_t>(duration_cast<seconds>(since1970).count());
+        when.tv_usec =
+            static_cast<suseconds_t>(duration_cast<microseconds>(since1970 % seconds(1)).count());
         return when;
     }
 

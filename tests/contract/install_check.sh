@@ -2,13 +2,17 @@
 # Installs into a scratch prefix, moves that elsewhere, compiles a host against what lies there as the
 # host guide says, by pkg-config and by CMake, and runs it.
 # Usage: install_check.sh BUILD_DIR VERSION CXX [FLAGS...]
+# For another machine: VELKOR_SYSROOT is its sysroot, VELKOR_EMULATOR runs its programs here, and
+# VELKOR_TOOLCHAIN is what CMake has to be told; pkg-config is told by its own variables.
 set -eu
 build=$1
 version=$2
 compiler=$3
 shift 3
 
-scratch=$(mktemp -d)
+# In the sysroot, as for a panel: pkg-config and CMake take everything from there.
+scratch=$(mktemp -d ${VELKOR_SYSROOT:+-p "$VELKOR_SYSROOT/tmp"})
+emulator=${VELKOR_EMULATOR:-}
 trap 'rm -rf "$scratch"' EXIT
 cmake --install "$build" --prefix "$scratch/first" >"$scratch/install.log"
 prefix=$scratch/moved
@@ -30,7 +34,7 @@ int main() {
 HOST
 # shellcheck disable=SC2046 # the flags are meant to be split
 "$compiler" "$@" "$prefix/host.cpp" -o "$prefix/host" $(pkg-config --cflags --libs velkor)
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir velkor) "$prefix/host"
+LD_LIBRARY_PATH=${pc%/*/*} $emulator "$prefix/host"
 
 # project VERSION: configures a host that wants this version of the package.
 project() {
@@ -44,12 +48,12 @@ add_executable(host host.cpp)
 target_link_libraries(host velkor::velkor)
 PROJECT
     cmake -S "$prefix/project" -B "$prefix/project/build" -DCMAKE_PREFIX_PATH="$prefix" \
-        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" >"$prefix/cmake.log" 2>&1
+        -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$flags" ${VELKOR_TOOLCHAIN:-} >"$prefix/cmake.log" 2>&1
 }
 flags=$*
 project "$version" && cmake --build "$prefix/project/build" >>"$prefix/cmake.log" ||
     { cat "$prefix/cmake.log" >&2; exit 1; }
-LD_LIBRARY_PATH=$(pkg-config --variable=libdir velkor) "$prefix/project/build/host"
+LD_LIBRARY_PATH=${pc%/*/*} $emulator "$prefix/project/build/host"
 
 # The next major version is another binary interface, which this package does not have.
 if project "$((${version%%.*} + 1)).0"; then
