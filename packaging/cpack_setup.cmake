@@ -6,3 +6,9 @@ if(NOT DEFINED ENV{SOURCE_DATE_EPOCH})
                     COMMAND_ERROR_IS_FATAL ANY)
     set(ENV{SOURCE_DATE_EPOCH} ${commit_time})
 endif()
+
+# For another machine, dpkg's own records say nothing of the libraries; those of the sysroot do.
+if(CPACK_VELKOR_SYSROOT)
+    set(ENV{SYSROOT} ${CPACK_VELKOR_SYSROOT})
+    set(SHLIBDEPS_EXECUTABLE ${CPACK_VELKOR_SOURCE}/tools/shlibdeps_sysroot.sh)
+endif()
