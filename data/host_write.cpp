@@ -8,8 +8,6 @@
 #include "driver/request_list.h"
 #include "driver/velkor.h"
 
-#include <QtCore/QTextStream>
-
 #include <cstring>
 
 namespace {
@@ -25,12 +23,10 @@ int itemsPerWrite(bool bits) {
 }
 
 void logWrite(const VARIABLE& request) {
-    QString line;
-    QTextStream stream(&line);
-    stream << "write: \"" << request.regName << "\" " << request.addr << ' ' << request.len << ' '
-           << QChar(QLatin1Char(static_cast<char>(request.data[0]))) << ' ';
-    stream.flush();
-    debugLine(line);
+    DebugLine line;
+    line << "write: \"" << request.regName << "\" " << request.addr << " " << request.len << " "
+         << QChar(QLatin1Char(static_cast<char>(request.data[0]))) << " ";
+    debugLine(line.text());
 }
 
 void queueWrite(const VARIABLE& whole, int count, const unsigned char* data) {

@@ -8,7 +8,6 @@
 #include "driver/velkor.h"
 #include "scan/weight_sort.h"
 
-#include <QtCore/QTextStream>
 #include <QtCore/QVector>
 
 namespace {
@@ -104,11 +103,9 @@ QList<KEY_ADDRESS> recordsOf(const Ranges& blocks, const QList<KEY_ADDRESS>& key
 }
 
 void logRange(const KEY_ADDRESS& key) {
-    QString line;
-    QTextStream stream(&line);
-    stream << "step \"" << key.regName << "\" " << key.addr << ' ' << key.len << ' ';
-    stream.flush();
-    debugLine(line);
+    DebugLine line;
+    line << "step \"" << key.regName << "\" " << key.addr << " " << key.len << " ";
+    debugLine(line.text());
 }
 
 void logBlock(int index, const VARIABLE& block) {
