@@ -13,6 +13,11 @@ const int besideRun = -1;
 const int highestShift = 31;
 const quint32 anyDistance = static_cast<quint32>(-1);
 
+const int noRecord = -1;
+const int fewestBuckets = 64;
+const quint32 bucketSpread = 16777619U; // the multiplier of the FNV hash
+const int bucketShift = 8;
+
 /// The words of the lowest and of the highest bit address.
 const int lowestWordOfBits = -134217728;
 const int highestWordOfBits = 134217727;
@@ -190,23 +195,51 @@ int DataAreaRun::searchedIndexOf(int wordAddr) {
     return found_[place];
 }
 
-DataAreaIndex::DataAreaIndex() {
-    const QList<_DATA_>& list = driver.dataAreaList;
-    indices_.reserve(list.size());
-    for (int i = static_cast<int>(list.size()) - 1; i >= 0;
-         --i) { // from the end, so that a first record wins
-        const _DATA_& record = list.at(i);
-        indices_.insert(Key(qMakePair(record.station, record.wordAddr), record.regName), i);
+/// Enters every record, with room for as many again.
+void DataAreaIndex::rebuild() {
+    const int records = static_cast<int>(driver.dataAreaList.size());
+    int buckets = fewestBuckets;
+    while (buckets < 2 * records) {
+        buckets *= 2;
+    }
+    first_.fill(noRecord, buckets);
+    next_.fill(noRecord, records);
+    for (int i = records - 1; i >= 0; --i) { // from the end, so that a first record comes first
+        enter(i);
     }
 }
 
+void DataAreaIndex::enter(int index) {
+    const _DATA_& record = driver.dataAreaList.at(index);
+    int& first = first_[bucketOf(record.station, record.regName, record.wordAddr)];
+    next_[index] = first;
+    first = index;
+}
+
+/// Words in a row get buckets in a row; registers and stations begin anywhere.
+int DataAreaIndex::bucketOf(int station, const QString& regName, int wordAddr) const {
+    quint32 start = static_cast<quint32>(station);
+    for (int i = 0; i < regName.size(); ++i) {
+        start = (start ^ regName.at(i).unicode()) * bucketSpread;
+    }
+    const quint32 buckets = static_cast<quint32>(first_.size()); // a power of two
+    return static_cast<int>(((start >> bucketShift) + static_cast<quint32>(wordAddr)) &
+                            (buckets - 1));
+}
+
 int DataAreaIndex::indexOf(int station, const QString& regName, int wordAddr) {
-    const Key key(qMakePair(station, wordAddr), regName);
-    const QHash<Key, int>::const_iterator known = indices_.constFind(key);
-    if (known != indices_.constEnd()) {
-        return known.value();
+    const int bucket = bucketOf(station, regName, wordAddr);
+    for (int i = first_.at(bucket); i != noRecord; i = next_.at(i)) {
+        if (hasKey(driver.dataAreaList.at(i), station, regName, wordAddr)) {
+            return i;
+        }
     }
     const int added = appendRecord(station, regName, wordAddr, driver.dataAreaList);
-    indices_.insert(key, added);
+    if (added < first_.size()) {
+        next_.append(noRecord);
+        enter(added);
+    } else {
+        rebuild();
+    }
     return added;
 }

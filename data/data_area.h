@@ -11,11 +11,10 @@
 #include "driver/bit_address.h"
 #include "driver/records.h"
 
-#include <QtCore/QHash>
 #include <QtCore/QList>
-#include <QtCore/QPair>
 #include <QtCore/QString>
 #include <QtCore/QVarLengthArray>
+#include <QtCore/QVector>
 
 class DataAreaIndex;
 
@@ -96,12 +95,18 @@ private:
 /// inside one call; valid as long as nothing else adds records.
 class DataAreaIndex {
 public:
-    DataAreaIndex();
+    DataAreaIndex() { rebuild(); }
+    /// The same as getIndexOfDataArea on the driver's cache.
     int indexOf(int station, const QString& regName, int wordAddr);
 
 private:
-    typedef QPair<QPair<int, int>, QString> Key;
-    QHash<Key, int> indices_;
+    void rebuild();
+    void enter(int index);
+    int bucketOf(int station, const QString& regName, int wordAddr) const;
+
+    // Chains of indices, so that there is no allocation for each record.
+    QVector<int> first_; ///< for each bucket, the index of its first record or -1
+    QVector<int> next_;  ///< for each record, the index of the next one of its bucket or -1
 };
 
 #endif
