@@ -14,17 +14,19 @@ void debugLine(const QString& line) {
 }
 
 DebugLine& DebugLine::operator<<(const QString& text) {
-    text_.append(text);
+    characters_.append(text.constData(), text.size());
     return *this;
 }
 
 DebugLine& DebugLine::operator<<(const char* latin1) {
-    text_.append(QLatin1String(latin1));
+    for (; *latin1 != '\0'; ++latin1) {
+        characters_.append(QLatin1Char(*latin1));
+    }
     return *this;
 }
 
 DebugLine& DebugLine::operator<<(QChar character) {
-    text_.append(character);
+    characters_.append(character);
     return *this;
 }
 
@@ -42,6 +44,6 @@ DebugLine& DebugLine::operator<<(int number) {
     if (number < 0) {
         digits[--first] = QLatin1Char('-');
     }
-    text_.append(digits + first, mostDigits - first);
+    characters_.append(digits + first, mostDigits - first);
     return *this;
 }
