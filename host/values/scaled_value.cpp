@@ -55,7 +55,8 @@ QString rawText(ValueType type, const QString& text, const Scaling& scaling, QSt
                      numberText(std::max(around[0], around[1]), -1));
         return QString();
     }
-    return type == ValueType::Float32 ? QString::number(raw.number, 'g', 9)
+    // A float never as a whole number, which would have to fit exactly.
+    return type == ValueType::Float32 ? QString::number(raw.number, 'e', 8)
                                       : QString::number(raw.number, 'f', 0);
 }
 

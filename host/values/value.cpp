@@ -1,5 +1,7 @@
 #include <velkor/host/value.h>
 
+#include <QtCore/QRegularExpression>
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -176,12 +178,31 @@ QString parseBcd(const QString& text, Items* items) {
     return QString();
 }
 
+/// A float holds every whole number up to 16777216 (24 bits), beyond that not. Empty, or what it
+/// would hold instead of a number that is written as a whole one. Other numbers are taken as the
+/// nearest float, as everywhere: 0.1 is none either.
+QString wholeNumberLost(const QString& text, float value) {
+    static const QRegularExpression whole(QStringLiteral("^[+-]?[0-9]+$"));
+    if (!whole.match(text.trimmed()).hasMatch() || double(value) == text.toDouble()) {
+        return QString();
+    }
+    const bool above = double(value) > text.toDouble();
+    const float other = std::nextafter(value, above ? -INFINITY : INFINITY);
+    return QStringLiteral("a float32 holds %1 or %2, not what lies between")
+        .arg(QString::number(double(above ? other : value), 'f', 0),
+             QString::number(double(above ? value : other), 'f', 0));
+}
+
 QString parseFloat(const QString& text, Items* items) {
     bool ok = false;
     const float value = text.toFloat(&ok);
     if (!ok) {
         return notRight(text, ValueType::Float32,
                         QStringLiteral("a number such as 21.5 or -3e4, up to 3.4e38"));
+    }
+    const QString neighbours = wholeNumberLost(text, value);
+    if (!neighbours.isEmpty()) {
+        return notRight(text, ValueType::Float32, neighbours);
     }
     quint32 bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
