@@ -1,4 +1,5 @@
 #include "panel/commands/commands.h"
+#include "panel/commands/named_files.h"
 #include "panel/output/printable.h"
 #include "panel/output/standard_output.h"
 #include "panel/watch/end_signals.h"
@@ -45,8 +46,10 @@ int run(QTextStream& out, QTextStream& err) {
         out << parsed.text;
         return panel::EXIT_DONE;
     }
-    if (!parsed.error.isEmpty()) {
-        err << "velkor-panel: " << panel::printableLines(parsed.error) << '\n';
+    const QString wrong =
+        parsed.error.isEmpty() ? panel::clashOfFiles(parsed.options) : parsed.error;
+    if (!wrong.isEmpty()) {
+        err << "velkor-panel: " << panel::printableLines(wrong) << '\n';
         return panel::EXIT_WRONG_USAGE;
     }
     panel::DriverRegisters registers;

@@ -66,19 +66,27 @@ OpenLines::OpenLines(const Context& context) : m_context(context) {
     m_exitCode = open();
 }
 
+/// The capture last: its file may hold an older one, which nothing may empty that then does no
+/// work.
 int OpenLines::open() {
-    if (!m_context.options.capture.isEmpty()) {
-        const EndSignalsReleased released; // a pipe waits for its reader
-        const QString unwritable = m_capture.open(m_context.options.capture);
-        if (!unwritable.isEmpty()) {
-            return m_context.fail(EXIT_WORK_FAILED, unwritable);
-        }
-    }
     for (const PlcOption& plc : m_context.options.plcs) {
         const int exitCode = openLine(plc);
         if (exitCode != EXIT_DONE) {
             return exitCode;
         }
+    }
+    if (m_context.options.capture.isEmpty()) {
+        return EXIT_DONE;
+    }
+    const EndSignalsReleased released; // a pipe waits for its reader
+    const QString unwritable = m_capture.open(m_context.options.capture);
+    if (!unwritable.isEmpty()) {
+        return m_context.fail(EXIT_WORK_FAILED, unwritable);
+    }
+    for (PlcLine& opened : m_lines) {
+        const Line& line = *opened.line;
+        opened.capture = m_capture.witness(line.localEndpoint(), line.settings().plc);
+        opened.line->addWitness(opened.capture.get());
     }
     return EXIT_DONE;
 }
@@ -106,10 +114,6 @@ int OpenLines::openLine(const PlcOption& plc) {
     if (m_context.options.trace) {
         opened.trace = std::make_unique<Trace>(m_context.err, plc.name);
         opened.line->addWitness(opened.trace.get());
-    }
-    if (!m_context.options.capture.isEmpty()) {
-        opened.capture = m_capture.witness(opened.line->localEndpoint(), settings.plc);
-        opened.line->addWitness(opened.capture.get());
     }
     m_lines.push_back(std::move(opened));
     return EXIT_DONE;

@@ -1,4 +1,5 @@
 #include "panel/commands/commands.h"
+#include "panel/commands/named_files.h"
 #include "panel/commands/open_lines.h"
 #include "panel/commands/outcome_text.h"
 #include "panel/commands/tag_arguments.h"
@@ -165,11 +166,6 @@ int parseTagWrite(const Context& context, WriteTarget* target) {
     target->address = tag->tag.address;
     target->line = lineNamed(context, tag->plc);
     return wrong.isEmpty() ? int(EXIT_DONE) : context.fail(EXIT_WRONG_USAGE, wrong);
-}
-
-/// A file is told from a register by its name: no register has a point or a slash in it.
-bool namesFile(const QString& argument) {
-    return argument.contains(QLatin1Char('.')) || argument.contains(QLatin1Char('/'));
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 #include "panel/files/file_access.h"
 
+#include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QSaveFile>
 
 #include <cerrno>
@@ -64,6 +66,16 @@ QString writeInto(const QString& path, const QByteArray& bytes) {
     return ::close(descriptor) == 0 || !fault.isEmpty() ? fault : systemError();
 }
 
+/// Where the file is, or would be made: links are followed, one that leads nowhere yet too.
+QString placeOf(QString path) {
+    const int MOST_LINKS = 40; // as the system
+    for (int link = 0; link < MOST_LINKS && QFileInfo(path).isSymLink(); ++link) {
+        path = QFileInfo(path).symLinkTarget();
+    }
+    const QFileInfo info(path);
+    return QDir(info.absoluteDir().canonicalPath()).filePath(info.fileName());
+}
+
 QString cannotRead(const QString& path, const QString& fault) {
     return QStringLiteral("cannot read %1: %2").arg(path, fault);
 }
@@ -98,6 +110,18 @@ QString saveFile(const QString& path, const QByteArray& bytes) {
     const QString fault =
         exists && !S_ISREG(found.st_mode) ? writeInto(path, bytes) : replaceFile(path, bytes);
     return fault.isEmpty() ? QString() : QStringLiteral("cannot write %1: %2").arg(path, fault);
+}
+
+bool isSameFile(const QString& one, const QString& other) {
+    struct stat first = {};
+    struct stat second = {};
+    const bool firstThere = ::stat(QFile::encodeName(one).constData(), &first) == 0;
+    const bool secondThere = ::stat(QFile::encodeName(other).constData(), &second) == 0;
+    if (firstThere && secondThere) { // hard links too
+        return S_ISREG(first.st_mode) && first.st_dev == second.st_dev &&
+               first.st_ino == second.st_ino;
+    }
+    return firstThere == secondThere && placeOf(one) == placeOf(other);
 }
 
 bool isStandardOutput(const QString& path) {

@@ -41,8 +41,11 @@ bool stillRead(QTextStream& out) {
 
 int finishOutput(QTextStream& out, QTextStream& err, int exitCode) {
     out.flush();
+    err.flush();
     if (out.status() == QTextStream::Ok) {
-        return exitCode;
+        // A trace was asked for, and what else is said there matters too. Nobody can be told.
+        const bool lost = err.status() != QTextStream::Ok;
+        return lost && exitCode == EXIT_DONE ? int(EXIT_WORK_FAILED) : exitCode;
     }
     if (readerGone() && !pipeSignalIgnored) {
         err.flush();

@@ -153,4 +153,52 @@ TEST_F(PanelFiles, longestFileOfCommas_isRefusedInModerateMemory) {
     EXPECT_TRUE(ended.err.endsWith("... and 980 or more\n")) << plain(ended.err);
 }
 
+/// An older capture is worth more than one that has never begun.
+TEST_F(PanelFiles, capture_commandThatCannotBegin_keepsTheOldFile) {
+    startPlc();
+    const QString capture = file("old.pcap", "old");
+    const QString bad = file("bad.csv", "name,register,address,type\na,DM,40000,\n");
+    const QStringList commands[] = {
+        {"--plc", "no.such.host.invalid", "--pcap", capture, "read", "DM", "1"},
+        {"--plc", "127.0.0.1:0", "--pcap", capture, "read", "DM", "1"},
+        {"--plc", plcAddress(), "--pcap", capture, "read", "DM", "99999"},
+        {"--plc", plcAddress(), "--pcap", capture, "watch", bad},
+        {"--plc", plcAddress(), "--pcap", capture, "--bind", "192.0.2.1:0", "read", "DM", "1"},
+        {"--plc", "a=" + plcAddress(), "--plc", "b=no.such.host.invalid", "--pcap", capture,
+         "watch", "a/DM:1"},
+    };
+    for (const QStringList& command : commands) {
+        EXPECT_NE(bare(command).exitCode, 0) << plain(command.join(' '));
+        EXPECT_EQ(content("old.pcap"), "old") << plain(command.join(' '));
+    }
+}
+
+TEST_F(PanelFiles, oneFileNamedTwice_isWrongUsageAndNothingIsTouched) {
+    startPlc();
+    const QString tags = file("tags.csv", "name,register,address,type\na,DM,1,\n");
+    const QString values = file("values.csv", VALUES);
+    ASSERT_EQ(::symlink(QFile::encodeName(tags).constData(),
+                        QFile::encodeName(path("link.csv")).constData()),
+              0);
+    const QString around = m_folder.path() + "/./values.csv";
+    const QString fresh = path("new");
+    const QStringList commands[] = {
+        {"--pcap", values, "--values", values, "recipe", "upload", recipe()},
+        {"--pcap", around, "--values", values, "recipe", "download", recipe()},
+        {"--values", recipe(), "recipe", "upload", recipe()},
+        {"--pcap", fresh, "--values", m_folder.path() + "/./new", "recipe", "upload", recipe()},
+        {"--pcap", path("link.csv"), "watch", tags},
+        {"--pcap", tags, "write", path("link.csv"), "a", "1"},
+    };
+    for (const QStringList& command : commands) {
+        const Ended ended = panel(command);
+        EXPECT_EQ(ended.exitCode, 2) << plain(command.join(' '));
+        EXPECT_TRUE(ended.err.contains("are one file; right are two")) << plain(ended.err);
+    }
+    EXPECT_EQ(content("values.csv"), VALUES);
+    EXPECT_TRUE(content("tags.csv").startsWith("name,register"));
+    EXPECT_FALSE(QFile::exists(fresh));
+    EXPECT_EQ(plcRequests(), 0);
+}
+
 } // namespace

@@ -105,4 +105,12 @@ TEST_F(PanelOutputEnd, outputClosed_isNoSuccessAndThePlcIsNotSentTheOutput) {
         << plain(plc);
 }
 
+/// It was asked for, and nobody has it.
+TEST_F(PanelOutputEnd, traceIntoAFullDisk_isNoSuccess) {
+    startPlc();
+    EXPECT_EQ(panelInShell("exec", {"--trace", "read", "DM", "5"}, "2>/dev/full").exitCode, 1);
+    EXPECT_EQ(panelInShell("exec", {"--trace", "read", "DM", "5"}, "2>&-").exitCode, 1);
+    EXPECT_EQ(panelInShell("exec", {"read", "DM", "5"}, "2>/dev/full").exitCode, 0);
+}
+
 } // namespace

@@ -158,4 +158,21 @@ TEST_F(FileAccess, save_noSuchFolder_isRefused) {
               plain("cannot write " + path("none/a") + ": No such file or directory"));
 }
 
+TEST_F(FileAccess, isSameFile_followsLinksWhetherThereIsAFileOrNot) {
+    ASSERT_EQ(plain(saveFile(path("a"), "x")), "");
+    const QByteArray a = QFile::encodeName(path("a"));
+    ASSERT_EQ(::link(a.constData(), QFile::encodeName(path("hard")).constData()), 0);
+    ASSERT_EQ(::symlink("a", QFile::encodeName(path("soft")).constData()), 0);
+    ASSERT_EQ(::symlink("new", QFile::encodeName(path("nowhere")).constData()), 0);
+    ASSERT_EQ(plain(saveFile(path("b"), "x")), "");
+    EXPECT_TRUE(isSameFile(path("a"), path("./a")));
+    EXPECT_TRUE(isSameFile(path("a"), path("hard")));
+    EXPECT_TRUE(isSameFile(path("soft"), path("a")));
+    EXPECT_TRUE(isSameFile(path("nowhere"), path("new")));
+    EXPECT_FALSE(isSameFile(path("a"), path("b")));
+    EXPECT_FALSE(isSameFile(path("a"), path("new")));
+    EXPECT_FALSE(isSameFile(path("other"), path("new")));
+    EXPECT_FALSE(isSameFile("/dev/null", "/dev/null"));
+}
+
 } // namespace
