@@ -26,8 +26,8 @@ int runCommand(const panel::Context& context) {
     static const Command commands[] = {
         {"registers", panel::runRegisters, false}, {"check", panel::runCheck, false},
         {"layout", panel::runLayout, false},       {"read", panel::runRead, false},
-        {"write", panel::runWrite, false},         {"watch", panel::runWatch, true},
-        {"recipe", panel::runRecipe, false},       {"probe", panel::runProbe, false},
+        {"write", panel::runWrite, true},          {"watch", panel::runWatch, true},
+        {"recipe", panel::runRecipe, true},        {"probe", panel::runProbe, false},
     };
     for (const Command& command : commands) {
         if (context.options.command == QLatin1String(command.name)) {

@@ -122,10 +122,16 @@ void RecipeWork::note(const RequestEnd& end, RecipeBlock::State state) {
     m_moved.append(block);
 }
 
+void RecipeWork::noteMode(const RequestEnd& end) {
+    const bool unanswered = end.modeChange && end.modeChangeEnd < 0;
+    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    m_outcome.modeUnknown = !m_outcome.modeSwitched && (m_outcome.modeUnknown || unanswered);
+}
+
 RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
                                         const std::vector<unsigned short>& buffer) {
     m_outcome.last = end;
-    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    noteMode(end);
     if (end.ok) {
         note(end, RecipeBlock::Moved);
         if (requested) {
@@ -186,6 +192,7 @@ RecipeWork::Next RecipeWork::finish(RecipeResult result) {
 void RecipeWork::cancel(const std::optional<RequestEnd>& underWay) {
     if (underWay && underWay->tries > 0) {
         m_outcome.last = *underWay;
+        noteMode(*underWay);
         note(*underWay, RecipeBlock::Unknown);
     }
     finish(RecipeResult::GivenUp);

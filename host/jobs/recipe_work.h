@@ -53,6 +53,7 @@ public:
 private:
     Next begin(RecipeDirection direction);
     Next finish(RecipeResult result);
+    void noteMode(const RequestEnd& end);
     void note(const RequestEnd& end, RecipeBlock::State state);
     void rememberMovedBefore();
     void addBlocksNotMoved();

@@ -21,6 +21,10 @@ bool modeWasSwitched(const RequestEnd& end) {
     return end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd);
 }
 
+bool modeIsUnknown(const RequestEnd& end) {
+    return end.modeChange && end.modeChangeEnd < 0;
+}
+
 /// Two requests for one piece as one: what the second says, with what the first has cost.
 RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
     if (first.tries == 0) {
@@ -86,8 +90,13 @@ bool WriteTransfer::again(const RequestEnd& end) {
         m_switched = true;
         return first;
     }
-    const bool unanswered = end.modeChange && end.modeChangeEnd < 0;
-    return end.refused && !unanswered && m_soFar.tries < m_tries;
+    return end.refused && !modeIsUnknown(end) && m_soFar.tries < m_tries;
+}
+
+void WriteTransfer::noteMode(const RequestEnd& end) {
+    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    m_outcome.modeUnknown =
+        !m_outcome.modeSwitched && (m_outcome.modeUnknown || modeIsUnknown(end));
 }
 
 /// What became of the piece in hand, by all that has been sent of it.
@@ -104,7 +113,7 @@ void WriteTransfer::judge() {
 NextStep WriteTransfer::pieceEnded(const RequestEnd& end) {
     m_soFar = together(m_soFar, end);
     m_outcome.last = m_soFar;
-    m_outcome.modeSwitched = m_outcome.modeSwitched || modeWasSwitched(end);
+    noteMode(end);
     if (end.ok) {
         m_outcome.taken += pieceItems();
         m_outcome.result = WriteResult::Taken;
@@ -122,6 +131,7 @@ NextStep WriteTransfer::pieceEnded(const RequestEnd& end) {
 void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
     if (underWay) {
         m_soFar = together(m_soFar, *underWay);
+        noteMode(*underWay);
     }
     judge();
 }

@@ -43,6 +43,7 @@ public:
 private:
     int pieceItems() const;
     bool again(const RequestEnd& end);
+    void noteMode(const RequestEnd& end);
     void judge();
 
     Items m_items;

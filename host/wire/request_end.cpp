@@ -128,7 +128,10 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
     if (endCode >= 0) {
         QString text = QStringLiteral("the PLC refused: end code %1").arg(endCodeText(endCode));
         if (end.modeChange) {
-            text += endCode == end.modeChangeEnd
+            text += end.modeChangeEnd < 0
+                        ? QStringLiteral("; it was asked to change to MONITOR mode and did not "
+                                         "answer, so it may be in that mode")
+                    : endCode == end.modeChangeEnd
                         ? QStringLiteral(", to the change to MONITOR mode")
                         : QStringLiteral(", also after the change to MONITOR mode");
         } else if (isModeRefusal(endCode) && settings.allowModeChange && settings.retries < 2) {

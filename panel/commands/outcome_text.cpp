@@ -57,6 +57,36 @@ QStringList leftBehind(const RecipeOutcome& outcome) {
     return lines;
 }
 
+QStringList interruptedText(const WriteOutcome& outcome) {
+    const bool unknown = outcome.result == WriteResult::Unknown;
+    QStringList lines{QStringLiteral("ended by a signal while writing %1%2")
+                          .arg(requestText(outcome.reg, outcome.address, outcome.count),
+                               unknown ? QStringLiteral(": a frame was sent, and its outcome is "
+                                                        "unknown")
+                                       : QString())};
+    const QStringList left = leftBehind(outcome);
+    lines += !left.isEmpty()
+                 ? left
+                 : QStringList{QStringLiteral("not written: ") +
+                               requestText(outcome.reg, outcome.address, outcome.count)};
+    if (outcome.modeSwitched || outcome.modeUnknown) {
+        lines.append(outcome.modeSwitched
+                         ? QStringLiteral("the PLC was switched to MONITOR mode")
+                         : QStringLiteral("the PLC was asked to change to MONITOR mode; whether it "
+                                          "has is unknown"));
+    }
+    return lines;
+}
+
+QStringList interruptedText(const RecipeOutcome& outcome) {
+    QStringList lines{QStringLiteral("ended by a signal before the recipe was downloaded")};
+    const QStringList left = leftBehind(outcome);
+    lines += !left.isEmpty()
+                 ? left
+                 : QStringList{QStringLiteral("nothing of the recipe has been written")};
+    return lines;
+}
+
 QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings) {
     const QString request = requestText(outcome.reg, outcome.address, outcome.count);
     QString text = QStringLiteral("written: ") + request;
@@ -73,6 +103,9 @@ QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings) 
     }
     if (outcome.modeSwitched) {
         text += QStringLiteral("; for it the PLC was switched to MONITOR mode");
+    } else if (outcome.modeUnknown) {
+        text += QStringLiteral("; for it the PLC may have been switched to MONITOR mode: it was "
+                               "asked to, and did not answer");
     }
     return text;
 }

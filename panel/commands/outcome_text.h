@@ -17,6 +17,10 @@ QStringList leftBehind(const WriteOutcome& outcome);
 /// Of a recipe download that did not end well. None when nothing of it can be in the PLC.
 QStringList leftBehind(const RecipeOutcome& outcome);
 
+/// Of a write or a download that a signal has ended: what the PLC may hold of it. One line each.
+QStringList interruptedText(const WriteOutcome& outcome);
+QStringList interruptedText(const RecipeOutcome& outcome);
+
 /// "written: DM 100 (2 words)", or what went wrong, on one line.
 QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings);
 

@@ -5,6 +5,7 @@
 #include "panel/files/recipe_file.h"
 #include "panel/output/output.h"
 #include "panel/output/printable.h"
+#include "panel/watch/end_signals.h"
 #include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
@@ -178,10 +179,14 @@ int runRecipe(const Context& context) {
             QStringLiteral("\"%1\": right is recipe download or recipe upload").arg(direction));
     }
     Recipe recipe;
-    int exitCode = loadRecipe(context, &recipe);
     std::vector<unsigned short> values(RECIPE_WORDS, 0);
-    if (exitCode == EXIT_DONE && download) {
-        exitCode = loadValues(context, recipe, &values);
+    int exitCode = EXIT_DONE;
+    {
+        const EndSignalsReleased released; // a pipe may have to be waited for
+        exitCode = loadRecipe(context, &recipe);
+        if (exitCode == EXIT_DONE && download) {
+            exitCode = loadValues(context, recipe, &values);
+        }
     }
     if (exitCode != EXIT_DONE) {
         return exitCode;
@@ -191,11 +196,28 @@ int runRecipe(const Context& context) {
         return lines.exitCode();
     }
     Line& line = lines.only();
+    bool interrupted = false;
+    EndSignals ending;
+    ending.onEnd = [&] {
+        interrupted = true;
+        line.close(); // which settles the download as far as it can be known
+    };
+    const QString deaf = download ? ending.open() : QString();
+    if (!deaf.isEmpty()) {
+        return context.fail(EXIT_WORK_FAILED, deaf);
+    }
+    if (!download) {
+        releaseEndSignals(); // the PLC holds what it held
+    }
     line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
     line.onRecipe = [&](const RecipeOutcome& outcome) {
         const bool done = outcome.result == RecipeResult::Done;
         if (done) {
             takeOver(outcome, recipe, &values);
+        } else if (interrupted) {
+            for (const QString& text : interruptedText(outcome)) {
+                context.fail(EXIT_WORK_FAILED, text);
+            }
         } else {
             tellFailure(context, line, outcome);
         }

@@ -4,6 +4,7 @@
 #include "panel/commands/outcome_text.h"
 #include "panel/commands/tag_arguments.h"
 #include "panel/output/output.h"
+#include "panel/watch/end_signals.h"
 
 #include <velkor/host/end_codes.h>
 
@@ -180,8 +181,11 @@ int runWrite(const Context& context) {
                            "PLC, write TAGS.csv NAME takes the tag's")
                 .arg(context.options.plcs.size()));
     }
-    const int wrong =
-        byTag ? parseTagWrite(context, &target) : parseRegisterWrite(context, &target);
+    int wrong = EXIT_DONE;
+    {
+        const EndSignalsReleased released; // a pipe may have to be waited for
+        wrong = byTag ? parseTagWrite(context, &target) : parseRegisterWrite(context, &target);
+    }
     if (wrong != EXIT_DONE) {
         return wrong;
     }
@@ -190,6 +194,16 @@ int runWrite(const Context& context) {
         return lines.exitCode();
     }
     Line& line = *lines.at(target.line).line;
+    bool interrupted = false;
+    EndSignals ending;
+    ending.onEnd = [&] {
+        interrupted = true;
+        line.close(); // which settles the write as far as it can be known
+    };
+    const QString deaf = ending.open();
+    if (!deaf.isEmpty()) {
+        return context.fail(EXIT_WORK_FAILED, deaf);
+    }
     line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
     line.onWrite = [&](const WriteOutcome& outcome) {
         const bool taken = outcome.result == WriteResult::Taken;
@@ -198,9 +212,12 @@ int runWrite(const Context& context) {
                         << '\n';
             context.out.flush();
         } else {
-            context.fail(EXIT_WORK_FAILED,
-                         failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
-            for (const QString& text : leftBehind(outcome)) {
+            if (!interrupted) {
+                context.fail(EXIT_WORK_FAILED, failureText(outcome.last, line.settings(),
+                                                           line.nodes(), optionNames()));
+            }
+            for (const QString& text :
+                 interrupted ? interruptedText(outcome) : leftBehind(outcome)) {
                 context.fail(EXIT_WORK_FAILED, text);
             }
         }

@@ -366,4 +366,51 @@ TEST_F(PanelTruth, writtenValueThatThePlcRefused_isNotKeptOnTheScreen) {
     EXPECT_TRUE(panel({"read", "AR", "5", "--format", "csv"}).out.endsWith("AR,5,0\n"));
 }
 
+class PanelInterrupted : public PanelTruth, public testing::WithParamInterface<int> {};
+
+/// The PLC may have the value: the end of the program is no end of the write.
+TEST_P(PanelInterrupted, write_saysThatItsOutcomeIsUnknown) {
+    startPlc({"--faults", "drop 1-1000000"}); // it executes, and answers nothing
+    Running write;
+    startPanel(&write, {"--timeout", "60000", "--trace", "write", "DM", "7", "5"});
+    ASSERT_TRUE(write.waitFor("0102 write DM 7"));
+    const Ended ended = write.stop(GetParam());
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("ended by a signal while writing DM 7 (1 word): a frame was "
+                                   "sent, and its outcome is unknown"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("perhaps written: DM 7 (1 word)")) << plain(ended.out);
+}
+
+TEST_P(PanelInterrupted, longWrite_saysWhatWasAcknowledged) {
+    startPlc({"--faults", "drop 2-1000000"});
+    Running write;
+    startPanel(&write, {"--timeout", "60000", "--words-per-frame", "2", "--trace", "write", "DM",
+                        "7", "1", "2", "3", "4", "5", "6"});
+    ASSERT_TRUE(write.waitFor("0102 write DM 9"));
+    const Ended ended = write.stop(GetParam());
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("written before that: DM 7 (2 words)")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("perhaps written: DM 9 (2 words)")) << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("not written: DM 11 (2 words)")) << plain(ended.out);
+}
+
+TEST_P(PanelInterrupted, download_saysWhatMayBeInThePlc) {
+    startPlc({"--faults", "drop 1-1000000"});
+    const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\n");
+    const QString values = file("values.csv", "a,1\n");
+    Running download;
+    startPanel(&download,
+               {"--timeout", "60000", "--trace", "--values", values, "recipe", "download", recipe});
+    ASSERT_TRUE(download.waitFor("0102 write DM 1"));
+    const Ended ended = download.stop(GetParam());
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.out.contains("ended by a signal before the recipe was downloaded"))
+        << plain(ended.out);
+    EXPECT_TRUE(ended.out.contains("perhaps written: DM 1 (1 word)")) << plain(ended.out);
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, PanelInterrupted, testing::Values(SIGINT, SIGTERM, SIGHUP),
+                         [](const auto& row) { return "signal" + std::to_string(row.param); });
+
 } // namespace

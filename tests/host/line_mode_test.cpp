@@ -131,6 +131,8 @@ TEST(LineWrite, modeChangeNeverAnswered_isRefusedAndNotExecuted) {
     EXPECT_EQ(line.writes.at(0).result, WriteResult::Refused);
     EXPECT_TRUE(line.writes.at(0).last.modeChange);
     EXPECT_TRUE(line.machine.writes.empty());
+    EXPECT_FALSE(line.writes.at(0).modeSwitched);
+    EXPECT_TRUE(line.writes.at(0).modeUnknown);
 }
 
 TEST(LineWrite, longWriteThatMeetsTheWrongModeInItsMiddle_executesEachPieceOnce) {

@@ -31,6 +31,7 @@ struct WriteOutcome {
     int taken = 0;   ///< items, from the first, that the PLC has acknowledged: it holds them
     int unknown = 0; ///< items behind those that it may or may not hold (result Unknown)
     bool modeSwitched = false; ///< for it the PLC was switched to MONITOR mode
+    bool modeUnknown = false;  ///< it was asked for that, and no answer says whether it has done so
     RequestEnd last;           ///< of the piece that decided; `tries` 0 when nothing was sent
 };
 
@@ -95,6 +96,7 @@ struct RecipeOutcome {
                                            ///< `words` holds what the PLC gave
     QVector<RecipeDifference> differences; ///< of a download that was read back
     bool modeSwitched = false;             ///< for it the PLC was switched to MONITOR mode
+    bool modeUnknown = false; ///< it was asked for that, and no answer says whether it has done so
     RequestEnd last;
 };
 
