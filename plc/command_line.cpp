@@ -40,6 +40,7 @@ public:
         settings.trace = parser_.isSet(text("trace"));
         settings.tank = oneOf("process", {"none", "tank"}) == text("tank");
         endCode(settings);
+        refusedWords(settings);
         image(settings);
         faults(settings);
         return settings;
@@ -113,6 +114,21 @@ private:
             fail("end-code", text("four hex digits, as in 2503"));
         }
         settings.endCode = code;
+    }
+
+    void refusedWords(Settings& settings) {
+        for (const QString& given : parser_.values(text("refuse"))) {
+            const auto range = parseRefusedWords(given.toStdString());
+            if (range) {
+                settings.options.refused.push_back(*range);
+            } else if (error_.isEmpty()) {
+                error_ =
+                    QStringList{text("--refuse \"%1\": expected an area (CIO, WR, HR, AR, T, C, "
+                                     "DM or EM0) and words of it, as in \"DM 100-110\" or "
+                                     "\"DM 100\"")
+                                    .arg(given)};
+            }
+        }
     }
 
     void image(Settings& settings) {

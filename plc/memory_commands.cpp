@@ -11,15 +11,24 @@ constexpr std::size_t kItemAddressSize = 4;
 constexpr std::size_t kCountAt = kParameters + kItemAddressSize;
 constexpr std::size_t kDataAt = kCountAt + 2;
 
+// As locate(), in a PLC without these words.
+std::uint16_t find(const ItemAddress& start, std::uint32_t count, const Without& without,
+                   ItemRun& run) {
+    const std::uint16_t located = locate(start, count, run);
+    return located == endcode::kNormal && touches(run, without) ? endcode::kAddressOutOfRange
+                                                                : located;
+}
+
 } // namespace
 
-Answer readMemory(const Memory& memory, const Bytes& request, std::size_t maxMessage) {
+Answer readMemory(const Memory& memory, const Without& without, const Bytes& request,
+                  std::size_t maxMessage) {
     if (request.size() != kDataAt) {
         return refused(request.size() < kDataAt ? endcode::kTooShort : endcode::kTooLong);
     }
     ItemRun run;
     const std::uint16_t located =
-        locate(itemAddressAt(request, kParameters), get16(request, kCountAt), run);
+        find(itemAddressAt(request, kParameters), get16(request, kCountAt), without, run);
     if (located != endcode::kNormal) {
         return refused(located);
     }
@@ -33,7 +42,7 @@ Answer readMemory(const Memory& memory, const Bytes& request, std::size_t maxMes
     return answer;
 }
 
-Answer writeMemory(Memory& memory, const Bytes& request) {
+Answer writeMemory(Memory& memory, const Without& without, const Bytes& request) {
     if (request.size() < kDataAt) {
         return refused(endcode::kTooShort);
     }
@@ -47,7 +56,7 @@ Answer writeMemory(Memory& memory, const Bytes& request) {
         return refused(endcode::kCountMismatch);
     }
     ItemRun run;
-    const std::uint16_t located = locate(start, count, run);
+    const std::uint16_t located = find(start, count, without, run);
     if (located != endcode::kNormal) {
         return refused(located);
     }
@@ -60,7 +69,7 @@ Answer writeMemory(Memory& memory, const Bytes& request) {
     return {};
 }
 
-Answer fillMemory(Memory& memory, const Bytes& request) {
+Answer fillMemory(Memory& memory, const Without& without, const Bytes& request) {
     constexpr std::size_t kSize = kDataAt + 2;
     if (request.size() != kSize) {
         return refused(request.size() < kSize ? endcode::kTooShort : endcode::kTooLong);
@@ -71,7 +80,7 @@ Answer fillMemory(Memory& memory, const Bytes& request) {
         return refused(endcode::kNoSuchArea);
     }
     ItemRun run;
-    const std::uint16_t located = locate(start, get16(request, kCountAt), run);
+    const std::uint16_t located = find(start, get16(request, kCountAt), without, run);
     if (located != endcode::kNormal) {
         return refused(located);
     }
@@ -84,7 +93,8 @@ Answer fillMemory(Memory& memory, const Bytes& request) {
     return {};
 }
 
-Answer readMultiple(const Memory& memory, const Bytes& request, std::size_t maxMessage) {
+Answer readMultiple(const Memory& memory, const Without& without, const Bytes& request,
+                    std::size_t maxMessage) {
     const std::size_t length = request.size() - kParameters;
     if (length == 0 || length % kItemAddressSize != 0) {
         return refused(endcode::kTooShort);
@@ -93,7 +103,7 @@ Answer readMultiple(const Memory& memory, const Bytes& request, std::size_t maxM
     for (std::size_t at = kParameters; at < request.size(); at += kItemAddressSize) {
         const ItemAddress item = itemAddressAt(request, at);
         ItemRun run;
-        const std::uint16_t located = locate(item, 1, run);
+        const std::uint16_t located = find(item, 1, without, run);
         if (located != endcode::kNormal) {
             return refused(located);
         }

@@ -81,13 +81,15 @@ Answer Core::execute(const Bytes& request) {
     }
     switch (get16(request, kMrc)) {
     case command::kMemoryRead:
-        return readMemory(memory_, request, options_.maxMessage);
+        return readMemory(memory_, options_.refused, request, options_.maxMessage);
     case command::kMemoryWrite:
-        return writesAllowed() ? writeMemory(memory_, request) : refused(refusalOf(mode()));
+        return writesAllowed() ? writeMemory(memory_, options_.refused, request)
+                               : refused(refusalOf(mode()));
     case command::kMemoryFill:
-        return writesAllowed() ? fillMemory(memory_, request) : refused(refusalOf(mode()));
+        return writesAllowed() ? fillMemory(memory_, options_.refused, request)
+                               : refused(refusalOf(mode()));
     case command::kMultipleRead:
-        return readMultiple(memory_, request, options_.maxMessage);
+        return readMultiple(memory_, options_.refused, request, options_.maxMessage);
     case command::kRun:
         return run(request, options_.mode);
     case command::kStop:

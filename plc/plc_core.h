@@ -14,9 +14,11 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <vector>
 
 #include "plc/bytes.h"
 #include "plc/memory.h"
+#include "plc/refused_words.h"
 
 namespace plc {
 
@@ -37,6 +39,8 @@ struct Options {
     std::size_t maxMessage = 2012;
     // A non-fatal error is present: SRES bit 6 is set in every reply, so success reads 0040.
     bool alarm = false;
+    // Memory commands that touch one of these get 1103.
+    std::vector<RefusedWords> refused;
 };
 
 // What the PLC's clock shows. Plain numbers: year 0 to 99, month and day from 1, weekday 0 =

@@ -24,6 +24,16 @@ TEST_F(PlcProgram, options_areHanded_toThePlc) {
     EXPECT_EQ(receive(), "03 01 02 00 40");
 }
 
+TEST_F(PlcProgram, refusedWords_areNotThere) {
+    serve({latin("--refuse"), latin("DM 0-1"), latin("--refuse"), latin("DM 5")});
+    send("01 0101 82000100 0001");
+    EXPECT_EQ(receive(), "01 01 01 11 03");
+    send("02 0101 82000200 0003");
+    EXPECT_EQ(receive(), "02 01 01 00 00 00 00 00 00 00 00");
+    send("03 0101 82000200 0004");
+    EXPECT_EQ(receive(), "03 01 01 11 03");
+}
+
 TEST_F(PlcProgram, endCode_isTheAnswerToEverything) {
     serve({latin("--end-code"), latin("2503")});
     send("01 0101 82000000 0001");
@@ -237,6 +247,8 @@ TEST_F(PlcProgram, wrongUsage_isRefusedWithWhatWouldBeRight) {
               latin("--max-message"), latin("63")},
              {latin("--end-code \"25\": expected four hex digits"), latin("--end-code"),
               latin("25")},
+             {latin("--refuse \"DM 9-8\": expected an area (CIO, WR, HR"), latin("--refuse"),
+              latin("DM 9-8")},
              {latin("--process \"pump\": expected none or tank"), latin("--process"),
               latin("pump")},
              {latin("--seed \"-1\": expected a number from 0 to 4294967295"), latin("--seed"),
