@@ -47,7 +47,12 @@ QString settingsFault(const LineSettings& settings) {
     if (!settings.nodes.isEmpty() &&
         (settings.nodes.size() != 6 ||
          std::any_of(settings.nodes.begin(), settings.nodes.end(), wrong))) {
-        return QStringLiteral("nodes; right are none or six numbers from 0 to 255");
+        QStringList given;
+        for (const int node : settings.nodes) {
+            given.append(QString::number(node));
+        }
+        return QStringLiteral("nodes are %1; right are none or six numbers from 0 to 255")
+            .arg(given.join(QLatin1Char(',')));
     }
     return QString();
 }

@@ -4,6 +4,8 @@
 
 #include <QtNetwork/QHostInfo>
 
+#include <algorithm>
+
 namespace panel {
 namespace {
 
@@ -23,6 +25,13 @@ QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
         return plc->address.protocol() == QAbstractSocket::IPv4Protocol
                    ? QString()
                    : QStringLiteral("--plc \"%1\": right is an IPv4 address").arg(*host);
+    }
+    const auto inAddress = [](QChar c) { return c.isDigit() || c == QLatin1Char('.'); };
+    if (std::all_of(host->begin(), host->end(), inAddress)) {
+        return QStringLiteral(
+                   "--plc \"%1\": that is no IPv4 address; right are four numbers from 0 "
+                   "to 255, or a name")
+            .arg(*host);
     }
     return QString();
 }

@@ -72,6 +72,7 @@ public:
              CsvErrors* errors);
 
     const QVector<CsvRow>& rows() const { return m_rows; }
+    bool has(const QString& column) const { return m_columns.contains(column); }
 
     /// The field of a column, trimmed; empty, at the row's start, where there is none.
     CsvField field(const CsvRow& row, const QString& column) const;

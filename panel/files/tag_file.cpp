@@ -107,6 +107,14 @@ public:
         if (!m_list.errors.isEmpty()) {
             return m_list;
         }
+        if (m_plcs.size() > 1 && !m_table.has(QStringLiteral("plc"))) {
+            m_list.errors.append(
+                {1, 1,
+                 QStringLiteral("there is no column plc; with several PLCs it says "
+                                "whose each tag is: %1")
+                     .arg(m_plcs.join(QStringLiteral(", ")))});
+            return m_list;
+        }
         if (m_table.rows().isEmpty()) {
             m_list.errors.append({2, 1, QStringLiteral("no tag; a line names a tag each")});
         }

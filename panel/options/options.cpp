@@ -152,8 +152,10 @@ private:
                 fault("nodes", given,
                       QStringLiteral("NAME= and numbers, with the name of a --plc"));
             } else if (nodes.isEmpty()) {
+                const auto parts = given.mid(equals + 1).split(QLatin1Char(',')).size();
                 fault("nodes", given,
-                      QStringLiteral("six numbers from 0 to 255: DNA,DA1,DA2,SNA,SA1,SA2"));
+                      QStringLiteral("six numbers from 0 to 255: DNA,DA1,DA2,SNA,SA1,SA2") +
+                          (parts == 6 ? QString() : QStringLiteral("; given are %1").arg(parts)));
             } else {
                 plc->nodes = nodes;
             }

@@ -226,6 +226,15 @@ TEST_F(PanelFaults, ipv6Address_isWrongUsage) {
     }
 }
 
+TEST_F(PanelFaults, numbersThatAreNoAddress_areNotLookedUp) {
+    for (const char* address : {"127.0.0.300", "1.2.3.4.5", "left=127.0.0.300:9600"}) {
+        const Ended ended = bare({"--plc", address, "read", "DM", "0"});
+        EXPECT_EQ(ended.exitCode, 2);
+        EXPECT_TRUE(ended.err.contains("that is no IPv4 address; right are four numbers"))
+            << plain(ended.err);
+    }
+}
+
 TEST_F(PanelFaults, unknownHost_isSaid) {
     const Ended ended = bare({"--plc", "no-such-plc.invalid", "read", "DM", "0"});
     EXPECT_EQ(ended.exitCode, 1);

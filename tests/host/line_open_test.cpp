@@ -59,7 +59,7 @@ INSTANTIATE_TEST_SUITE_P(
         Wrong{"plc.address", [](LineSettings* s) { s->plc.address = QHostAddress("::1"); }},
         Wrong{"plc.address", [](LineSettings* s) { s->plc.address = QHostAddress(); }},
         Wrong{"local.address", [](LineSettings* s) { s->local.address = QHostAddress("::1"); }},
-        Wrong{"nodes",
+        Wrong{"nodes are 0,1,0,0,5;",
               [](LineSettings* s) {
                   s->nodes = {0, 1, 0, 0, 5};
               }},

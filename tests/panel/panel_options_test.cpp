@@ -136,7 +136,7 @@ const Wrong WRONG[] = {
     {"retries", {"--retries", "x", "probe"}, "from 1 to 100"},
     {"timeout", {"--timeout", "-5", "probe"}, "from 1 to 60000"},
     {"scanInterval", {"--scan-interval", "5", "probe"}, "from 10 to 60000"},
-    {"nodesTooFew", {"--nodes", "0,1,0", "probe"}, "six numbers from 0 to 255"},
+    {"nodesTooFew", {"--nodes", "0,1,0", "probe"}, "SA2; given are 3"},
     {"nodesTooLarge", {"--nodes", "0,256,0,0,1,0", "probe"}, "six numbers from 0 to 255"},
     {"bind", {"--bind", "nowhere:1", "probe"}, "IPv4 address"},
     {"plcTwice", {"--plc", "a=10.0.0.1", "--plc", "a=10.0.0.2", "watch", "a/DM:1"}, "of its own"},

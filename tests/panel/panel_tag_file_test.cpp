@@ -150,6 +150,15 @@ TEST(ReadTags, oneNameInTwoPlcs_isFine) {
     EXPECT_EQ(plain(list.tags.at(1).plc), "right");
 }
 
+TEST(ReadTags, severalPlcsAndNoColumnOfTheirs_isOneFault) {
+    const TagList list = readTags("name,register,address,type\na,DM,0,\nb,DM,1,\n", FakeCatalogue(),
+                                  {"left", "right"});
+    ASSERT_EQ(list.errors.size(), 1);
+    EXPECT_EQ(plain(list.errors.first().text),
+              "there is no column plc; with several PLCs it says whose each tag is: left, right");
+    EXPECT_TRUE(list.tags.isEmpty());
+}
+
 struct BadNumbers {
     const char* name;
     const char* row;
