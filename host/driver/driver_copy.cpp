@@ -8,6 +8,9 @@
 #include <QtCore/QStringList>
 #include <QtCore/QTemporaryFile>
 
+#include <dlfcn.h>
+#include <link.h>
+
 namespace velkor_host {
 namespace {
 
@@ -15,12 +18,23 @@ QString libraryName() {
     return QStringLiteral("libvelkor.so.1");
 }
 
-/// Where it lies in a build folder, and where it is installed to, seen from the program; then where
-/// the system's loader looks first, and its usual folders.
+/// The folder of the shared library that this code is in; empty when it is in the program itself. A
+/// relative path is none: it was relative to the folder in which the program was started.
+QString ownFolder() {
+    Dl_info info = Dl_info();
+    link_map* map = nullptr;
+    const bool known = dladdr1(reinterpret_cast<const void*>(&ownFolder), &info,
+                               reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) != 0;
+    const QString file = known && map != nullptr ? QFile::decodeName(map->l_name) : QString();
+    return QDir::isAbsolutePath(file) ? QDir::cleanPath(QFileInfo(file).path()) : QString();
+}
+
+/// Where it lies in a build folder; where it is installed to, seen from this layer and from the
+/// program; then where the system's loader looks first, and its usual folders.
 QStringList libraryFolders() {
     const QDir program(QCoreApplication::applicationDirPath());
     const QString installed = program.absoluteFilePath(QStringLiteral(VELKOR_LIBRARY_FROM_PROGRAM));
-    QStringList folders{program.path(), QDir::cleanPath(installed)};
+    QStringList folders{program.path(), ownFolder(), QDir::cleanPath(installed)};
     const QString path = QString::fromLocal8Bit(qgetenv("LD_LIBRARY_PATH"));
     for (const QString& folder : path.split(QLatin1Char(':'))) {
         if (!folder.isEmpty()) {
@@ -29,6 +43,7 @@ QStringList libraryFolders() {
     }
     folders << QStringLiteral(VELKOR_INSTALLED_LIBRARIES) << QStringLiteral("/usr/local/lib")
             << QStringLiteral("/usr/lib") << QStringLiteral("/lib");
+    folders.removeAll(QString());
     folders.removeDuplicates();
     return folders;
 }

@@ -22,7 +22,8 @@ public:
     DriverCopy& operator=(const DriverCopy&) = delete;
 
     /// Loads a copy of `file`, or, when it is empty, of libvelkor.so.1 from the program's own
-    /// folder, else from where the installation puts libraries, else from where the system looks.
+    /// folder, else from that of the shared library which this is a part of, else from where the
+    /// installation puts libraries, else from where the system looks.
     /// The result is empty or says what is wrong; then nothing is loaded.
     QString load(const QString& file);
     void unload();

@@ -87,6 +87,9 @@ QString Line::Private::open() {
     }
     auto opened = std::make_unique<Connection>();
     fault = opened->driver.load(settings.driverFile);
+    if (!fault.isEmpty() && settings.driverFile.isEmpty()) {
+        fault += QStringLiteral("; LineSettings::driverFile names another file");
+    }
     if (fault.isEmpty()) {
         fault = opened->link.bind(settings.local);
     }

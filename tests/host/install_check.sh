@@ -53,6 +53,45 @@ cmake -S "$prefix/project" -B "$prefix/project/build" -DCMAKE_PREFIX_PATH="$pref
 cmake --build "$prefix/project/build" >>"$prefix/cmake.log" || { cat "$prefix/cmake.log" >&2; exit 1; }
 run "$prefix/project/build/two_lines"
 
+# From a prefix of its own, found by its run path: the layer finds the driver beside itself. Nothing
+# listens on the discard port, which is told once the driver has been loaded.
+# shellcheck disable=SC2046
+"$compiler" -std=c++17 "$@" "$source/examples/two_lines.cpp" -o "$prefix/elsewhere" \
+    $(pkg-config --cflags --libs velkor-host) "-Wl,-rpath,$libdir"
+mkdir "$prefix/away"
+mv "$prefix/elsewhere" "$prefix/away"
+status=0
+env -u LD_LIBRARY_PATH "$prefix/away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
+if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/out"; then
+    echo "a host outside the prefix ended with $status:" >&2
+    cat "$prefix/out" >&2
+    exit 1
+fi
+# With the driver taken away it says where it has looked, and what the host may set.
+rm "$libdir"/libvelkor.so*
+env -u LD_LIBRARY_PATH "$prefix/away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || true
+if ! grep -q "there is no libvelkor.so.1 in .*$libdir.*LineSettings::driverFile" "$prefix/out"; then
+    echo "without a driver a host outside the prefix said:" >&2
+    cat "$prefix/out" >&2
+    exit 1
+fi
+
+# Every function that an installed header declares can be linked with.
+here=$(dirname "$0")
+includes=$(pkg-config --variable=includedir velkor-host)
+awk -f "$here/exports_check.awk" "$includes"/velkor/host/*.h | sort | uniq -c >"$prefix/declared"
+if [ "$(wc -l <"$prefix/declared")" -lt 60 ]; then
+    echo "only $(wc -l <"$prefix/declared") functions were found in the installed headers" >&2
+    exit 1
+fi
+nm -DC --defined-only "$libdir/libvelkor-host.so" | cut -d ' ' -f 3- | sort -u >"$prefix/shown"
+while read -r count name; do
+    if [ "$(grep -cF "$name(" "$prefix/shown")" -lt "$count" ]; then
+        echo "libvelkor-host.so does not show $name, which a header declares" >&2
+        exit 1
+    fi
+done <"$prefix/declared"
+
 # Weak symbols are templates and inline functions of Qt and the standard library.
 alien=$(nm -DC --defined-only "$libdir/libvelkor-host.so" | grep -E '^[0-9a-f]+ [TDBR] ' |
     grep -v ' velkor_host::\|for velkor_host::' || true)

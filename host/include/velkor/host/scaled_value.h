@@ -4,6 +4,7 @@
 /// Values in the unit that people use: value = raw * scale + offset, where raw is the number that
 /// the PLC keeps.
 
+#include <velkor/host/export.h>
 #include <velkor/host/value.h>
 
 namespace velkor_host {
@@ -18,20 +19,20 @@ struct Scaling {
 };
 
 /// Numbers can be scaled; bool, hex and string cannot.
-bool canBeScaled(ValueType type);
+VELKOR_HOST_EXPORT bool canBeScaled(ValueType type);
 
 /// As formatItems(), each value scaled. Words that are no number of the type (not BCD, not a finite
 /// float) are shown as they are.
-QString formatScaled(ValueType type, const Items& items, const Scaling& scaling);
+VELKOR_HOST_EXPORT QString formatScaled(ValueType type, const Items& items, const Scaling& scaling);
 
 /// The values as numbers, scaled; nothing for one that is no number.
-QVector<std::optional<double>> scaledValues(ValueType type, const Items& items,
-                                            const Scaling& scaling);
+VELKOR_HOST_EXPORT QVector<std::optional<double>> scaledValues(ValueType type, const Items& items,
+                                                               const Scaling& scaling);
 
 /// As parseValues(), for scaled values. A value that no raw number stands for is refused, and the
 /// text names the nearest that can be written: nothing is rounded in secret.
-QString parseScaled(ValueType type, const QStringList& texts, const Scaling& scaling,
-                    int wordsForString, Items* items);
+VELKOR_HOST_EXPORT QString parseScaled(ValueType type, const QStringList& texts,
+                                       const Scaling& scaling, int wordsForString, Items* items);
 
 } // namespace velkor_host
 
