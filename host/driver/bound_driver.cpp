@@ -85,6 +85,13 @@ Items BoundDriver::items(const QString& reg, int address, int count) const {
     return fromDriverBytes(bytes, bits);
 }
 
+QStringList BoundDriver::wordRegisters() const {
+    const int WORD_REGISTERS = 1;
+    QList<QString> names;
+    m_api.getRegListByType(WORD_REGISTERS, names);
+    return QStringList(names);
+}
+
 void BoundDriver::requestRecipe(bool download) {
     const QMutexLocker lock(&m_mutex);
     m_hostBlock[download ? HOST_RECIPE_DOWNLOAD_REQUEST : HOST_RECIPE_UPLOAD_REQUEST] = 1;

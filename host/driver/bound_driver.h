@@ -56,6 +56,8 @@ public:
     QVector<WordRange> poll(const QVector<WordRange>& ranges);
     void queueRead(const WordRange& range);
     void queueWrite(const QString& reg, int address, const Items& items);
+    /// In the order in which the driver lists them, and moves them in a recipe.
+    QStringList wordRegisters() const;
     /// Items as the driver has them (intf_getData).
     Items items(const QString& reg, int address, int count) const;
 

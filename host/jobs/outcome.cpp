@@ -29,6 +29,40 @@ QString rangeText(const RecipeBlock& block) {
 
 } // namespace
 
+QString writeResultName(WriteResult result) {
+    switch (result) {
+    case WriteResult::Taken:
+        return QStringLiteral("taken");
+    case WriteResult::Refused:
+        return QStringLiteral("refused");
+    case WriteResult::Unknown:
+        return QStringLiteral("unknown");
+    case WriteResult::NotReached:
+        break;
+    }
+    return QStringLiteral("not reached");
+}
+
+QString recipeResultName(RecipeResult result) {
+    switch (result) {
+    case RecipeResult::Done:
+        return QStringLiteral("done");
+    case RecipeResult::Refused:
+        return QStringLiteral("refused");
+    case RecipeResult::Unknown:
+        return QStringLiteral("unknown");
+    case RecipeResult::NotReached:
+        return QStringLiteral("not reached");
+    case RecipeResult::Different:
+        return QStringLiteral("different");
+    case RecipeResult::NotVerified:
+        return QStringLiteral("not verified");
+    case RecipeResult::GivenUp:
+        break;
+    }
+    return QStringLiteral("given up");
+}
+
 QString recipeBlocksText(const RecipeOutcome& outcome) {
     QStringList texts;
     for (const RecipeBlock& block : outcome.blocks) {

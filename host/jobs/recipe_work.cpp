@@ -15,13 +15,25 @@ WordRange wordsOf(const RecipeVariable& variable) {
     return {variable.reg, variable.address, variable.count};
 }
 
-QVector<int> orderOf(const QVector<RecipeVariable>& variables) {
+WordRange wordsOf(const RecipeBlock& block) {
+    return {block.reg, block.address, block.length};
+}
+
+/// Whether the driver moves one address before the other.
+bool movedBefore(const QStringList& registers, const WordRange& one, const WordRange& other) {
+    const auto rankOne = registers.indexOf(one.reg);
+    const auto rankOther = registers.indexOf(other.reg);
+    if (rankOne != rankOther) {
+        return rankOne < rankOther;
+    }
+    return one.reg != other.reg ? one.reg < other.reg : one.address < other.address;
+}
+
+QVector<int> orderOf(const QVector<RecipeVariable>& variables, const QStringList& registers) {
     QVector<int> order(variables.size());
     std::iota(order.begin(), order.end(), 0);
     std::sort(order.begin(), order.end(), [&](int a, int b) {
-        const RecipeVariable& left = variables.at(a);
-        const RecipeVariable& right = variables.at(b);
-        return left.reg != right.reg ? left.reg < right.reg : left.address < right.address;
+        return movedBefore(registers, wordsOf(variables.at(a)), wordsOf(variables.at(b)));
     });
     return order;
 }
@@ -53,7 +65,7 @@ QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirect
             .arg(words)
             .arg(bufferWords);
     }
-    const QVector<int> order = orderOf(variables);
+    const QVector<int> order = orderOf(variables, QStringList());
     for (int index = 1; index < order.size(); ++index) {
         const RecipeVariable& before = variables.at(order.at(index - 1));
         const RecipeVariable& next = variables.at(order.at(index));
@@ -67,9 +79,10 @@ QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirect
 }
 
 RecipeWork::RecipeWork(quint64 id, RecipeDirection direction,
-                       const QVector<RecipeVariable>& variables, bool readBack)
-    : m_direction(direction), m_readBack(readBack), m_order(orderOf(variables)),
-      m_offsets(variables.size(), 0) {
+                       const QVector<RecipeVariable>& variables, bool readBack,
+                       const QStringList& registers)
+    : m_direction(direction), m_readBack(readBack), m_registers(registers),
+      m_order(orderOf(variables, registers)), m_offsets(variables.size(), 0) {
     m_outcome.id = id;
     m_outcome.direction = direction;
     m_outcome.variables = variables;
@@ -158,8 +171,10 @@ RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
     if (end.tries > 0) {
         note(end, end.surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
     }
-    return finish(end.surelyNotExecuted() && end.tries > 0 ? RecipeResult::Refused
-                                                           : RecipeResult::Unknown);
+    if (end.tries == 0 || !end.surelyNotExecuted()) {
+        return finish(RecipeResult::Unknown);
+    }
+    return finish(end.refusals > 0 ? RecipeResult::Refused : RecipeResult::NotReached);
 }
 
 RecipeWork::Next RecipeWork::begin(RecipeDirection direction) {
@@ -186,12 +201,22 @@ RecipeWork::Next RecipeWork::finish(RecipeResult result) {
     m_outcome.blocks = m_moved;
     rememberMovedBefore();
     addBlocksNotMoved();
+    std::stable_sort(m_outcome.blocks.begin(), m_outcome.blocks.end(),
+                     [this](const RecipeBlock& one, const RecipeBlock& other) {
+                         return movedBefore(m_registers, wordsOf(one), wordsOf(other));
+                     });
     return Next::Ended;
 }
 
-void RecipeWork::cancel(const std::optional<RequestEnd>& underWay) {
+void RecipeWork::cancel() {
+    m_outcome.last = RequestEnd(); // what ended well before says nothing of this end
+    finish(RecipeResult::GivenUp);
+}
+
+void RecipeWork::close(const std::optional<RequestEnd>& underWay) {
+    m_outcome.last = underWay ? *underWay : RequestEnd();
+    m_outcome.last.closed = true;
     if (underWay && underWay->tries > 0) {
-        m_outcome.last = *underWay;
         noteMode(*underWay);
         note(*underWay, RecipeBlock::Unknown);
     }
@@ -230,7 +255,7 @@ void RecipeWork::addBlocksNotMoved() {
     }
     QVector<WordRange> touched;
     for (const RecipeBlock& block : m_outcome.blocks) {
-        touched.append({block.reg, block.address, block.length});
+        touched.append(wordsOf(block));
     }
     for (const WordRange& range : withoutHoles(left, touched)) {
         RecipeBlock block;

@@ -16,8 +16,10 @@ namespace velkor_host {
 
 class RecipeWork {
 public:
+    /// `registers`: as the driver lists them, which is the order in which it moves them; what is
+    /// not in it comes first, by name.
     RecipeWork(quint64 id, RecipeDirection direction, const QVector<RecipeVariable>& variables,
-               bool readBack);
+               bool readBack, const QStringList& registers = QStringList());
 
     /// Empty, or what is wrong with the variables.
     static QString fault(const QVector<RecipeVariable>& variables, RecipeDirection direction,
@@ -27,7 +29,8 @@ public:
     bool download() const { return m_direction == RecipeDirection::Download; }
 
     /// The variables as the driver is told them, none longer than `wordsPerFrame`: laid out back to
-    /// back in the order of their addresses, because the driver downloads neighbours as one run.
+    /// back in the order of their registers and addresses, because the driver downloads neighbours
+    /// as one run.
     QVector<_RCP_VAR_PRO> driverVariables(int hostTag, int station, int wordsPerFrame) const;
     /// Puts the words to be downloaded into the buffer.
     void fill(std::vector<unsigned short>* buffer) const;
@@ -43,8 +46,10 @@ public:
     /// The host gives it up. Settled by the end of the request under way, or by cancel().
     void giveUp() { m_givenUp = true; }
     bool givenUp() const { return m_givenUp; }
-    /// Ends it here. `underWay`: a request that has been sent and is not settled.
-    void cancel(const std::optional<RequestEnd>& underWay);
+    /// Ends it here, before its turn comes or between two blocks.
+    void cancel();
+    /// The line is closed. `underWay`: a request that has been sent and is not settled.
+    void close(const std::optional<RequestEnd>& underWay);
 
     const RecipeOutcome& outcome() const { return m_outcome; }
     int wordsMoved() const;
@@ -65,7 +70,8 @@ private:
     bool m_givenUp = false;
     bool m_again = false; ///< started once more after a change of the mode
     int m_words = 0;
-    QVector<int> m_order;               ///< indices of the variables by register and address
+    QStringList m_registers;            ///< in the driver's order
+    QVector<int> m_order;               ///< indices of the variables in the order of moving
     QVector<int> m_offsets;             ///< first word in the buffer, of each variable
     QVector<RecipeBlock> m_moved;       ///< of the pass under way
     QVector<RecipeBlock> m_movedBefore; ///< of the pass that the change of the mode has ended

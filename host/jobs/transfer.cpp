@@ -41,6 +41,7 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.refusedPort += first.refusedPort;
         both.wrongLength += first.wrongLength;
         both.waited += first.waited;
+        both.roundTrip = first.roundTrip;
         if (!second.modeChange) {
             both.modeChange = first.modeChange;
             both.modeChangeEnd = first.modeChangeEnd;
@@ -48,6 +49,17 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         }
     }
     return both;
+}
+
+/// The end that the line's closing puts to a piece of which nothing has been sent.
+RequestEnd unsent(const Piece& piece, bool write) {
+    RequestEnd end;
+    end.write = write;
+    end.reg = piece.reg;
+    end.address = piece.address;
+    end.length = piece.length;
+    end.closed = true;
+    return end;
 }
 
 } // namespace
@@ -133,6 +145,10 @@ void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
         m_soFar = together(m_soFar, *underWay);
         noteMode(*underWay);
     }
+    if (m_soFar.tries == 0) {
+        m_soFar = unsent(piece(), true);
+    }
+    m_soFar.closed = true;
     judge();
 }
 
@@ -153,6 +169,11 @@ Piece ReadTransfer::piece() const {
     piece.address = m_words.address + done;
     piece.length = std::min(m_most, m_words.length - done);
     return piece;
+}
+
+void ReadTransfer::cancel(const std::optional<RequestEnd>& underWay) {
+    m_outcome.last = underWay && underWay->tries > 0 ? *underWay : unsent(piece(), false);
+    m_outcome.last.closed = true;
 }
 
 NextStep ReadTransfer::pieceEnded(const RequestEnd& end, const Items& words) {

@@ -32,7 +32,8 @@ public:
 
     Piece piece() const;
     NextStep pieceEnded(const RequestEnd& end);
-    /// Nothing more will be sent. `underWay`: of the piece that has been sent and not settled.
+    /// The line is closed: nothing more will be sent. `underWay`: of the piece that has been sent
+    /// and not settled.
     void cancel(const std::optional<RequestEnd>& underWay);
 
     /// Once it has ended.
@@ -63,6 +64,8 @@ public:
     Piece piece() const;
     /// `words`: of the piece, when it has been read.
     NextStep pieceEnded(const RequestEnd& end, const Items& words);
+    /// As of a write.
+    void cancel(const std::optional<RequestEnd>& underWay);
 
     const ReadOutcome& outcome() const { return m_outcome; }
 

@@ -64,6 +64,8 @@ public:
     void armTimer();
     void collect();
     void deliver();
+    int outcomesNotTold() const;
+    const TagBoard& lastBoard() const { return connection ? core()->board() : board; }
 
     Line* line; ///< null once it has been destroyed
     LineSettings settings;
@@ -196,6 +198,14 @@ void Line::Private::deliver() {
     // touched behind this.
 }
 
+int Line::Private::outcomesNotTold() const {
+    return static_cast<int>(std::count_if(notices.begin(), notices.end(), [](const Notice& notice) {
+        return std::holds_alternative<WriteOutcome>(notice) ||
+               std::holds_alternative<ReadOutcome>(notice) ||
+               std::holds_alternative<RecipeOutcome>(notice);
+    }));
+}
+
 bool Line::Private::accept(const QString& wrong, QString* fault) const {
     if (fault != nullptr) {
         *fault = wrong;
@@ -295,11 +305,19 @@ const QVector<Tag>& Line::tags() const {
 }
 
 const TagStatus& Line::status(int index) const {
-    return (d->connection ? d->core()->board() : d->board).at(index);
+    if (index >= 0 && index < d->lastBoard().size()) {
+        return d->lastBoard().at(index);
+    }
+    static const TagStatus none = [] {
+        TagStatus status;
+        status.reason = QStringLiteral("no such tag: the index is outside the list of tags");
+        return status;
+    }();
+    return none;
 }
 
 bool Line::allFresh() const {
-    return (d->connection ? d->core()->board() : d->board).allFresh();
+    return d->lastBoard().allFresh();
 }
 
 quint64 Line::write(const QString& reg, int address, const Items& items, QString* fault) {
@@ -340,7 +358,7 @@ void Line::giveUpRecipe(quint64 id) {
 }
 
 int Line::pending() const {
-    return isOpen() ? d->core()->pending() : 0;
+    return (isOpen() ? d->core()->pending() : 0) + d->outcomesNotTold();
 }
 
 const LinkStatistics& Line::statistics() const {

@@ -69,7 +69,7 @@ void LineCore::read(quint64 id, const QString& reg, int address, int count) {
 
 void LineCore::recipe(quint64 id, RecipeDirection direction,
                       const QVector<RecipeVariable>& variables, bool readBack) {
-    m_queue.append(RecipeWork(id, direction, variables, readBack));
+    m_queue.append(RecipeWork(id, direction, variables, readBack, m_driver.wordRegisters()));
     work();
 }
 
@@ -82,11 +82,11 @@ void LineCore::giveUpRecipe(quint64 id) {
         return;
     }
     if (first != nullptr && first->id() == id) {
-        first->cancel(std::nullopt);
+        first->cancel();
         m_notices.emplace_back(first->outcome());
         m_queue.takeFirst();
     } else if (std::optional<RecipeWork> waiting = m_queue.takeWaitingRecipe(id)) {
-        waiting->cancel(std::nullopt);
+        waiting->cancel();
         m_notices.emplace_back(waiting->outcome());
     }
 }
@@ -102,10 +102,12 @@ void LineCore::close() {
             write->cancel(underWay);
             m_notices.emplace_back(write->outcome());
         } else if (RecipeWork* recipe = std::get_if<RecipeWork>(&job)) {
-            recipe->cancel(underWay);
+            recipe->close(underWay);
             m_notices.emplace_back(recipe->outcome());
         } else {
-            m_notices.emplace_back(std::get<ReadTransfer>(job).outcome());
+            ReadTransfer& read = std::get<ReadTransfer>(job);
+            read.cancel(underWay);
+            m_notices.emplace_back(read.outcome());
         }
         underWay.reset(); // it was of the first job
     }
@@ -156,7 +158,7 @@ void LineCore::work() {
         if (recipe != nullptr && recipe->givenUp()) {
             m_exchange.discardNext();
             if (m_recipeRunning) { // there was nothing to discard
-                recipe->cancel(std::nullopt);
+                recipe->cancel();
                 recipeEnded();
             }
             continue;
@@ -242,7 +244,6 @@ bool LineCore::blockUnderWay() const {
 // --- What the exchange tells --------------------------------------------------------------------
 
 void LineCore::frameSent(const QByteArray& frame, int attempt) {
-    m_statistics.sent(attempt);
     for (FrameWitness* witness : m_witnesses) {
         witness->sent(frame, attempt);
     }
@@ -265,9 +266,13 @@ void LineCore::tryTimedOut(const QByteArray& frame) {
 void LineCore::requestSettled(const Settled& settled) {
     const qint64 now = m_clock.now();
     if (settled.tries > 0) {
-        m_statistics.settled(settled, now);
+        m_statistics.requestEnded(settled, now);
         m_notices.emplace_back(RequestEnd(settled));
         noteLink(settled);
+        const bool ofWrite = m_jobInHand && settled.tag == TAG_WRITE;
+        if (!ofWrite || m_recipeRunning) { // a write's piece may be handed over again
+            m_statistics.exchangeEnded(settled, now);
+        }
     }
     if (m_recipeRunning) {
         blockSettled(settled);
@@ -293,7 +298,11 @@ void LineCore::jobSettled(const Settled& settled) {
     if (WriteTransfer* write = m_queue.first<WriteTransfer>()) {
         m_wordsInHand = WordRange();
         m_poller.board().setInDriversHands(m_wordsInHand);
-        if (write->pieceEnded(settled) == NextStep::Ended) {
+        const NextStep next = write->pieceEnded(settled);
+        if (settled.ok || next == NextStep::Ended) {
+            m_statistics.exchangeEnded(write->outcome().last, m_clock.now());
+        }
+        if (next == NextStep::Ended) {
             const WriteOutcome& outcome = write->outcome();
             // Of a long write some pieces may be there though others are not.
             const bool there = outcome.result == WriteResult::Taken || outcome.taken > 0;

@@ -32,17 +32,11 @@ qint64 RoundTrips::percentile(int percent) const {
     return sorted.at(std::min(std::max(rank, 1), size) - 1);
 }
 
-void LinkStatistics::sent(int attempt) {
-    m_retries += attempt > 1 ? 1 : 0;
-}
-
 void LinkStatistics::received(Verdict verdict) {
     m_dropped += verdict == Verdict::Reply ? 0 : 1;
 }
 
-void LinkStatistics::settled(const RequestEnd& settled, qint64 now) {
-    ++m_exchanges;
-    m_failures += settled.ok ? 0 : 1;
+void LinkStatistics::requestEnded(const RequestEnd& settled, qint64 now) {
     if (settled.endCode >= 0) {
         m_lastEndCode = settled.endCode;
         m_lastEndCodeAt = now;
@@ -59,8 +53,14 @@ void LinkStatistics::settled(const RequestEnd& settled, qint64 now) {
     } else if (m_silentSince < 0) {
         m_silentSince = now - settled.waited;
     }
-    if (settled.ok && settled.roundTrip >= 0) {
-        m_roundTrips.add(settled.roundTrip);
+}
+
+void LinkStatistics::exchangeEnded(const RequestEnd& whole, qint64 now) {
+    ++m_exchanges;
+    m_retries += std::max(0, whole.tries - 1);
+    m_failures += whole.ok ? 0 : 1;
+    if (whole.roundTrip >= 0) {
+        m_roundTrips.add(whole.roundTrip);
     }
     m_recent.append(now);
     const auto old = std::find_if(m_recent.begin(), m_recent.end(),

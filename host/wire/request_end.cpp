@@ -100,6 +100,17 @@ QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place
     return {QStringLiteral("the PLC's own state: look at its error display"), nodesCause(place)};
 }
 
+/// Why nothing was sent of a request.
+QString notSent(const RequestEnd& end) {
+    return end.closed ? QStringLiteral("not sent: the line was closed")
+                      : QStringLiteral("not sent");
+}
+
+/// Closed in the first try: that there was no answer yet says nothing of the PLC.
+bool hadNoChance(const RequestEnd& end) {
+    return end.tries == 0 || (end.closed && end.silent + end.refusedPort + end.wrongLength == 0);
+}
+
 bool nothingHasComeYet(const RequestEnd& end) {
     return end.silent + end.refusedPort + end.refusals + end.wrongLength == 0 && end.endCode < 0;
 }
@@ -123,6 +134,9 @@ QString requestText(const RequestEnd& end) {
 
 QString failureReason(const RequestEnd& end, const LineSettings& settings,
                       const SettingNames& names) {
+    if (end.ok || end.tries == 0) {
+        return end.ok ? QString() : notSent(end);
+    }
     const QString tries = counted(end.tries, "try", "tries");
     const int endCode = decidingEndCode(end);
     if (endCode >= 0) {
@@ -151,6 +165,10 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
                               "length (%2 in %3)")
             .arg(endpointText(settings.plc), tries, secondsText(end.waited));
     }
+    if (end.closed) {
+        return QStringLiteral("the line was closed before %1 had answered (%2 in %3)")
+            .arg(endpointText(settings.plc), tries, secondsText(end.waited));
+    }
     QString text = QStringLiteral("no usable answer from %1 in %2 of %3 ms each (%4)")
                        .arg(endpointText(settings.plc), tries)
                        .arg(settings.timeoutMs)
@@ -168,6 +186,9 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
 }
 
 QString shortReason(const RequestEnd& end, const LineSettings& settings) {
+    if (end.ok || end.tries == 0) {
+        return end.ok ? QString() : notSent(end);
+    }
     const int endCode = decidingEndCode(end);
     if (endCode >= 0) {
         return QStringLiteral("refused: end code %1 when %2 %3")
@@ -181,6 +202,9 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
     }
     if (end.silent < end.tries && end.wrongLength > 0) {
         return QStringLiteral("wrong length: replies of %1 to %2").arg(plc, requestText(end));
+    }
+    if (end.closed) {
+        return QStringLiteral("no answer: the line to %1 was closed before").arg(plc);
     }
     if (nothingHasComeYet(end)) {
         return QStringLiteral("no answer: still waiting in the first try of %1 ms to %2")
@@ -197,6 +221,9 @@ QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
                          const QVector<int>& nodes, const SettingNames& names) {
     const Place place{settings, nodes, names};
     const int endCode = decidingEndCode(end);
+    if (end.ok || (endCode < 0 && hadNoChance(end))) {
+        return {};
+    }
     if (endCode >= 0) {
         return refusalCauses(endCode, end, place);
     }
@@ -214,11 +241,19 @@ QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
 
 QString failureText(const RequestEnd& end, const LineSettings& settings, const QVector<int>& nodes,
                     const SettingNames& names) {
-    QString text = QStringLiteral("%1 %2 failed: %3\nCheck in this order:")
-                       .arg(end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
-                            requestText(end), failureReason(end, settings, names));
+    if (end.ok) {
+        return QString();
+    }
+    QString text = failureReason(end, settings, names);
+    if (!end.reg.isEmpty()) {
+        text.prepend(QStringLiteral("%1 %2 failed: ")
+                         .arg(end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
+                              requestText(end)));
+    }
+    const QStringList causes = likelyCauses(end, settings, nodes, names);
+    text += causes.isEmpty() ? QString() : QStringLiteral("\nCheck in this order:");
     int index = 0;
-    for (const QString& cause : likelyCauses(end, settings, nodes, names)) {
+    for (const QString& cause : causes) {
         text += QStringLiteral("\n  %1. %2").arg(++index).arg(cause);
     }
     return text;

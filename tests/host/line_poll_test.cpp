@@ -314,4 +314,64 @@ TEST(LineStatistics, silenceAndErrors_areRemembered) {
     EXPECT_EQ(line.core->statistics().failures(), 2);
 }
 
+TEST(LineStatistics, refusedPollReadAndWrite_countAlike) {
+    const std::function<void(SimulatedLine&)> kinds[] = {
+        [](SimulatedLine& line) { line.read("DM", 1, 1); },
+        [](SimulatedLine& line) { line.write("DM", 1, {1}); },
+        [](SimulatedLine& line) { line.write("CIO_bit", 1, {1}); }};
+    for (const auto& handOver : kinds) {
+        SimulatedLine line(lineSettings());
+        line.fate = [](const QByteArray&, int) {
+            Fate fate;
+            fate.endCode = 0x2203;
+            return fate;
+        };
+        handOver(line);
+        ASSERT_TRUE(line.settle());
+        const LinkStatistics& statistics = line.core->statistics();
+        EXPECT_EQ(line.frames.size(), 3U);
+        EXPECT_EQ(statistics.exchanges(), 1);
+        EXPECT_EQ(statistics.retries(), 2);
+        EXPECT_EQ(statistics.failures(), 1);
+        EXPECT_EQ(statistics.roundTrips().count(), 1);
+        EXPECT_EQ(statistics.roundTrips().percentile(50), 2000);
+    }
+}
+
+TEST(LineStatistics, refusedPoll_countsAsARefusedWriteDoes) {
+    SimulatedLine line(lineSettings());
+    line.fate = [](const QByteArray&, int number) {
+        Fate fate;
+        fate.endCode = number <= 3 ? 0x2203 : 0;
+        return fate;
+    };
+    line.setTags({tagAt("DM", 1)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->statistics().exchanges() > 0; }));
+    EXPECT_EQ(line.frames.size(), 3U);
+    EXPECT_EQ(line.core->statistics().exchanges(), 1);
+    EXPECT_EQ(line.core->statistics().retries(), 2);
+    EXPECT_EQ(line.core->statistics().failures(), 1);
+    EXPECT_EQ(line.core->statistics().roundTrips().count(), 1);
+}
+
+TEST(LineStatistics, writeRefusedAndThenTaken_isNoFailure) {
+    SimulatedLine line(lineSettings());
+    line.setTags({tagAt("DM", 500)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    const qint64 before = line.core->statistics().exchanges();
+    bool refusedOnce = false;
+    line.fate = [&](const QByteArray& frame, int) {
+        Fate fate;
+        fate.endCode = isWriteFrame(frame) && !refusedOnce ? 0x2203 : 0;
+        refusedOnce = refusedOnce || isWriteFrame(frame);
+        return fate;
+    };
+    line.write("DM", 1, {1});
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(line.writes.at(0).result, WriteResult::Taken);
+    EXPECT_EQ(line.core->statistics().exchanges(), before + 1);
+    EXPECT_EQ(line.core->statistics().retries(), 1);
+    EXPECT_EQ(line.core->statistics().failures(), 0);
+}
+
 } // namespace

@@ -278,6 +278,44 @@ TEST_P(FrameOfARecipe, wrongModeFromThereOn_allowed_isDoneAndForbidden_isRefused
 
 INSTANTIATE_TEST_SUITE_P(Frames, FrameOfARecipe, testing::Range(1, 6));
 
+TEST(LineRecipe, firstBlockRefused_listsTheBlocksInTheOrderOfSending) {
+    SimulatedLine line(lineSettings());
+    line.download(fourBlocks());
+    ASSERT_TRUE(line.settle());
+    QStringList sent;
+    for (const RecipeBlock& block : line.recipes.at(0).blocks) {
+        sent.append(block.reg + QString::number(block.address));
+    }
+    line.fate = [](const QByteArray&, int) {
+        Fate fate;
+        fate.endCode = 0x2102;
+        return fate;
+    };
+    line.download(fourBlocks());
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(recipeBlocksText(line.recipes.at(1)).toStdString(),
+              "HR 20 to 22 not written; DM 100 to 199 not written; DM 300 to 301 not written");
+    EXPECT_EQ(sent.join(' ').toStdString(), "HR20 DM100 DM164 DM300");
+}
+
+TEST(LineRecipe, portThatIsClosed_isNotReached) {
+    for (const bool download : {true, false}) {
+        SimulatedLine line(lineSettings());
+        line.fate = [](const QByteArray&, int number) {
+            Fate fate;
+            fate.closedPort = number >= 2;
+            return fate;
+        };
+        download ? line.download(fourBlocks()) : line.upload(fourBlocks());
+        ASSERT_TRUE(line.settle());
+        EXPECT_EQ(line.recipes.at(0).result, RecipeResult::NotReached);
+        if (download) {
+            expectBlocksAreTrue(line, line.recipes.at(0));
+        }
+        expectTheNextRecipeIsWhole(&line);
+    }
+}
+
 TEST(LineRecipe, readBackDifferent_namesTheWords) {
     SimulatedLine line(lineSettings());
     line.fate = [&line](const QByteArray& frame, int) {

@@ -114,6 +114,55 @@ TEST_F(HostRecipe, refusedBlock_saysWhatThePlcHolds) {
     EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 not written; HR 5 not written");
 }
 
+TEST_F(HostRecipe, blockAtAClosedPort_isNotReached) {
+    ended(block("DM", 10, 4), true);
+    RequestEnd unreached = silentBlock("DM", 20, 2);
+    unreached.unreached = 3;
+    unreached.refusedPort = 3;
+    EXPECT_EQ(ended(unreached, false), Next::Ended);
+    EXPECT_EQ(m_work.outcome().result, RecipeResult::NotReached);
+    EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 not written; HR 5 not written");
+}
+
+TEST_F(HostRecipe, blockAtAPortThatClosesAfterOneTry_isUnknown) {
+    RequestEnd half = silentBlock("DM", 10, 4);
+    half.unreached = 2;
+    half.refusedPort = 2;
+    EXPECT_EQ(ended(half, false), Next::Ended);
+    EXPECT_EQ(m_work.outcome().result, RecipeResult::Unknown);
+}
+
+TEST_F(HostRecipe, refusedAndOtherwiseNotReached_isRefused) {
+    RequestEnd both = refusedBlock("DM", 10, 4);
+    both.tries = 2;
+    both.unreached = 1;
+    EXPECT_EQ(ended(both, false), Next::Ended);
+    EXPECT_EQ(m_work.outcome().result, RecipeResult::Refused);
+}
+
+TEST(HostRecipeOrder, registersAsTheDriverListsThem_areMovedAndListedSo) {
+    RecipeWork work(7, RecipeDirection::Download, threeBlocks(), false, {"CIO", "HR", "DM"});
+    EXPECT_EQ(plain(work.driverVariables(3, 1, 64).at(0).regName), "HR");
+    std::vector<unsigned short> buffer(100, 0);
+    work.blockEnded(refusedBlock("HR", 5, 1), false, buffer);
+    EXPECT_EQ(plain(recipeBlocksText(work.outcome())),
+              "HR 5 not written; DM 10 to 13 not written; DM 20 to 21 not written");
+}
+
+TEST(HostRecipeOrder, writtenBeforeTheModeWasSwitched_isListedInItsPlace) {
+    RecipeWork work(7, RecipeDirection::Download, threeBlocks(), false, {"HR", "DM"});
+    std::vector<unsigned short> buffer(100, 0);
+    work.blockEnded(block("HR", 5, 1), true, buffer);
+    EXPECT_EQ(work.blockEnded(switchedBlock("DM", 10, 4), false, buffer), Next::Start);
+    work.giveUp();
+    RequestEnd unsent = block("HR", 5, 1);
+    unsent.ok = false;
+    unsent.tries = 0;
+    work.blockEnded(unsent, false, buffer);
+    EXPECT_EQ(plain(recipeBlocksText(work.outcome())),
+              "HR 5 written; DM 10 to 13 not written; DM 20 to 21 not written");
+}
+
 TEST_F(HostRecipe, silentBlock_isUnknown) {
     ended(block("DM", 10, 4), true);
     EXPECT_EQ(ended(silentBlock("DM", 20, 2), false), Next::Ended);
@@ -185,12 +234,32 @@ TEST_F(HostRecipe, silentAfterTheSwitch_stillHoldsWhatHadBeenWrittenBefore) {
     EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 not written; HR 5 not written");
 }
 
-TEST_F(HostRecipe, cancelledWithABlockInFlight_isGivenUpWithThatBlockUnknown) {
+TEST_F(HostRecipe, cancelledBehindAMovedBlock_hasNoEndOfThatBlockForItsLast) {
+    ended(block("DM", 10, 4), true);
+    m_work.cancel();
+    EXPECT_EQ(m_work.outcome().result, RecipeResult::GivenUp);
+    EXPECT_FALSE(m_work.outcome().last.ok);
+    EXPECT_EQ(m_work.outcome().last.tries, 0);
+    EXPECT_FALSE(m_work.outcome().last.closed);
+}
+
+TEST_F(HostRecipe, closedBehindAMovedBlock_saysThatTheLineWasClosed) {
+    ended(block("DM", 10, 4), true);
+    m_work.close(std::nullopt);
+    EXPECT_EQ(m_work.outcome().result, RecipeResult::GivenUp);
+    EXPECT_FALSE(m_work.outcome().last.ok);
+    EXPECT_EQ(m_work.outcome().last.tries, 0);
+    EXPECT_TRUE(m_work.outcome().last.closed);
+}
+
+TEST_F(HostRecipe, closedWithABlockInFlight_isGivenUpWithThatBlockUnknown) {
     ended(block("DM", 10, 4), true);
     RequestEnd underWay = block("DM", 20, 2);
     underWay.ok = false;
-    m_work.cancel(underWay);
+    m_work.close(underWay);
     EXPECT_EQ(m_work.outcome().result, RecipeResult::GivenUp);
+    EXPECT_TRUE(m_work.outcome().last.closed);
+    EXPECT_EQ(m_work.outcome().last.tries, 1);
     EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 not known, it may have been written; "
                         "HR 5 not written");
 }
@@ -247,6 +316,20 @@ TEST(HostRecipeUpload, done_givesTheWordsInTheHostsOrder) {
     EXPECT_EQ(work.outcome().variables.at(0).words, Items{7});
     EXPECT_EQ(work.outcome().variables.at(1).words, (Items{5, 6}));
     EXPECT_EQ(work.outcome().variables.at(2).words, (Items{1, 2, 3, 4}));
+}
+
+TEST(ResultNames, everyResult_hasAName) {
+    EXPECT_EQ(plain(writeResultName(WriteResult::Taken)), "taken");
+    EXPECT_EQ(plain(writeResultName(WriteResult::Refused)), "refused");
+    EXPECT_EQ(plain(writeResultName(WriteResult::Unknown)), "unknown");
+    EXPECT_EQ(plain(writeResultName(WriteResult::NotReached)), "not reached");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::Done)), "done");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::Refused)), "refused");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::Unknown)), "unknown");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::NotReached)), "not reached");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::Different)), "different");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::NotVerified)), "not verified");
+    EXPECT_EQ(plain(recipeResultName(RecipeResult::GivenUp)), "given up");
 }
 
 TEST(HostRecipeFault, wrongVariables_areNamed) {

@@ -186,6 +186,19 @@ TEST(WriteTransfer, cancelledBeforeItWasSent_isNotSent) {
     write.cancel(std::nullopt);
     EXPECT_EQ(write.outcome().result, WriteResult::NotReached);
     EXPECT_EQ(write.outcome().last.tries, 0);
+    EXPECT_TRUE(write.outcome().last.closed);
+    EXPECT_EQ(plain(requestText(write.outcome().last)), "DM 100 (3 words)");
+}
+
+TEST(WriteTransfer, roundTripOfARefusedPiece_isOfItsFirstTry) {
+    WriteTransfer write = writeOf(3);
+    RequestEnd first = refusedOnce(0x2102);
+    first.roundTrip = 11;
+    RequestEnd second = done();
+    second.roundTrip = 22;
+    write.pieceEnded(first);
+    write.pieceEnded(second);
+    EXPECT_EQ(write.outcome().last.roundTrip, 11);
 }
 
 TEST(WriteTransfer, cancelledWithAFrameInFlight_isUnknown) {
@@ -197,6 +210,7 @@ TEST(WriteTransfer, cancelledWithAFrameInFlight_isUnknown) {
     EXPECT_EQ(write.outcome().result, WriteResult::Unknown);
     EXPECT_EQ(write.outcome().taken, 4);
     EXPECT_EQ(write.outcome().unknown, 4);
+    EXPECT_TRUE(write.outcome().last.closed);
 }
 
 TEST(WriteTransfer, cancelledBetweenTwoPieces_isNotSentBehindWhatIsTaken) {
@@ -238,6 +252,19 @@ TEST(ReadTransfer, bits_areAskedForAsWords) {
     EXPECT_EQ(read.piece().length, 2);
     EXPECT_EQ(read.pieceEnded(done(), {0x8000, 0x0001}), NextStep::Ended);
     EXPECT_EQ(read.outcome().items, (Items{1, 1}));
+}
+
+TEST(ReadTransfer, cancelled_saysThatTheLineWasClosed) {
+    ReadTransfer unsent(3, "DM", 100, 6, 4);
+    unsent.cancel(std::nullopt);
+    EXPECT_FALSE(unsent.outcome().ok);
+    EXPECT_TRUE(unsent.outcome().last.closed);
+    EXPECT_EQ(plain(requestText(unsent.outcome().last)), "DM 100 (4 words)");
+    ReadTransfer behindAPiece(3, "DM", 100, 6, 4);
+    behindAPiece.pieceEnded(done(), counting(4));
+    behindAPiece.cancel(std::nullopt);
+    EXPECT_FALSE(behindAPiece.outcome().last.ok);
+    EXPECT_EQ(plain(requestText(behindAPiece.outcome().last)), "DM 104 (2 words)");
 }
 
 TEST(ReadTransfer, failedPiece_isNoResult) {

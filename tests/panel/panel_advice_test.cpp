@@ -155,6 +155,60 @@ TEST(FailureReason, datagramsThatWereNoReply_areCounted) {
                     .endsWith("(1.50 s); 3 datagrams came that were no reply to it"));
 }
 
+TEST(FailureText, nothingHasFailed_isEmpty) {
+    RequestEnd good = failedRead();
+    good.ok = true;
+    good.silent = 2;
+    good.endCode = 0;
+    EXPECT_EQ(plain(failureText(good, settings(), NODES)), "");
+    EXPECT_EQ(plain(failureReason(good, settings())), "");
+    EXPECT_EQ(plain(shortReason(good, settings())), "");
+    EXPECT_TRUE(likelyCauses(good, settings(), NODES).isEmpty());
+}
+
+TEST(FailureText, nothingWasSent_namesNoCauses) {
+    RequestEnd unsent;
+    unsent.write = true;
+    unsent.reg = "DM";
+    unsent.address = 100;
+    unsent.length = 2;
+    EXPECT_EQ(plain(failureText(unsent, settings(), NODES)),
+              "writing DM 100 (2 words) failed: not sent");
+    EXPECT_EQ(plain(shortReason(unsent, settings())), "not sent");
+    unsent.closed = true;
+    EXPECT_EQ(plain(failureText(unsent, settings(), NODES)),
+              "writing DM 100 (2 words) failed: not sent: the line was closed");
+    EXPECT_EQ(plain(shortReason(unsent, settings())), "not sent: the line was closed");
+    EXPECT_TRUE(likelyCauses(unsent, settings(), NODES).isEmpty());
+    EXPECT_EQ(plain(failureText(RequestEnd(), settings(), NODES)), "not sent");
+}
+
+TEST(FailureText, closedInTheFirstTry_waitsForNothingAndBlamesNobody) {
+    RequestEnd closed = failedRead();
+    closed.tries = 1;
+    closed.silent = 0;
+    closed.waited = 20000;
+    closed.closed = true;
+    EXPECT_EQ(plain(failureText(closed, settings(), NODES)),
+              "reading DM 100 (2 words) failed: the line was closed before 192.168.250.1:9600 had "
+              "answered (1 try in 0.02 s)");
+    EXPECT_EQ(plain(shortReason(closed, settings())),
+              "no answer: the line to 192.168.250.1:9600 was closed before");
+}
+
+TEST(FailureText, closedAfterTriesWithoutAnswer_namesTheCauses) {
+    RequestEnd closed = failedRead();
+    closed.silent = 2;
+    closed.closed = true;
+    EXPECT_FALSE(likelyCauses(closed, settings(), NODES).isEmpty());
+}
+
+TEST(FailureText, closedBehindARefusal_tellsTheRefusal) {
+    RequestEnd closed = refusedRead(0x1103);
+    closed.closed = true;
+    EXPECT_TRUE(failureText(closed, settings(), NODES).contains("end code 1103"));
+}
+
 TEST(RequestText, oneBit_isAddressedByWordAndBit) {
     RequestEnd settled;
     settled.reg = "CIO_bit";

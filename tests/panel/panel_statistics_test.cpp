@@ -38,10 +38,15 @@ RequestEnd settled(bool ok, int endCode, qint64 roundTrip) {
     return result;
 }
 
+void end(LinkStatistics* statistics, const RequestEnd& request, qint64 now) {
+    statistics->requestEnded(request, now);
+    statistics->exchangeEnded(request, now);
+}
+
 TEST(LinkStatistics, settledRequests_areCounted) {
     LinkStatistics statistics;
-    statistics.settled(settled(true, 0, 500), 1000000);
-    statistics.settled(settled(false, 0x1103, -1), 1000001);
+    end(&statistics, settled(true, 0, 500), 1000000);
+    end(&statistics, settled(false, 0x1103, -1), 1000001);
     EXPECT_EQ(statistics.exchanges(), 2);
     EXPECT_EQ(statistics.failures(), 1);
     EXPECT_EQ(statistics.lastEndCode(), 0x1103);
@@ -50,17 +55,26 @@ TEST(LinkStatistics, settledRequests_areCounted) {
 
 TEST(LinkStatistics, failureWithoutAnswer_keepsTheLastEndCode) {
     LinkStatistics statistics;
-    statistics.settled(settled(true, 0, 500), 1);
-    statistics.settled(settled(false, -1, -1), 2);
+    end(&statistics, settled(true, 0, 500), 1);
+    end(&statistics, settled(false, -1, -1), 2);
     EXPECT_EQ(statistics.lastEndCode(), 0);
 }
 
-TEST(LinkStatistics, secondTry_isARetry) {
+TEST(LinkStatistics, triesBehindTheFirst_areRetries) {
     LinkStatistics statistics;
-    statistics.sent(1);
-    statistics.sent(2);
-    statistics.sent(3);
+    RequestEnd unsent;
+    RequestEnd third = settled(true, 0, -1);
+    third.tries = 3;
+    end(&statistics, unsent, 1);
+    end(&statistics, third, 2);
     EXPECT_EQ(statistics.retries(), 2);
+    EXPECT_EQ(statistics.failures(), 1);
+}
+
+TEST(LinkStatistics, refusal_isARoundTrip) {
+    LinkStatistics statistics;
+    end(&statistics, settled(false, 0x1103, 700), 1);
+    EXPECT_EQ(statistics.roundTrips().percentile(50), 700);
 }
 
 TEST(LinkStatistics, everythingButReplies_isDropped) {
@@ -75,7 +89,7 @@ TEST(LinkStatistics, everythingButReplies_isDropped) {
 TEST(LinkStatistics, exchangeRate_isOfTheLastTwoSeconds) {
     LinkStatistics statistics;
     for (int index = 0; index < 10; ++index) {
-        statistics.settled(settled(true, 0, 1), 1000000 + index);
+        end(&statistics, settled(true, 0, 1), 1000000 + index);
     }
     EXPECT_DOUBLE_EQ(statistics.exchangeRate(1500000), 5.0);
     EXPECT_DOUBLE_EQ(statistics.exchangeRate(4000000), 0.0);

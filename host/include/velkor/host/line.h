@@ -11,6 +11,11 @@
 ///     QString fault = line.open();
 ///     line.setTags(tags);
 ///     line.write("DM", 100, {1234});
+///     ...
+///     line.close();
+///     while (line.pending() > 0) { // until every outcome has been told
+///         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+///     }
 ///
 /// What a line does. It loads a copy of the driver of its own, owns the socket and everything that
 /// the driver borrows, and polls the tags, all of them once in each scan interval. Writes, one-shot
@@ -23,6 +28,8 @@
 /// Notices (the on... members, any of which may be empty) come from that event loop, never from
 /// inside a call of the host's. From inside a notice the host may call anything of the line, close
 /// it, and destroy it. A notice tells what was so when it was noted; status() tells what is so now.
+/// Outcomes wait for a listener until they are told, and are told to nobody when there is none
+/// then.
 ///
 /// Errors. Texts that are returned are empty when all is well; else they are one sentence for a
 /// person, without a full stop.
@@ -56,15 +63,17 @@ struct LineSettings {
     /// it, `retries` of 2 or more are needed.
     bool allowModeChange = false;
     int refusedRetryMs = 10000; ///< between tries of words that the PLC has refused to give
-    /// The driver's file; empty: libvelkor.so.1 beside the program, else where this layer was
-    /// installed, else where the system looks.
+    /// The driver's file; empty: libvelkor.so.1 beside the program, else where this layer's shared
+    /// library lies (whatever folder it was installed into), else in ../lib seen from the program,
+    /// else where the system looks.
     QString driverFile;
 };
 
 class VELKOR_HOST_EXPORT Line {
 public:
     explicit Line(const LineSettings& settings);
-    /// Closes it; what close() would have told is not told any more.
+    /// Closes it; what close() would have told is not told any more, nor any other outcome that
+    /// pending() still counts.
     ~Line();
     Line(const Line&) = delete;
     Line& operator=(const Line&) = delete;
@@ -74,7 +83,8 @@ public:
     /// Ends everything: each write, read and recipe that is not settled is told as Unknown,
     /// NotReached or GivenUp (from the event loop, as always), every tag goes back to NotRead,
     /// which onTags tells. The tags are kept, and polled again after the next open(). Does nothing
-    /// when closed.
+    /// when closed. Nothing is told from inside this call: a program that is to end with every
+    /// outcome told runs its event loop on until pending() is 0.
     void close();
     bool isOpen() const;
 
@@ -90,14 +100,16 @@ public:
     /// range, type that does not fit, count below 1); then nothing has changed. Needs an open line.
     QString setTags(const QVector<Tag>& tags);
     const QVector<Tag>& tags() const;
-    /// `index` as in the list handed to setTags().
+    /// `index` as in the list handed to setTags(). Of an index outside that list: NotRead, with a
+    /// reason that says so. The reference holds until the next call of setTags(), open() or
+    /// close().
     const TagStatus& status(int index) const;
     bool allFresh() const;
 
-    /// Queues a write of items (words, low byte first in memory as the machine has them; or bits, 0
-    /// or 1) from `address` on. Its outcome comes by onWrite, exactly once. Returns its id, never
-    /// 0; or 0 when it was not queued: line closed, no such register, items outside the register,
-    /// or a bit that is neither 0 nor 1; `fault`, if given, says which.
+    /// Queues a write of items from `address` on: one 16-bit number for each word, or 0 or 1 for
+    /// each bit; `address` as in Tag. Its outcome comes by onWrite, exactly once. Returns its id,
+    /// never 0; or 0 when it was not queued: line closed, no such register, items outside the
+    /// register, or a bit that is neither 0 nor 1; `fault`, if given, says which.
     quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr);
 
     /// Queues a one-shot read of `count` words or bits. Its outcome comes by onRead. Returns as
@@ -114,10 +126,13 @@ public:
     /// Does nothing when it has ended.
     void giveUpRecipe(quint64 id);
 
-    /// Writes, reads and recipes that have not been settled.
+    /// Writes, reads and recipes whose outcome has not been told yet; the one that is being told is
+    /// not counted any more. Falls to 0 after close(), too, as the event loop tells them.
     int pending() const;
 
-    /// The tags (indices, ascending, each once) whose state or value has changed.
+    /// The tags (indices, ascending, each once) of which something that status() shows has changed:
+    /// the state, the value, or `pending`. So a write of the host's own tells its tags at once,
+    /// with the value as it was.
     std::function<void(const QVector<int>& changed)> onTags;
     /// Every polled word has been asked for once since the last such notice.
     std::function<void()> onScan;

@@ -32,7 +32,8 @@ struct WriteOutcome {
     int unknown = 0; ///< items behind those that it may or may not hold (result Unknown)
     bool modeSwitched = false; ///< for it the PLC was switched to MONITOR mode
     bool modeUnknown = false;  ///< it was asked for that, and no answer says whether it has done so
-    RequestEnd last;           ///< of the piece that decided; `tries` 0 when nothing was sent
+    RequestEnd last;           ///< of the piece that decided; `ok` when it is Taken, `tries` 0 when
+                               ///< nothing of that piece was sent
 };
 
 struct ReadOutcome {
@@ -42,7 +43,8 @@ struct ReadOutcome {
     int count = 0;
     bool ok = false; ///< every item has been read, after Line::read() was called
     Items items;     ///< all of them, or empty when not ok
-    RequestEnd last; ///< of the piece that failed, or of the last one
+    RequestEnd last; ///< of the piece that failed, or of the last one; `tries` 0 when nothing of
+                     ///< that piece was sent, because the line was closed
 };
 
 /// A run of words of a word register that a recipe moves.
@@ -62,12 +64,17 @@ enum class RecipeResult {
     Done,        ///< every block has been moved (and, if asked for, compared and found equal)
     Refused,     ///< the PLC has refused a block
     Unknown,     ///< a block was not answered: a download may or may not have written it
+    NotReached,  ///< the PLC has surely not got a block: nothing listened at its port
     Different,   ///< downloaded, but what was read back differs: see `differences`
-    NotVerified, ///< downloaded, every block acknowledged, but reading it back failed
+    NotVerified, ///< downloaded, every block acknowledged, but reading it back failed, or was
+                 ///< given up
     GivenUp      ///< by Line::giveUpRecipe() or the line's closing
 };
 
-/// What a recipe became of, block by block, in the order of sending.
+/// What became of a recipe, block by block. Blocks are sent, and listed, by register in the order
+/// of the driver's list (CIO, WR, HR, AR, T, C, DM), then by address: not in the host's order.
+/// Words that no block was made of yet are listed in their place among them, joined where they
+/// touch.
 struct RecipeBlock {
     enum State {
         Moved,   ///< acknowledged: after a download the PLC holds it
@@ -97,8 +104,16 @@ struct RecipeOutcome {
     QVector<RecipeDifference> differences; ///< of a download that was read back
     bool modeSwitched = false;             ///< for it the PLC was switched to MONITOR mode
     bool modeUnknown = false; ///< it was asked for that, and no answer says whether it has done so
+    /// Of the block that decided. It is no failure (`ok`) when every block was moved: Done and
+    /// Different. `tries` is 0 when nothing of it was sent: given up, or the line closed, before.
     RequestEnd last;
 };
+
+/// "taken", "refused", "unknown" or "not reached".
+VELKOR_HOST_EXPORT QString writeResultName(WriteResult result);
+
+/// "done", "refused", "unknown", "not reached", "different", "not verified" or "given up".
+VELKOR_HOST_EXPORT QString recipeResultName(RecipeResult result);
 
 /// "DM 100 to 111 written; DM 112 to 120 not known; HR 5 not written": what the PLC holds of a
 /// download that did not end well.

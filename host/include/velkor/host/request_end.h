@@ -37,7 +37,9 @@ struct RequestEnd {
     bool modeChange = false; ///< the driver asked the PLC to change to MONITOR mode
     int modeChangeEnd = -1;  ///< end code of that; -1: no answer
     int refusalBeforeModeChange = -1; ///< end code that led to it
-    qint64 waited = 0;                ///< microseconds from the first frame to the end
+    /// The line was closed before this was answered, or (`tries` 0) before it was sent.
+    bool closed = false;
+    qint64 waited = 0;     ///< microseconds from the first frame to the end
     qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
 
@@ -61,20 +63,23 @@ struct SettingNames {
 VELKOR_HOST_EXPORT QString requestText(const QString& reg, int address, int length);
 VELKOR_HOST_EXPORT QString requestText(const RequestEnd& end);
 
-/// One line: why the request failed: tries, waiting time, end code in words.
+/// One line: why the request failed: tries, waiting time, end code in words. Of what was not sent:
+/// "not sent", and whether because the line was closed. Empty when nothing has failed (`ok`).
 VELKOR_HOST_EXPORT QString failureReason(const RequestEnd& end, const LineSettings& settings,
                                          const SettingNames& names = SettingNames());
 
 /// The same for a line of limited width, the key words first: "no answer: ...", "port unreachable:
-/// ...", "refused: ...", "wrong length: ...".
+/// ...", "refused: ...", "wrong length: ...", "not sent: ...". Empty when nothing has failed.
 VELKOR_HOST_EXPORT QString shortReason(const RequestEnd& end, const LineSettings& settings);
 
-/// The likely causes, the likeliest first. `nodes` as Line::nodes() gives them.
+/// The likely causes, the likeliest first; none when the PLC has had no chance to answer, or
+/// nothing has failed. `nodes` as Line::nodes() gives them.
 VELKOR_HOST_EXPORT QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
                                             const QVector<int>& nodes,
                                             const SettingNames& names = SettingNames());
 
-/// Headline and numbered causes, several lines.
+/// Headline and numbered causes, several lines. Empty when nothing has failed: what a recipe that
+/// is Different holds, say, stands in its `differences`.
 VELKOR_HOST_EXPORT QString failureText(const RequestEnd& end, const LineSettings& settings,
                                        const QVector<int>& nodes,
                                        const SettingNames& names = SettingNames());

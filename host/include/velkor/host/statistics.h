@@ -2,6 +2,16 @@
 #define VELKOR_HOST_STATISTICS_H
 
 /// What the link has been like: counts, round trips and the last end code.
+///
+/// An *exchange* is one block on its way: a read or a write of at most one frame, with all its
+/// tries. A *retry* is a try of it behind the first, whether the one before was refused or not
+/// answered. A *failure* is an exchange that has ended without being done: the last try was
+/// refused, or not answered. So a block that is refused in all of three tries is one exchange, two
+/// retries and one failure, whether it is a poll, a one-shot read or a piece of a write. A block of
+/// a recipe download that the PLC refuses is not tried again; when the mode was switched for it, it
+/// is a failure all the same, and the recipe begins again with new exchanges. Changes of the mode
+/// count as nothing. Exchanges are counted when they end; what the line's closing has cut short is
+/// not counted.
 
 #include <velkor/host/export.h>
 #include <velkor/host/request_end.h>
@@ -11,7 +21,8 @@
 
 namespace velkor_host {
 
-/// Round trip times, in microseconds: the last thousand.
+/// Round trip times, in microseconds: the last thousand. Each is of an exchange whose first try was
+/// answered, by data or by a refusal: from that try to its reply.
 class VELKOR_HOST_EXPORT RoundTrips {
 public:
     void add(qint64 microseconds);
@@ -27,17 +38,22 @@ private:
 
 class VELKOR_HOST_EXPORT LinkStatistics {
 public:
-    void sent(int attempt);
     void received(Verdict verdict);
     void timedOut() { ++m_timeouts; }
-    void settled(const RequestEnd& end, qint64 now);
+    /// What the line has asked the driver for has ended, well or not.
+    void requestEnded(const RequestEnd& end, qint64 now);
+    /// Nothing more is sent of this block: `whole` is all that was sent of it together.
+    void exchangeEnded(const RequestEnd& whole, qint64 now);
 
     const RoundTrips& roundTrips() const { return m_roundTrips; }
     qint64 exchanges() const { return m_exchanges; }
     qint64 retries() const { return m_retries; }
+    /// Frames, those of mode changes included, that no reply came to in time.
     qint64 timeouts() const { return m_timeouts; }
+    /// Datagrams that were no reply to the frame in flight.
     qint64 dropped() const { return m_dropped; }
     qint64 failures() const { return m_failures; }
+    /// MRES * 256 + SRES of the last reply, and when its request ended; -1: none so far.
     int lastEndCode() const { return m_lastEndCode; }
     qint64 lastEndCodeAt() const { return m_lastEndCodeAt; }
     /// The last end code that was an error, and when it came; -1: none so far.
@@ -46,12 +62,12 @@ public:
     /// Since when no request has been answered; -1: the last one was.
     qint64 silentSince() const { return m_silentSince; }
 
-    /// Settled requests per second over the last two seconds.
+    /// Exchanges that have ended, per second over the last two seconds.
     double exchangeRate(qint64 now) const;
 
 private:
     RoundTrips m_roundTrips;
-    QVector<qint64> m_recent; ///< when requests were settled, oldest first
+    QVector<qint64> m_recent; ///< when exchanges ended, oldest first
     qint64 m_exchanges = 0;
     qint64 m_retries = 0;
     qint64 m_timeouts = 0;

@@ -19,8 +19,8 @@ struct Tag {
     QString reg;     ///< register, e.g. "DM", or "CIO_bit" for single bits
     int address = 0; ///< word, or word * 16 + bit in a register whose name ends in "_bit"
     ValueType type = ValueType::Uint16;
-    int count = 1;   ///< values; for a string, words
-    Scaling scaling; ///< from the PLC's number to the host's unit; see scaled_value.h
+    int count = 1;               ///< values; for a string, words
+    Scaling scaling = Scaling(); ///< from the PLC's number to the host's unit; see scaled_value.h
 
     bool bitRegister() const { return isBitRegister(reg); }
     /// Words, or bits in a bit register.
