@@ -5,6 +5,7 @@
 #include <velkor/host/line.h>
 
 #include <QtCore/QCoreApplication>
+#include <QtCore/QHash>
 #include <QtCore/QTimer>
 
 #include <cstdio>
@@ -13,22 +14,13 @@ using namespace velkor_host;
 
 namespace {
 
-Tag tag(const char* name, const char* reg, int address, ValueType type = ValueType::Uint16) {
-    Tag tag;
-    tag.name = name;
-    tag.reg = reg;
-    tag.address = address;
-    tag.type = type;
-    return tag;
-}
-
 LineSettings settingsFor(const QString& plc) { // "127.0.0.1:9600"
     LineSettings settings;
     settings.plc = {QHostAddress(plc.section(':', 0, 0)), plc.section(':', 1).toUShort()};
     return settings;
 }
 
-/// Shows the tags of a line whenever they change: never an old value without saying so.
+/// Shows the tags of a line when what it shows changes: never an old value without saying so.
 void showChanges(const char* plc, Line& line) {
     line.onTags = [plc, &line](const QVector<int>& changed) {
         for (const int index : changed) {
@@ -36,7 +28,12 @@ void showChanges(const char* plc, Line& line) {
             const TagStatus& status = line.status(index);
             const QString text = status.value() ? formatItems(tag.type, *status.value())
                                                 : tagStateName(status.state);
-            std::printf("%s %s: %s\n", plc, qPrintable(tag.name), qPrintable(text));
+            static QHash<QString, QString> shown; // onTags tells of a write under way, too
+            QString& before = shown[plc + (' ' + tag.name)];
+            if (before != text) {
+                std::printf("%s %s: %s\n", plc, qPrintable(tag.name), qPrintable(text));
+            }
+            before = text;
         }
     };
 }
@@ -72,7 +69,7 @@ int main(int argc, char** argv) {
         if (outcome.result == RecipeResult::Done) {
             right.download(outcome.variables, true);
         } else {
-            fail("the recipe could not be read");
+            fail("reading the recipe: " + recipeResultName(outcome.result));
         }
     };
     right.onRecipe = [&](const RecipeOutcome& outcome) {
@@ -80,15 +77,15 @@ int main(int argc, char** argv) {
         if (outcome.result == RecipeResult::Done) {
             QTimer::singleShot(500, QCoreApplication::instance(), SLOT(quit()));
         } else {
-            fail("the PLC on the right does not hold the recipe");
+            fail("writing the recipe: " + recipeResultName(outcome.result));
         }
     };
 
     for (Line* line : {&left, &right}) {
         QString fault = line->open();
         if (fault.isEmpty()) {
-            fault = line->setTags(
-                {tag("set point", "DM", 101), tag("pump", "CIO_bit", 100 * 16, ValueType::Bool)});
+            fault = line->setTags({{"set point", "DM", 101, ValueType::Uint16},
+                                   {"pump", "CIO_bit", 100 * 16, ValueType::Bool}}); // 100.0
         }
         if (!fault.isEmpty()) {
             std::fprintf(stderr, "%s\n", qPrintable(fault));

@@ -30,6 +30,12 @@ TEST_F(TwoLines, bothPlcs_recipeGoesFromTheLeftToTheRight) {
         << plain(ended.out);
     EXPECT_TRUE(ended.out.contains("left set point: 640\n")) << plain(ended.out);
     EXPECT_TRUE(ended.out.contains("right set point: 640\n")) << plain(ended.out);
+    const QStringList lines = ended.out.split('\n');
+    for (int line = 1; line < lines.size(); ++line) {
+        const QString name = lines.at(line).section(':', 0, 0);
+        const auto before = lines.mid(0, line).filter(name + ':');
+        EXPECT_TRUE(before.isEmpty() || before.last() != lines.at(line)) << plain(ended.out);
+    }
     const QStringList read{"--plc", m_rightAddress, "--format", "csv", "read"};
     EXPECT_EQ(plain(bare(read + QStringList{"DM", "100", "5"}).out),
               "register,address,value\nDM,100,11\nDM,101,640\nDM,102,13\nDM,103,14\nDM,104,15\n");
