@@ -14,6 +14,9 @@ const int COMMAND_OFFSET = 10;
 const int END_CODE_OFFSET = 12;
 const int END_CODE_END = 14;
 
+/// Microseconds. Nothing that a frame has caused is under way for longer.
+const qint64 LONGEST_LIFE = 120000000;
+
 bool isModeChange(const FRAME_PRO& frame) {
     return frame.frame[COMMAND_OFFSET] == 0x04 && frame.frame[COMMAND_OFFSET + 1] == 0x01;
 }
@@ -141,9 +144,19 @@ QByteArray Exchange::refusalForDriver(const QByteArray& datagram, int endCode) {
 }
 
 void Exchange::portRefused() {
-    if (m_inFlight) {
-        ++m_request.refusedPort;
-        m_portRefused = true;
+    m_request.refusedPort += m_inFlight ? 1 : 0;
+    forgetOldFrames();
+    if (!m_unaccounted.empty()) {
+        m_unaccounted.pop_front();
+    } else {
+        m_portRefused = m_inFlight;
+    }
+}
+
+void Exchange::forgetOldFrames() {
+    const qint64 now = m_clock.now();
+    while (!m_unaccounted.empty() && now - m_unaccounted.front() > LONGEST_LIFE) {
+        m_unaccounted.pop_front();
     }
 }
 
@@ -162,7 +175,9 @@ std::optional<RequestEnd> Exchange::requestInTrouble(qint64 patience) const {
     if (!soFar || (soFar->silent == 0 && soFar->refusedPort == 0 && !overdue)) {
         return std::nullopt;
     }
-    soFar->tries = std::max(1, soFar->silent); // without the one that is still waiting
+    // Without the one that is still waiting, unless it is known that it waits in vain.
+    soFar->tries = std::max(1, soFar->silent + (m_portRefused ? 1 : 0));
+    soFar->unreached += m_portRefused ? 1 : 0;
     return soFar;
 }
 
@@ -171,6 +186,10 @@ void Exchange::poll() {
         return;
     }
     m_observer.tryTimedOut(m_bytes);
+    if (!m_portRefused) {
+        forgetOldFrames();
+        m_unaccounted.push_back(m_sentAt);
+    }
     if (!isModeChange(m_frame)) {
         ++m_request.silent;
         m_request.unreached += m_portRefused ? 1 : 0;

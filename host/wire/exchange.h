@@ -21,6 +21,7 @@
 
 #include <velkor/host_interface.h>
 
+#include <deque>
 #include <optional>
 
 namespace velkor_host {
@@ -93,6 +94,8 @@ public:
 
     /// The PLC's computer has said that nothing listens on the port. The try waits on all the same:
     /// the PLC may be just starting, and waiting is what keeps the line from sending without end.
+    /// Which frame it means is not said. It is held against the frame in flight only when every
+    /// earlier one has had its reply or its refusal.
     void portRefused();
 
     /// Nothing more is sent of the request under way. The frame in flight is waited for: its reply
@@ -127,6 +130,7 @@ private:
     void sendFrame();
     void endTry(const QByteArray& reply);
     void settle(bool ok);
+    void forgetOldFrames();
 
     FrameSource& m_source;
     Link& m_link;
@@ -140,7 +144,9 @@ private:
     bool m_inFlight = false;
     bool m_requestOpen = false;
     bool m_abandoned = false;
-    bool m_portRefused = false; ///< since the frame in flight was sent
+    bool m_portRefused = false; ///< the frame in flight has met a closed port
+    /// When the frames left that have had neither reply nor refusal, the oldest first.
+    std::deque<qint64> m_unaccounted;
     Settled m_request;
     qint64 m_begun = 0;
     qint64 m_sentAt = 0;

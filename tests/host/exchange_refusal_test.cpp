@@ -200,12 +200,65 @@ TEST_F(HostExchange, abandonBeforeARefusalByTheMode_changesNoMode) {
     EXPECT_FALSE(m_record.settled.front().modeChange);
 }
 
+TEST_F(HostExchange, portRefusalsOfAnEarlierRequest_areNotHeldAgainstAWrite) {
+    poll("DM", 100, 1);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        passDeadline();
+    }
+    write(100, 9);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        m_exchange->portRefused(); // of the reads, which nobody has answered yet
+        passDeadline();
+    }
+    ASSERT_EQ(m_record.settled.size(), 2U);
+    EXPECT_EQ(m_record.settled.back().unreached, 0);
+    EXPECT_EQ(m_record.settled.back().refusedPort, RETRIES);
+    EXPECT_FALSE(m_record.settled.back().surelyNotExecuted());
+}
+
+TEST_F(HostExchange, portRefusalThatComesWhenIdle_isOfTheEarlierFrame) {
+    poll("DM", 100, 1);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        passDeadline();
+    }
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        m_exchange->portRefused();
+    }
+    write(100, 9);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        m_exchange->portRefused();
+        passDeadline();
+    }
+    EXPECT_TRUE(m_record.settled.back().surelyNotExecuted());
+}
+
+TEST_F(HostExchange, framesLostLongAgo_areNotWaitedForAnyMore) {
+    poll("DM", 100, 1);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        passDeadline();
+    }
+    m_clock.time += 130000000;
+    write(100, 9);
+    m_exchange->start();
+    for (int attempt = 0; attempt < RETRIES; ++attempt) {
+        m_exchange->portRefused();
+        passDeadline();
+    }
+    EXPECT_TRUE(m_record.settled.back().surelyNotExecuted());
+}
+
 TEST_F(HostExchange, requestInTrouble_portRefused_isKnownAtOnce) {
     poll("DM", 100, 1);
     ASSERT_TRUE(m_exchange->start());
     m_exchange->portRefused();
     ASSERT_TRUE(m_exchange->requestInTrouble(10 * TIMEOUT).has_value());
     EXPECT_EQ(m_exchange->requestInTrouble(10 * TIMEOUT)->refusedPort, 1);
+    EXPECT_EQ(m_exchange->requestInTrouble(10 * TIMEOUT)->unreached, 1);
 }
 
 TEST_F(HostExchange, receive_refusalAfterSilence_isTheReasonThatCounts) {
