@@ -42,6 +42,11 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.wrongLength += first.wrongLength;
         both.waited += first.waited;
         both.roundTrip = first.roundTrip;
+        if (second.endCode < 0) {
+            both.endCode = first.endCode;
+        }
+        both.refusedAfterModeChange =
+            first.refusedAfterModeChange || (modeWasSwitched(first) && second.refused);
         if (!second.modeChange) {
             both.modeChange = first.modeChange;
             both.modeChangeEnd = first.modeChangeEnd;

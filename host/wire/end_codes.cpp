@@ -71,13 +71,18 @@ const EndCode END_CODES[] = {
     {0x3001, "no access right"},
 };
 
-QString plainText(int code) {
+const EndCode* find(int code) {
     for (const EndCode& known : END_CODES) {
         if (known.code == code) {
-            return QString::fromLatin1(known.text);
+            return &known;
         }
     }
-    return QStringLiteral("unknown end code");
+    return nullptr;
+}
+
+QString plainText(int code) {
+    const EndCode* known = find(code);
+    return known != nullptr ? QString::fromLatin1(known->text) : QStringLiteral("unknown end code");
 }
 
 } // namespace
@@ -106,7 +111,7 @@ bool isSurelyNotDone(int endCode) {
     case 0x0302: // CPU error
         return false;
     default:
-        return true;
+        return find(plainEndCode(endCode)) != nullptr;
     }
 }
 

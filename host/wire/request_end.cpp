@@ -15,12 +15,59 @@ QString secondsText(qint64 microseconds) {
     return QStringLiteral("%1 s").arg(static_cast<double>(microseconds) / 1e6, 0, 'f', 2);
 }
 
-/// The error that decides: a refusal of the mode change, or of the request.
+bool modeChangeRefused(const RequestEnd& end) {
+    return end.modeChangeEnd >= 0 && !isNormalEnd(end.modeChangeEnd);
+}
+
+/// The error that decides: a refusal of the mode change, or of the last try. -1: the last try had
+/// no answer, whatever came before.
 int decidingEndCode(const RequestEnd& end) {
-    if (end.modeChangeEnd >= 0 && !isNormalEnd(end.modeChangeEnd)) {
+    if (modeChangeRefused(end)) {
         return end.modeChangeEnd;
     }
-    return end.refused ? end.endCode : end.refusalBeforeModeChange;
+    return end.refused ? end.endCode : -1;
+}
+
+/// When it was refused, seen from the change of the PLC's mode.
+QString modeChangeText(const RequestEnd& end) {
+    if (modeChangeRefused(end)) {
+        return QStringLiteral(", to the change to MONITOR mode");
+    }
+    if (end.modeChangeEnd < 0) {
+        return QStringLiteral("; the change to MONITOR mode was not answered, so it may be in that "
+                              "mode");
+    }
+    return end.refusedAfterModeChange ? QStringLiteral(", also after the change to MONITOR mode")
+                                      : QStringLiteral(", before the change to MONITOR mode");
+}
+
+/// Nothing has got to the PLC, and why is known.
+bool portIsClosed(const RequestEnd& end) {
+    return end.unreached > 0 && end.unreached == end.tries;
+}
+
+/// What else is known of tries that were not answered: it ends no sentence and begins none.
+QString besidesText(const RequestEnd& end) {
+    QString text;
+    if (end.refusals > 0) {
+        const bool changed = end.modeChange && !end.refusedAfterModeChange;
+        const int endCode = changed ? end.refusalBeforeModeChange : end.endCode;
+        text += QStringLiteral("; the PLC had refused %1 before %2")
+                    .arg(counted(end.refusals, "try", "tries"),
+                         changed ? QStringLiteral("the change to MONITOR mode")
+                                 : QStringLiteral("that"));
+        if (endCode >= 0 && !isNormalEnd(endCode)) {
+            text += QStringLiteral(": end code ") + endCodeText(endCode);
+        }
+    }
+    if (end.unreached > 0) {
+        text += QStringLiteral("; %1 of %2 met a closed port")
+                    .arg(end.unreached)
+                    .arg(counted(end.tries, "try", "tries"));
+    } else if (end.refusedPort > 0) {
+        text += QStringLiteral("; \"port unreachable\" came, perhaps to an earlier frame");
+    }
+    return text;
 }
 
 /// What advice needs to know.
@@ -62,7 +109,12 @@ QString modeCause() {
                           "allows writing");
 }
 
-QStringList modeCauses(const Place& place) {
+/// What the driver switches the mode for has a remedy here; nothing else has.
+QStringList modeCauses(int endCode, const RequestEnd& end, const Place& place) {
+    if (!end.write || !isModeRefusal(endCode)) {
+        return {QStringLiteral("the PLC's operating mode, or what its program is doing, does not "
+                               "allow it now: look at the mode switch and at the program")};
+    }
     QStringList causes{modeCause()};
     if (!place.settings.allowModeChange) {
         causes +=
@@ -77,12 +129,12 @@ QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place
     const int code = plainEndCode(endCode);
     const int kind = code >> 8;
     if (kind == 0x22) {
-        return modeCauses(place);
+        return modeCauses(code, end, place);
     }
     if (kind == 0x20 || kind == 0x21 || kind == 0x30) {
-        return {QStringLiteral("the memory is protected: look at the PLC's write protection and "
-                               "access rights"),
-                modeCause()};
+        QStringList causes{QStringLiteral("the memory is protected: look at the PLC's write "
+                                          "protection and access rights")};
+        return end.write ? causes << modeCause() : causes;
     }
     if (code == 0x1103 || code == 0x1104 || code == 0x1101) {
         return {rangeCause(end), nodesCause(place)};
@@ -142,19 +194,14 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
     if (endCode >= 0) {
         QString text = QStringLiteral("the PLC refused: end code %1").arg(endCodeText(endCode));
         if (end.modeChange) {
-            text += end.modeChangeEnd < 0
-                        ? QStringLiteral("; it was asked to change to MONITOR mode and did not "
-                                         "answer, so it may be in that mode")
-                    : endCode == end.modeChangeEnd
-                        ? QStringLiteral(", to the change to MONITOR mode")
-                        : QStringLiteral(", also after the change to MONITOR mode");
+            text += modeChangeText(end);
         } else if (isModeRefusal(endCode) && settings.allowModeChange && settings.retries < 2) {
             text += QStringLiteral(" (the change to MONITOR mode needs %1 2 or more)")
                         .arg(names.retries);
         }
         return text + QStringLiteral(" (%1)").arg(tries);
     }
-    if (end.refusedPort > 0) {
+    if (portIsClosed(end)) {
         return QStringLiteral("nothing listens on UDP port %1 of %2: that computer says "
                               "\"port unreachable\" (%3 in %4)")
             .arg(settings.plc.port)
@@ -169,14 +216,13 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
         return QStringLiteral("the line was closed before %1 had answered (%2 in %3)")
             .arg(endpointText(settings.plc), tries, secondsText(end.waited));
     }
-    QString text = QStringLiteral("no usable answer from %1 in %2 of %3 ms each (%4)")
-                       .arg(endpointText(settings.plc), tries)
+    const QString unanswered =
+        end.refusals > 0 ? QStringLiteral("%1 of ").arg(end.tries - end.refusals) : QString();
+    QString text = QStringLiteral("no usable answer from %1 in %2%3 of %4 ms each (%5)")
+                       .arg(endpointText(settings.plc), unanswered, tries)
                        .arg(settings.timeoutMs)
                        .arg(secondsText(end.waited));
-    if (end.refusals > 0) {
-        text += QStringLiteral("; the PLC had refused %1 before that: end code %2")
-                    .arg(counted(end.refusals, "try", "tries"), endCodeText(end.endCode));
-    }
+    text += besidesText(end);
     if (end.strange > 0) {
         text += QStringLiteral("; %1 came that %2 no reply to it")
                     .arg(counted(end.strange, "datagram", "datagrams"),
@@ -197,7 +243,7 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
                  requestText(end));
     }
     const QString plc = endpointText(settings.plc);
-    if (end.refusedPort > 0) {
+    if (portIsClosed(end)) {
         return QStringLiteral("port unreachable: nothing listens on ") + plc;
     }
     if (end.silent < end.tries && end.wrongLength > 0) {
@@ -212,9 +258,10 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
             .arg(plc);
     }
     return QStringLiteral("no answer: %1 of %2 ms to %3")
-        .arg(counted(end.tries, "try", "tries"))
-        .arg(settings.timeoutMs)
-        .arg(plc);
+               .arg(counted(end.tries, "try", "tries"))
+               .arg(settings.timeoutMs)
+               .arg(plc) +
+           besidesText(end);
 }
 
 QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
@@ -227,7 +274,7 @@ QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
     if (endCode >= 0) {
         return refusalCauses(endCode, end, place);
     }
-    if (end.refusedPort > 0) {
+    if (portIsClosed(end)) {
         return {addressCause(place),
                 QStringLiteral("the PLC's FINS/UDP service is switched off, or it is starting")};
     }

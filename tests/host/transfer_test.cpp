@@ -150,6 +150,23 @@ TEST(WriteTransfer, modeSwitched_isWrittenOnceMoreForEachPiece) {
     EXPECT_EQ(write.outcome().result, WriteResult::Taken);
 }
 
+TEST(WriteTransfer, silentSinceTheModeWasSwitched_isNoRefusalAfterIt) {
+    WriteTransfer write = writeOf(3);
+    EXPECT_EQ(write.pieceEnded(switched()), NextStep::Piece);
+    EXPECT_EQ(write.pieceEnded(silent()), NextStep::Ended);
+    EXPECT_EQ(write.outcome().result, WriteResult::Unknown);
+    EXPECT_FALSE(write.outcome().last.refused);
+    EXPECT_FALSE(write.outcome().last.refusedAfterModeChange);
+    EXPECT_EQ(write.outcome().last.endCode, 0x2203);
+}
+
+TEST(WriteTransfer, refusedSinceTheModeWasSwitched_isSaid) {
+    WriteTransfer write = writeOf(3);
+    write.pieceEnded(switched());
+    write.pieceEnded(switched());
+    EXPECT_TRUE(write.outcome().last.refusedAfterModeChange);
+}
+
 TEST(WriteTransfer, modeSwitchedTwiceForOnePiece_isRefused) {
     WriteTransfer write = writeOf(3);
     EXPECT_EQ(write.pieceEnded(switched()), NextStep::Piece);

@@ -37,6 +37,12 @@ RequestEnd refusedRead(int endCode) {
     return settled;
 }
 
+RequestEnd refusedWrite(int endCode) {
+    RequestEnd settled = refusedRead(endCode);
+    settled.write = true;
+    return settled;
+}
+
 TEST(FailureText, silence_namesRequestTriesAndWait) {
     const QString text = failureText(failedRead(), settings(), NODES);
     EXPECT_TRUE(text.startsWith("reading DM 100 (2 words) failed: no usable answer from "
@@ -56,7 +62,8 @@ TEST(ShortReason, keyWords_standFirst) {
     EXPECT_EQ(plain(shortReason(failedRead(), settings())),
               "no answer: 3 tries of 500 ms to 192.168.250.1:9600");
     RequestEnd closed = failedRead();
-    closed.refusedPort = 1;
+    closed.refusedPort = 3;
+    closed.unreached = 3;
     EXPECT_EQ(plain(shortReason(closed, settings())),
               "port unreachable: nothing listens on 192.168.250.1:9600");
     EXPECT_EQ(plain(shortReason(refusedRead(0x2101), settings())),
@@ -71,8 +78,24 @@ TEST(ShortReason, keyWords_standFirst) {
 TEST(FailureReason, portUnreachable_isSaid) {
     RequestEnd settled = failedRead();
     settled.refusedPort = 3;
+    settled.unreached = 3;
     EXPECT_TRUE(failureReason(settled, settings())
                     .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
+}
+
+TEST(FailureReason, portUnreachableInSomeTries_isNoHeadline) {
+    RequestEnd settled = failedRead();
+    settled.refusedPort = 2;
+    settled.unreached = 2;
+    EXPECT_EQ(plain(failureReason(settled, settings())),
+              "no usable answer from 192.168.250.1:9600 in 3 tries of 500 ms each (1.50 s); 2 of 3 "
+              "tries met a closed port");
+    EXPECT_EQ(plain(shortReason(settled, settings())),
+              "no answer: 3 tries of 500 ms to 192.168.250.1:9600; 2 of 3 tries met a closed port");
+    EXPECT_TRUE(likelyCauses(settled, settings(), NODES).size() > 2);
+    settled.unreached = 0;
+    EXPECT_TRUE(failureReason(settled, settings())
+                    .endsWith("; \"port unreachable\" came, perhaps to an earlier frame"));
 }
 
 TEST(FailureReason, refusal_isToldInWords) {
@@ -88,18 +111,31 @@ TEST(LikelyCauses, addressRefused_startsWithThePlcsRange) {
 
 TEST(LikelyCauses, modeRefused_startsWithTheMode) {
     EXPECT_TRUE(
-        likelyCauses(refusedRead(0x2203), settings(), NODES).first().contains("operating mode"));
+        likelyCauses(refusedWrite(0x2203), settings(), NODES).first().contains("operating mode"));
+}
+
+TEST(LikelyCauses, refusalThatNoChangeOfTheModeHelps_advisesNone) {
+    QVector<RequestEnd> ends{refusedRead(0x2203), refusedRead(0x2101)};
+    for (const int endCode : {0x2201, 0x2202, 0x2205}) {
+        ends << refusedRead(endCode) << refusedWrite(endCode);
+    }
+    for (const RequestEnd& end : ends) {
+        for (const QString& cause : likelyCauses(end, settings(), NODES)) {
+            EXPECT_FALSE(cause.contains("allowModeChange")) << plain(cause);
+            EXPECT_FALSE(cause.contains("switch it to MONITOR")) << plain(cause);
+        }
+    }
 }
 
 TEST(LikelyCauses, modeRefusedAndModeChangeForbidden_namesTheSettingAndItsPrice) {
     SettingNames names;
     names.allowModeChange = QStringLiteral("--allow-mode-change");
-    const QStringList causes = likelyCauses(refusedRead(0x2203), settings(), NODES, names);
+    const QStringList causes = likelyCauses(refusedWrite(0x2203), settings(), NODES, names);
     EXPECT_TRUE(causes.at(1).contains("--allow-mode-change allows it"));
     EXPECT_TRUE(causes.at(1).contains("starts the program"));
     LineSettings allowed = settings();
     allowed.allowModeChange = true;
-    for (const QString& cause : likelyCauses(refusedRead(0x2203), allowed, NODES, names)) {
+    for (const QString& cause : likelyCauses(refusedWrite(0x2203), allowed, NODES, names)) {
         EXPECT_FALSE(cause.contains("--allow-mode-change")) << plain(cause);
     }
 }
@@ -118,7 +154,39 @@ TEST(FailureReason, refusalAfterModeChange_tellsBoth) {
     RequestEnd settled = refusedRead(0x2206);
     settled.modeChange = true;
     settled.modeChangeEnd = 0;
+    settled.refusedAfterModeChange = true;
     EXPECT_TRUE(failureReason(settled, settings()).contains("also after the change to MONITOR"));
+    settled.refusedAfterModeChange = false;
+    EXPECT_EQ(
+        plain(failureReason(settled, settings())),
+        "the PLC refused: end code 2206 wrong mode: the PLC is in RUN mode, before the change "
+        "to MONITOR mode (3 tries)");
+}
+
+TEST(FailureReason, modeChangeThatWasNotAnswered_isNoChange) {
+    RequestEnd settled = refusedRead(0x2203);
+    settled.tries = 1;
+    settled.modeChange = true;
+    EXPECT_EQ(
+        plain(failureReason(settled, settings())),
+        "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode; the change to "
+        "MONITOR mode was not answered (1 try)");
+}
+
+TEST(FailureReason, silenceSinceTheModeChange_isNoRefusal) {
+    RequestEnd settled = failedRead();
+    settled.tries = 4;
+    settled.refusals = 1;
+    settled.endCode = 0x2203;
+    settled.modeChange = true;
+    settled.modeChangeEnd = 0;
+    settled.refusalBeforeModeChange = 0x2203;
+    EXPECT_EQ(
+        plain(failureReason(settled, settings())),
+        "no usable answer from 192.168.250.1:9600 in 3 of 4 tries of 500 ms each (1.50 s); the "
+        "PLC had refused 1 try before the change to MONITOR mode: end code 2203 wrong mode: "
+        "the PLC is in PROGRAM mode");
+    EXPECT_TRUE(shortReason(settled, settings()).startsWith("no answer: "));
 }
 
 TEST(FailureReason, refusedModeChange_isWhatDecides) {

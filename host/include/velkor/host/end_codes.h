@@ -22,7 +22,7 @@ VELKOR_HOST_EXPORT bool isModeRefusal(int endCode);
 
 /// The command has surely not been carried out: the PLC refused it. Not so of a normal end, and of
 /// errors told by what lies between host and memory for want of an answer (0001, 0103, 0205, 0301,
-/// 0302, and a relay's error without a code of its own).
+/// 0302, and a relay's error without a code of its own), nor of a code that is not known here.
 VELKOR_HOST_EXPORT bool isSurelyNotDone(int endCode);
 
 /// For example "address out of range", with what the flags add.

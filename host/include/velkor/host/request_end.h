@@ -28,7 +28,8 @@ struct RequestEnd {
     int doubtful = 0;        ///< refusals that came from something on the way to the PLC's memory
                              ///< for want of an answer (0205 and its like): see below
     int silent = 0;          ///< tries that no reply ended
-    int unreached = 0;       ///< tries without a reply whose frame met a closed port: nobody got it
+    int unreached = 0;       ///< tries without a reply whose frame surely met a closed port: nobody
+                             ///< got it
     int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
     int strange = 0;         ///< datagrams that came while it waited and were no reply to it
     int wrongLength = 0;     ///< replies of a wrong length that carried no error
@@ -36,7 +37,8 @@ struct RequestEnd {
     bool refused = false;    ///< the last reply carried an error
     bool modeChange = false; ///< the driver asked the PLC to change to MONITOR mode
     int modeChangeEnd = -1;  ///< end code of that; -1: no answer
-    int refusalBeforeModeChange = -1; ///< end code that led to it
+    int refusalBeforeModeChange = -1;    ///< end code that led to it
+    bool refusedAfterModeChange = false; ///< the PLC has changed its mode, and refused all the same
     /// The line was closed before this was answered, or (`tries` 0) before it was sent.
     bool closed = false;
     qint64 waited = 0;     ///< microseconds from the first frame to the end
