@@ -126,6 +126,14 @@ int RecipeWork::wordsMoved() const {
     return words;
 }
 
+QVector<WordRange> RecipeWork::ranges() const {
+    QVector<WordRange> ranges;
+    for (const RecipeVariable& variable : m_outcome.variables) {
+        ranges.append(wordsOf(variable));
+    }
+    return ranges;
+}
+
 void RecipeWork::note(const RequestEnd& end, RecipeBlock::State state) {
     RecipeBlock block;
     block.reg = end.reg;
@@ -144,6 +152,7 @@ void RecipeWork::noteMode(const RequestEnd& end) {
 RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
                                         const std::vector<unsigned short>& buffer) {
     m_outcome.last = end;
+    m_outcome.last.refusedAfterModeChange = m_again && end.refused;
     noteMode(end);
     if (end.ok) {
         note(end, RecipeBlock::Moved);

@@ -26,7 +26,10 @@ public:
                          int bufferWords);
 
     quint64 id() const { return m_outcome.id; }
+    /// The pass under way goes to the PLC.
     bool download() const { return m_direction == RecipeDirection::Download; }
+    /// The recipe as a whole does, read back or not.
+    bool writes() const { return m_outcome.direction == RecipeDirection::Download; }
 
     /// The variables as the driver is told them, none longer than `wordsPerFrame`: laid out back to
     /// back in the order of their registers and addresses, because the driver downloads neighbours
@@ -54,6 +57,7 @@ public:
     const RecipeOutcome& outcome() const { return m_outcome; }
     int wordsMoved() const;
     int words() const { return m_words; }
+    QVector<WordRange> ranges() const; ///< of the variables
 
 private:
     Next begin(RecipeDirection direction);

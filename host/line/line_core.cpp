@@ -47,6 +47,8 @@ void LineCore::setTags(const QVector<Tag>& tags) {
     for (const Job& job : m_queue.jobs()) {
         if (const WriteTransfer* write = std::get_if<WriteTransfer>(&job)) {
             m_poller.board().writeBegun(write->words());
+        } else if (const RecipeWork* recipe = std::get_if<RecipeWork>(&job)) {
+            recipeBegunOnBoard(*recipe);
         }
     }
     m_poller.board().setInDriversHands(m_wordsInHand);
@@ -69,7 +71,10 @@ void LineCore::read(quint64 id, const QString& reg, int address, int count) {
 
 void LineCore::recipe(quint64 id, RecipeDirection direction,
                       const QVector<RecipeVariable>& variables, bool readBack) {
-    m_queue.append(RecipeWork(id, direction, variables, readBack, m_driver.wordRegisters()));
+    const RecipeWork recipe(id, direction, variables, readBack, m_driver.wordRegisters());
+    recipeBegunOnBoard(recipe);
+    m_queue.append(recipe);
+    tellTags();
     work();
 }
 
@@ -83,11 +88,11 @@ void LineCore::giveUpRecipe(quint64 id) {
     }
     if (first != nullptr && first->id() == id) {
         first->cancel();
-        m_notices.emplace_back(first->outcome());
+        tellRecipe(*first);
         m_queue.takeFirst();
     } else if (std::optional<RecipeWork> waiting = m_queue.takeWaitingRecipe(id)) {
         waiting->cancel();
-        m_notices.emplace_back(waiting->outcome());
+        tellRecipe(*waiting);
     }
 }
 
@@ -340,8 +345,36 @@ void LineCore::blockSettled(const RequestEnd& end) {
 
 void LineCore::recipeEnded() {
     m_recipeRunning = false;
-    m_notices.emplace_back(m_queue.first<RecipeWork>()->outcome());
+    tellRecipe(*m_queue.first<RecipeWork>());
     m_queue.takeFirst();
+}
+
+/// A download writes as a write does: what is shown of its words is about to change.
+void LineCore::recipeBegunOnBoard(const RecipeWork& recipe) {
+    if (recipe.writes()) {
+        for (const WordRange& words : recipe.ranges()) {
+            m_poller.board().writeBegun(words);
+        }
+    }
+}
+
+void LineCore::tellRecipe(const RecipeWork& recipe) {
+    const RecipeOutcome& outcome = recipe.outcome();
+    if (recipe.writes()) {
+        for (const WordRange& words : recipe.ranges()) {
+            m_poller.board().writeSettled(words);
+        }
+        for (const RecipeBlock& block : outcome.blocks) {
+            m_poller.board().wordsWritten(
+                {block.reg, block.address, block.length},
+                block.state == RecipeBlock::Moved     ? TagBoard::WriteEnd::Taken
+                : block.state == RecipeBlock::Unknown ? TagBoard::WriteEnd::Perhaps
+                                                      : TagBoard::WriteEnd::NotExecuted,
+                m_clock.now());
+        }
+    }
+    m_notices.emplace_back(outcome);
+    tellTags();
 }
 
 void LineCore::noteLink(const RequestEnd& end) {

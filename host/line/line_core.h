@@ -87,6 +87,8 @@ private:
     void jobSettled(const Settled& settled);
     void blockSettled(const RequestEnd& end);
     void recipeEnded();
+    void recipeBegunOnBoard(const RecipeWork& recipe);
+    void tellRecipe(const RecipeWork& recipe);
     bool blockUnderWay() const;
     void noteOverdueRead(qint64 now);
     void noteLink(const RequestEnd& end);

@@ -163,7 +163,7 @@ void Poller::oneShotEnded(const RequestEnd& end, qint64 now) {
 
 void Poller::credit(const WordRange& asked, const RequestEnd& end, qint64 now) {
     if (end.ok) {
-        m_board.wordsRead(asked, fetch(), now);
+        m_board.wordsRead(asked, fetch(), now - end.waited, now);
     } else {
         m_board.readFailed(asked, m_settings.reason(end), now - end.waited, now);
     }

@@ -72,14 +72,15 @@ QVector<int> TagBoard::touching(const WordRange& range) const {
     return indices;
 }
 
-void TagBoard::wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 now) {
+void TagBoard::wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 askedAt,
+                         qint64 now) {
     Items words;
     for (const int index : touching(read)) {
         Entry& entry = m_entries[index];
         if (overlap(entry.words, m_inDriversHands)) {
             continue;
         }
-        markRead(&entry, read, now);
+        markRead(&entry, read, askedAt, now);
         settlePending(index);
         if (entry.dirty && !entry.inPieces()) {
             if (words.isEmpty()) {
@@ -91,10 +92,11 @@ void TagBoard::wordsRead(const WordRange& read, const FetchFunction& fetch, qint
     }
 }
 
-void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
+void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 askedAt, qint64 now) {
     if (covers(read, entry->words)) {
         entry->wordReadAt.clear();
-        entry->status.readAt = now;
+        entry->status.readAt = askedAt;
+        entry->answeredAt = now;
         entry->written = false;
         return;
     }
@@ -104,7 +106,7 @@ void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 now) {
     const int first = std::max(entry->words.address, read.address);
     const int end = std::min(entry->words.end(), read.end());
     for (int word = first; word < end; ++word) {
-        entry->wordReadAt[word - entry->words.address] = now;
+        entry->wordReadAt[word - entry->words.address] = askedAt;
     }
 }
 
@@ -122,6 +124,7 @@ void TagBoard::scanEnded(const FetchFunction& fetch, qint64 now) {
             continue;
         }
         entry.status.readAt = oldest;
+        entry.answeredAt = now;
         entry.written = false;
         settlePending(index);
         if (entry.dirty) {
@@ -152,7 +155,7 @@ void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 
         if (entry.status.state == TagState::Refused) {
             continue;
         }
-        const bool first = entry.failedAt <= entry.status.readAt;
+        const bool first = entry.failedAt <= entry.answeredAt;
         if (first) {
             entry.status.since = since;
         }
@@ -178,7 +181,7 @@ void TagBoard::judge(int index, qint64 now) {
     if (status.state == TagState::Refused) {
         return;
     }
-    const bool failed = entry.failedAt > status.readAt;
+    const bool failed = entry.failedAt > entry.answeredAt;
     const bool known = status.readAt >= 0 && !status.m_items.isEmpty();
     TagState state = TagState::NotRead;
     if (known) {
@@ -233,13 +236,26 @@ void TagBoard::writeBegun(const WordRange& words) {
 }
 
 void TagBoard::writeEnded(const WordRange& words, WriteEnd end, qint64 now) {
+    writeSettled(words);
+    wordsWritten(words, end, now);
+}
+
+void TagBoard::writeSettled(const WordRange& words) {
     for (const int index : touching(words)) {
         Entry& entry = m_entries[index];
         // What the driver announced while it had the write was not looked at.
         entry.dirty = true;
         entry.writes = std::max(0, entry.writes - 1);
-        entry.written = entry.written || end == WriteEnd::Taken;
         settlePending(index);
+    }
+}
+
+void TagBoard::wordsWritten(const WordRange& words, WriteEnd end, qint64 now) {
+    if (end == WriteEnd::Taken) {
+        for (const int index : touching(words)) {
+            m_entries[index].written = true;
+            settlePending(index);
+        }
     }
     if (end == WriteEnd::Perhaps) {
         readFailed(words,

@@ -33,9 +33,10 @@ public:
     /// The words of all tags; they may overlap.
     QVector<WordRange> words() const;
 
-    /// These words have just been read. Where a tag may have changed, `fetch` is asked for the
-    /// words of `read`, once at most.
-    void wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 now);
+    /// These words have just been read, by a request whose first frame left at `askedAt`: they may
+    /// be as old as that. Where a tag may have changed, `fetch` is asked for the words of `read`,
+    /// once at most.
+    void wordsRead(const WordRange& read, const FetchFunction& fetch, qint64 askedAt, qint64 now);
     void readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now);
     /// Every word has been asked for since the last call: tags that come in several reads, and of
     /// which every word has been read since then, are whole now.
@@ -55,6 +56,9 @@ public:
     /// `perhaps`: it may have executed it; the tags are stale until they are read again.
     enum class WriteEnd { Taken, Perhaps, NotExecuted };
     void writeEnded(const WordRange& words, WriteEnd end, qint64 now);
+    /// The two halves of that, for what ends in other pieces than it was begun in.
+    void writeSettled(const WordRange& words);
+    void wordsWritten(const WordRange& words, WriteEnd end, qint64 now);
     /// A read of these words waits for its answer for too long: they are stale before it has
     /// failed.
     void readOverdue(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
@@ -83,6 +87,7 @@ private:
         /// When each word was read in the scan under way, -1: not yet. Empty while single reads
         /// bring all its words.
         QVector<qint64> wordReadAt;
+        qint64 answeredAt = -1; ///< when the last reading came: later than `readAt`
         qint64 failedAt = -1;
         bool dirty = true;    ///< the driver may have another value
         int writes = 0;       ///< not settled
@@ -92,7 +97,7 @@ private:
     };
 
     QVector<int> touching(const WordRange& range) const;
-    void markRead(Entry* entry, const WordRange& read, qint64 now);
+    void markRead(Entry* entry, const WordRange& read, qint64 askedAt, qint64 now);
     void takeValue(int index, const WordRange& read, const Items& words, qint64 now);
     void judge(int index, qint64 now);
     void explain(Entry* entry, bool failed);

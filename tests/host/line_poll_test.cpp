@@ -37,6 +37,20 @@ TEST(LinePoll, tagsOfEveryShape_areAllFreshAndRight) {
     EXPECT_TRUE(line.core->board().allFresh());
 }
 
+TEST(LinePoll, value_canBeWalkedThroughWithoutACopyOfItsOwn) {
+    SimulatedLine line(lineSettings());
+    line.machine.setDm(10, 4711);
+    line.machine.setDm(11, 4712);
+    line.setTags({tagAt("DM", 10, 2)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    Items seen;
+    for (const quint16 word : *line.status(0).value()) {
+        seen.append(word);
+    }
+    EXPECT_EQ(seen, (Items{4711, 4712}));
+    EXPECT_EQ(line.status(0).value()->constData(), line.status(0).lastRead().constData());
+}
+
 TEST(LinePoll, changes_areToldWithTheNextScan) {
     SimulatedLine line(lineSettings());
     line.setTags({tagAt("DM", 10), tagAt("DM", 11)});
@@ -175,6 +189,24 @@ TEST(LinePoll, longTimeout_theOverdueTryTells) {
     line.run(SECOND / 2);
     EXPECT_EQ(line.status(0).reason.left(13).toStdString(), "no answer: st");
     EXPECT_TRUE(line.core->requestInTrouble().has_value());
+}
+
+TEST(LinePoll, slowReply_isAsOldAsItsQuestion) {
+    LineSettings settings = lineSettings();
+    settings.timeoutMs = 5000;
+    SimulatedLine line(settings);
+    line.setTags({tagAt("DM", 1)});
+    line.run(2 * SECOND);
+    line.fate = [](const QByteArray&, int) {
+        Fate fate;
+        fate.replyDelay = 4 * SECOND;
+        return fate;
+    };
+    line.run(2 * SECOND);
+    EXPECT_EQ(line.shown(0), "stale"); // overdue
+    ASSERT_TRUE(line.runUntil([&] { return line.shown(0) != "stale"; }, 4 * SECOND));
+    EXPECT_EQ(line.shown(0), "0");
+    EXPECT_GE(line.clock.time - line.status(0).readAt, 4 * SECOND);
 }
 
 // --- Fairness ------------------------------------------------------------------------------------

@@ -316,6 +316,66 @@ TEST(LineRecipe, portThatIsClosed_isNotReached) {
     }
 }
 
+TEST(LineRecipe, downloadOverPolledWords_makesThemPendingAndThenFresh) {
+    SimulatedLine line(lineSettings());
+    line.setTags({tagAt("DM", 100), tagAt("DM", 500)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    line.download({variable("DM", 100, counting(100, 1000))});
+    EXPECT_TRUE(line.status(0).pending);
+    EXPECT_FALSE(line.status(1).pending);
+    line.setTags({tagAt("DM", 101), tagAt("DM", 500)}); // another page meanwhile
+    EXPECT_TRUE(line.status(0).pending);
+    EXPECT_FALSE(line.status(1).pending);
+    ASSERT_TRUE(line.settle());
+    ASSERT_TRUE(line.runUntil([&] { return line.shown(0) == "1001"; }, 1000000));
+    EXPECT_FALSE(line.status(0).pending);
+}
+
+TEST(LineRecipe, downloadTakenSinceTheValueWasRead_staysPendingUntilItIsReadAgain) {
+    LineSettings settings = lineSettings();
+    settings.scanMs = 1000;
+    SimulatedLine line(settings);
+    line.setTags({tagAt("DM", 100)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    line.download({variable("DM", 100, {1000})});
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(line.shown(0), "0");
+    EXPECT_TRUE(line.status(0).pending);
+    ASSERT_TRUE(line.runUntil([&] { return line.shown(0) == "1000"; }, 2000000));
+    EXPECT_FALSE(line.status(0).pending);
+}
+
+TEST(LineRecipe, downloadNotAnswered_leavesItsWordsStaleAndTheRestFresh) {
+    LineSettings settings = lineSettings();
+    settings.scanMs = 1000;
+    SimulatedLine line(settings);
+    line.setTags({tagAt("DM", 100), tagAt("DM", 500), tagAt("DM", 190)});
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    line.fate = [](const QByteArray& frame, int) {
+        Fate fate;
+        fate.loseReply = isWriteFrame(frame);
+        return fate;
+    };
+    line.download({variable("DM", 100, counting(100, 1000))});
+    ASSERT_TRUE(line.settle());
+    EXPECT_EQ(line.recipes.at(0).result, RecipeResult::Unknown);
+    EXPECT_EQ(line.shown(0), "stale");
+    EXPECT_EQ(line.status(0).reason.left(15).toStdString(), "perhaps written");
+    EXPECT_EQ(line.shown(1), "0");
+    EXPECT_EQ(line.shown(2), "0"); // of the second block, which was not sent
+    EXPECT_FALSE(line.status(2).pending);
+}
+
+TEST(LineRecipe, downloadGivenUpBeforeItsTurn_leavesNothingPending) {
+    SimulatedLine line(lineSettings());
+    line.setTags({tagAt("DM", 100)});
+    line.write("DM", 300, {1});
+    const quint64 id = line.download({variable("DM", 100, {1000})});
+    EXPECT_TRUE(line.status(0).pending);
+    line.core->giveUpRecipe(id);
+    EXPECT_FALSE(line.status(0).pending);
+}
+
 TEST(LineRecipe, readBackDifferent_namesTheWords) {
     SimulatedLine line(lineSettings());
     line.fate = [&line](const QByteArray& frame, int) {

@@ -225,6 +225,13 @@ TEST_F(HostRecipe, givenUpAfterTheSwitch_stillNamesWhatHadBeenWrittenBefore) {
     EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 not written; HR 5 not written");
 }
 
+TEST_F(HostRecipe, refusedAfterTheSwitch_isSaid) {
+    EXPECT_EQ(ended(switchedBlock("DM", 10, 4), false), Next::Start);
+    EXPECT_FALSE(m_work.outcome().last.refusedAfterModeChange);
+    EXPECT_EQ(ended(switchedBlock("DM", 10, 4), false), Next::Ended);
+    EXPECT_TRUE(m_work.outcome().last.refusedAfterModeChange);
+}
+
 TEST_F(HostRecipe, silentAfterTheSwitch_stillHoldsWhatHadBeenWrittenBefore) {
     // The same words once more: whether they arrived or not, the PLC holds them.
     ended(block("DM", 10, 4), true);

@@ -38,7 +38,7 @@ protected:
         };
     }
     void read(int address, int length) {
-        m_board.wordsRead({"DM", address, length}, fetch(), m_now);
+        m_board.wordsRead({"DM", address, length}, fetch(), m_now, m_now);
     }
     void fail(int address, int length) {
         m_board.readFailed({"DM", address, length}, "no answer", m_now, m_now);

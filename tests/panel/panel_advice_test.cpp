@@ -170,7 +170,7 @@ TEST(FailureReason, modeChangeThatWasNotAnswered_isNoChange) {
     EXPECT_EQ(
         plain(failureReason(settled, settings())),
         "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode; the change to "
-        "MONITOR mode was not answered (1 try)");
+        "MONITOR mode was not answered, so it may be in that mode (1 try)");
 }
 
 TEST(FailureReason, silenceSinceTheModeChange_isNoRefusal) {

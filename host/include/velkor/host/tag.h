@@ -41,6 +41,30 @@ enum class TagState {
 /// "not read", "read", "stale" or "refused".
 VELKOR_HOST_EXPORT QString tagStateName(TagState state);
 
+/// The value of a tag that is Fresh, or nothing: as std::optional, but it points to the items of
+/// the status that it is of, and holds as long as that does. So `for (quint16 word :
+/// *line.status(0).value())` is safe.
+class FreshValue {
+public:
+    explicit FreshValue(const Items* items) : m_items(items) {}
+
+    bool has_value() const { return m_items != nullptr; }
+    explicit operator bool() const { return has_value(); }
+    /// Of one that has a value.
+    const Items& operator*() const { return *m_items; }
+    const Items* operator->() const { return m_items; }
+    /// A copy, to be kept.
+    operator std::optional<Items>() const {
+        return has_value() ? std::optional<Items>(*m_items) : std::nullopt;
+    }
+    friend bool operator==(const FreshValue& value, const Items& items) {
+        return value.has_value() && *value == items;
+    }
+
+private:
+    const Items* m_items;
+};
+
 /// All times are microseconds on the scale of Line::now(); -1: never.
 class VELKOR_HOST_EXPORT TagStatus {
 public:
@@ -49,7 +73,8 @@ public:
     /// read before that: the PLC holds another value, or is about to. The value is the one last
     /// read.
     bool pending = false;
-    qint64 readAt = -1;    ///< when the word read longest ago was read
+    qint64 readAt = -1;    ///< when the word read longest ago was asked for: the PLC held the value
+                           ///< then or later, however slow its answer was
     qint64 changedAt = -1; ///< when a reading last differed from the one before
     int changes = 0;       ///< how often that was
     /// Why it is not fresh: empty, or one line whose key words stand before a colon, such as
@@ -59,9 +84,7 @@ public:
     int endCode = -1;  ///< of the refusal, for Refused; else -1
 
     /// The value, if it may be shown as one: in the state Fresh alone.
-    std::optional<Items> value() const {
-        return state == TagState::Fresh ? std::optional<Items>(m_items) : std::nullopt;
-    }
+    FreshValue value() const { return FreshValue(state == TagState::Fresh ? &m_items : nullptr); }
     /// What was read last, however long ago; empty when nothing was. Whoever shows it says so.
     const Items& lastRead() const { return m_items; }
 
