@@ -2,18 +2,51 @@
 
 #include "host/poll/disjoint_ranges.h"
 
+#include <QtCore/QHash>
+
 #include <algorithm>
 
 namespace velkor_host {
 namespace {
 
-/// Takes the first hole's words out of one range.
-void cut(const WordRange& range, const WordRange& hole, QVector<WordRange>* out) {
-    if (range.address < hole.address) {
-        out->append({range.reg, range.address, hole.address - range.address});
+/// By register: sorted by address, and none overlapping another.
+QHash<QString, QVector<WordRange>> disjointHoles(const QVector<WordRange>& holes) {
+    QHash<QString, QVector<WordRange>> byRegister;
+    for (const WordRange& hole : holes) {
+        byRegister[hole.reg].append(hole);
     }
-    if (hole.end() < range.end()) {
-        out->append({range.reg, hole.end(), range.end() - hole.end()});
+    for (QVector<WordRange>& own : byRegister) {
+        std::sort(own.begin(), own.end(),
+                  [](const WordRange& a, const WordRange& b) { return a.address < b.address; });
+        QVector<WordRange> merged;
+        for (const WordRange& hole : own) {
+            if (!merged.isEmpty() && hole.address <= merged.last().end()) {
+                WordRange& last = merged.last();
+                last.length = std::max(last.end(), hole.end()) - last.address;
+            } else {
+                merged.append(hole);
+            }
+        }
+        own = merged;
+    }
+    return byRegister;
+}
+
+/// `holes` as disjointHoles() gives them for the range's register.
+void appendWithoutHoles(const WordRange& range, const QVector<WordRange>& holes,
+                        QVector<WordRange>* out) {
+    auto hole = std::upper_bound(
+        holes.begin(), holes.end(), range.address,
+        [](int address, const WordRange& candidate) { return address < candidate.end(); });
+    int at = range.address;
+    for (; hole != holes.end() && hole->address < range.end(); ++hole) {
+        if (at < hole->address) {
+            out->append({range.reg, at, hole->address - at});
+        }
+        at = hole->end();
+    }
+    if (at < range.end()) {
+        out->append({range.reg, at, range.end() - at});
     }
 }
 
@@ -74,18 +107,12 @@ bool overlap(const WordRange& a, const WordRange& b) {
     return a.reg == b.reg && a.address < b.end() && b.address < a.end();
 }
 
+/// With thousands of ranges and as many holes, looking at each pair would take seconds.
 QVector<WordRange> withoutHoles(const QVector<WordRange>& ranges, const QVector<WordRange>& holes) {
-    QVector<WordRange> left = ranges;
-    for (const WordRange& hole : holes) {
-        QVector<WordRange> next;
-        for (const WordRange& range : left) {
-            if (overlap(range, hole)) {
-                cut(range, hole, &next);
-            } else {
-                next.append(range);
-            }
-        }
-        left.swap(next);
+    const QHash<QString, QVector<WordRange>> byRegister = disjointHoles(holes);
+    QVector<WordRange> left;
+    for (const WordRange& range : ranges) {
+        appendWithoutHoles(range, byRegister.value(range.reg), &left);
     }
     return left;
 }

@@ -29,6 +29,7 @@ void Poller::setTags(const QVector<Tag>& tags, qint64 now) {
     m_refused.clear();
     m_gaps.clear();
     m_isolations.clear();
+    m_searchedLast = false;
     m_fruitless.clear();
     m_retries.clear();
     m_nextRetry = -1;
@@ -36,13 +37,15 @@ void Poller::setTags(const QVector<Tag>& tags, qint64 now) {
     if (m_oneShot != OneShot::None) {
         m_oneShot = OneShot::Forgotten;
     }
-    plan(now);
+    plan();
+    m_pace.restart(now);
+    m_nextScan = now;
+    beginScan(now);
 }
 
-void Poller::plan(qint64 now) {
-    if (m_oneShot == OneShot::Apart) {
-        m_oneShot = OneShot::Forgotten; // it counts for a scan of the plan that made it
-    }
+void Poller::plan() {
+    m_planDue = false;
+    m_searched.clear();
     QVector<WordRange> holes = m_gaps;
     for (const RefusedRange& refused : m_refused) {
         holes.append(refused.range);
@@ -51,9 +54,6 @@ void Poller::plan(qint64 now) {
         planPolling(m_board.words(), holes, m_settings.wordsPerFrame,
                     [this](const QVector<WordRange>& ranges) { return m_driver.poll(ranges); });
     m_board.lookAtAll();
-    m_pace.restart(now);
-    m_nextScan = now;
-    beginScan(now);
 }
 
 void Poller::beginScan(qint64 now) {
@@ -63,8 +63,10 @@ void Poller::beginScan(qint64 now) {
 }
 
 bool Poller::blockDue(qint64 now) {
-    const bool scanOver = m_blocksLeft == 0 && m_apartNext == m_plan.apart.size();
-    if (scanOver && now >= m_nextScan && m_board.size() > 0) {
+    if (scanOver() && now >= m_nextScan && m_board.size() > 0) {
+        if (m_planDue) { // once for all that the last scan has brought to light
+            plan();
+        }
         beginScan(now);
     }
     return m_blocksLeft > 0;
@@ -101,21 +103,24 @@ void Poller::fillRetries(qint64 now) {
     m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
 }
 
-/// Retries and the scan take turns: where every scan is late there is no time between them.
+/// Searches and retries take turns with the scan: where every scan is late there is no time between
+/// them, and a search for many words takes long.
 Poller::OneShot Poller::nextOneShot() const {
-    if (!m_isolations.empty()) {
-        return OneShot::Probe;
-    }
     const bool apart = m_apartNext < m_plan.apart.size();
-    if (!m_retries.isEmpty() && !(apart && m_retriedLast)) {
-        return OneShot::Retry;
+    if (!(apart && m_searchedLast)) {
+        if (!m_isolations.empty()) {
+            return OneShot::Probe;
+        }
+        if (!m_retries.isEmpty()) {
+            return OneShot::Retry;
+        }
     }
     return apart ? OneShot::Apart : OneShot::None;
 }
 
 void Poller::oneShotBegun() {
     m_oneShot = nextOneShot();
-    m_retriedLast = m_oneShot == OneShot::Retry;
+    m_searchedLast = m_oneShot != OneShot::Apart;
 }
 
 qint64 Poller::nextDue() const {
@@ -170,7 +175,7 @@ void Poller::credit(const WordRange& asked, const RequestEnd& end, qint64 now) {
 }
 
 void Poller::partOfScanEnded(qint64 now) {
-    if (m_blocksLeft == 0 && m_apartNext == m_plan.apart.size()) {
+    if (scanOver()) {
         m_board.scanEnded(fetch(), now);
         m_pace.scanEnded(now);
         timePasses(now);
@@ -188,12 +193,22 @@ void Poller::searchFor(const WordRange& block, const RequestEnd& end, qint64 now
             return;
         }
     }
-    if (m_isolations.empty()) {
-        m_isolations.emplace_back(block, m_board.words(), end);
-        if (m_isolations.front().finished()) { // a single run of words: it is the one
-            isolationEnded(now);
-        }
+    if (searchedFor(block)) {
+        return;
     }
+    m_isolations.emplace_back(block, m_board.words(), end);
+    if (m_isolations.back().finished()) { // a single run of words: it is the one
+        m_isolations.push_front(std::move(m_isolations.back()));
+        m_isolations.pop_back();
+        isolationEnded(now);
+    }
+}
+
+bool Poller::searchedFor(const WordRange& block) const {
+    return std::any_of(m_isolations.begin(), m_isolations.end(),
+                       [&](const Isolation& search) { return same(search.block(), block); }) ||
+           std::any_of(m_searched.begin(), m_searched.end(),
+                       [&](const WordRange& searched) { return same(searched, block); });
 }
 
 void Poller::isolationEnded(qint64 now) {
@@ -209,6 +224,7 @@ void Poller::isolationEnded(qint64 now) {
         m_fruitless.append({isolation.block(), now + qint64(m_settings.refusedRetryMs) * 1000});
         return;
     }
+    m_searched.append(isolation.block());
     m_refused += isolation.refused();
     m_gaps += isolation.gaps();
     refusalsChanged(now);
@@ -247,7 +263,10 @@ void Poller::refusalsChanged(qint64 now) {
         m_nextRetry = now + qint64(m_settings.refusedRetryMs) * 1000;
     }
     m_board.setRefused(m_refused, m_settings.reason, now);
-    plan(now);
+    m_planDue = true;
+    if (m_isolations.empty() && m_retries.isEmpty()) {
+        m_nextScan = std::min(m_nextScan, now); // the neighbours have waited long enough
+    }
 }
 
 void Poller::timePasses(qint64 now) {

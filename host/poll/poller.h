@@ -52,7 +52,8 @@ public:
 private:
     enum class OneShot { None, Apart, Probe, Retry, Forgotten };
 
-    void plan(qint64 now);
+    bool scanOver() const { return m_blocksLeft == 0 && m_apartNext == m_plan.apart.size(); }
+    void plan();
     void beginScan(qint64 now);
     void partOfScanEnded(qint64 now);
     void credit(const WordRange& asked, const RequestEnd& end, qint64 now);
@@ -63,6 +64,7 @@ private:
     void retryEnded(const RequestEnd& end, qint64 now);
     void refusedStill(const WordRange& range, const RequestEnd& end, qint64 now);
     void refusalsChanged(qint64 now);
+    bool searchedFor(const WordRange& block) const;
     FetchFunction fetch() const;
 
     BoundDriver& m_driver;
@@ -71,8 +73,9 @@ private:
     ScanPace m_pace;
 
     PollPlan m_plan;
-    int m_blocksLeft = 0; ///< of the scan under way
-    int m_apartNext = 0;  ///< index into the plan's ranges apart; their number when all are done
+    bool m_planDue = false; ///< refusals have changed since it was made
+    int m_blocksLeft = 0;   ///< of the scan under way
+    int m_apartNext = 0;    ///< index into the plan's ranges apart; their number when all are done
     qint64 m_nextScan = 0;
     bool m_scanEnded = false;
 
@@ -80,8 +83,9 @@ private:
     WordRange m_oneShotRange;
 
     QVector<RefusedRange> m_refused;
-    QVector<WordRange> m_gaps; ///< no read may go over them
-    std::deque<Isolation> m_isolations;
+    QVector<WordRange> m_gaps;          ///< no read may go over them
+    std::deque<Isolation> m_isolations; ///< the first one is under way
+    QVector<WordRange> m_searched;      ///< blocks of the plan whose search has found something
     struct Fruitless {
         WordRange block;
         qint64 until = 0;
@@ -89,7 +93,7 @@ private:
     QVector<Fruitless> m_fruitless; ///< a search has found nothing; not again so soon
     QVector<WordRange> m_retries;   ///< of refused words, the last one next
     qint64 m_nextRetry = -1;
-    bool m_retriedLast = false; ///< the one-shot before was a retry
+    bool m_searchedLast = false; ///< the one-shot before was of no scan
 };
 
 } // namespace velkor_host

@@ -53,6 +53,28 @@ TEST(LineRefusals, several_areAllSetApart) {
     }
 }
 
+TEST(LineRefusals, oneInEachOfAHundredBlocks_areFoundInTheOrderOfAsManyFrames) {
+    SimulatedLine line(longFrames());
+    QVector<Tag> tags;
+    for (int block = 0; block < 100; ++block) {
+        for (const int word : {0, 10, 20}) {
+            tags.append(tagAt("DM", 300 * block + word));
+        }
+        line.machine.refusals.push_back({0x82, 300 * block + 10, 300 * block + 10, 0x1103});
+    }
+    line.setTags(tags);
+    ASSERT_TRUE(line.runUntil([&] { return line.freshTags() == 200; }, 60 * SECOND));
+    for (int block = 0; block < 100; ++block) {
+        EXPECT_EQ(line.shown(3 * block + 1), "refused") << block;
+    }
+    // The block and two of the four probes are refused, three tries each; between the probes the
+    // blocks are polled on, and refused.
+    EXPECT_LE(line.frames.size(), 3000U);
+    line.frames.clear();
+    line.run(2 * SECOND);
+    EXPECT_EQ(line.freshTags(), 200);
+}
+
 TEST(LineRefusals, everyAddress_isRefusedAndNothingIsSentInVain) {
     SimulatedLine line(longFrames());
     line.machine.refusals.push_back({0x82, 0, 32767, 0x1103});

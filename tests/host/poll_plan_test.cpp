@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <random>
 #include <set>
 
@@ -38,6 +39,29 @@ MergeFunction mergeOf(int limit, int gap) {
 PollPlan planned(const QVector<WordRange>& wanted, const QVector<WordRange>& holes,
                  int limit = 64) {
     return planPolling(wanted, holes, limit, mergeOf(limit, limit));
+}
+
+TEST(WithoutHoles, holesThatOverlapAndTouch_areTakenOut) {
+    const QVector<WordRange> left =
+        withoutHoles({{"DM", 20, 10}, {"DM", 0, 10}, {"HR", 0, 10}},
+                     {{"DM", 5, 1}, {"DM", 4, 4}, {"DM", 8, 2}, {"DM", 25, 100}, {"DM", 0, 0}});
+    ASSERT_EQ(left.size(), 3);
+    EXPECT_EQ(left.at(0).address, 20);
+    EXPECT_EQ(left.at(0).length, 5);
+    EXPECT_EQ(left.at(1).address, 0);
+    EXPECT_EQ(left.at(1).length, 4);
+    EXPECT_EQ(plain(left.at(2).reg), "HR");
+    EXPECT_EQ(left.at(2).length, 10);
+}
+
+TEST(WithoutHoles, thousandsOfRangesAndHoles_takeNoSeconds) {
+    QVector<WordRange> ranges;
+    for (int index = 0; index < 15000; ++index) {
+        ranges.append({"DM", 2 * index, 1});
+    }
+    const std::clock_t begun = std::clock(); // of this process: others do not count
+    EXPECT_TRUE(withoutHoles(ranges, ranges).isEmpty());
+    EXPECT_LT(static_cast<double>(std::clock() - begun) / CLOCKS_PER_SEC, 1.0);
 }
 
 TEST(PollPlan, noHoles_isWhatTheDriverMakesOfIt) {
