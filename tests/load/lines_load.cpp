@@ -1,5 +1,6 @@
 // Many lines in one process against as many simulated PLCs: is anything stale, and what does a
-// line cost? Prints a table; exit code 1 when a tag was not fresh or a write was not taken.
+// line cost? Prints a table; exit code 1 when a tag was not fresh, a write was not taken, or the
+// load was not there: too few scans, or too old a value.
 
 #include "load/plc_process.h"
 #include "load/process_cost.h"
@@ -30,6 +31,8 @@ struct Settings {
     int lines = 100;
     int scanMs = 200;
     int seconds = 30;
+    int leastRate = 90; ///< percent of the scans asked for, of the slowest line
+    int mostAgeMs = 0;  ///< of the oldest value; 0: three scans and a time-out
     QString plc;
     QString driver;
 };
@@ -103,6 +106,7 @@ private:
     void look();
     void measure();
     int report();
+    QStringList wrong(const Watched& all, double scanRate) const;
     double plcSeconds() const;
 
     Settings m_settings;
@@ -236,8 +240,9 @@ void Load::measure() {
 int Load::report() {
     Watched all((LineSettings()));
     qint64 slowest = 0;
+    all.scans = m_lines.front()->scans;
     for (const auto& watched : m_lines) {
-        all.scans += watched->scans;
+        all.scans = std::min(all.scans, watched->scans);
         all.requests += watched->requests;
         all.failed += watched->failed;
         all.notFresh += watched->notFresh;
@@ -258,7 +263,8 @@ int Load::report() {
     row("lines", lines, 0, "");
     row("tags a line", hundredTags().size(), 0, "");
     row("time", spent.wallSeconds, 1, "s");
-    row("scans a line and second", double(all.scans) / lines / spent.wallSeconds, 2, "");
+    const double scanRate = double(all.scans) / spent.wallSeconds;
+    row("scans a second, the slowest line", scanRate, 2, "");
     row("requests a second, all lines", requests / spent.wallSeconds, 0, "");
     row("requests that failed", double(all.failed), 0, "");
     row("writes", double(all.writes), 0, "");
@@ -278,10 +284,40 @@ int Load::report() {
         "% of a core");
     row("load average of the machine", m_end.loadAverage, 1, "");
     row("cores", double(sysconf(_SC_NPROCESSORS_ONLN)), 0, "");
-    const bool good = all.notFresh == 0 && all.notTaken == 0 && all.writes > 0;
-    out() << (good ? "nothing was stale\n" : "NOT GOOD: see above\n");
+    const QStringList faults = wrong(all, scanRate);
+    for (const QString& fault : faults) {
+        out() << "NOT GOOD: " << fault << '\n';
+    }
+    out() << (faults.isEmpty() ? "nothing was stale, at the rate that was asked for\n" : "");
     out().flush();
-    return good ? 0 : 1;
+    return faults.isEmpty() ? 0 : 1;
+}
+
+/// Nothing is stale, either, where every line is slow: the limit of a value's age follows the
+/// scans.
+QStringList Load::wrong(const Watched& all, double scanRate) const {
+    QStringList faults;
+    if (all.notFresh > 0) {
+        faults += QStringLiteral("tags were found not fresh %1 times").arg(all.notFresh);
+    }
+    if (all.notTaken > 0 || all.writes == 0) {
+        faults +=
+            QStringLiteral("%1 of %2 writes were not taken").arg(all.notTaken).arg(all.writes);
+    }
+    const double least = 1000.0 / m_settings.scanMs * m_settings.leastRate / 100;
+    if (scanRate < least) {
+        faults += QStringLiteral("the slowest line made %1 scans a second; right are %2 or more")
+                      .arg(scanRate, 0, 'f', 2)
+                      .arg(least, 0, 'f', 2);
+    }
+    const int mostAge = m_settings.mostAgeMs > 0 ? m_settings.mostAgeMs
+                                                 : 3 * m_settings.scanMs + LineSettings().timeoutMs;
+    if (all.oldest > qint64(mostAge) * 1000) {
+        faults += QStringLiteral("the oldest value was %1 ms old; right are %2 or less")
+                      .arg(all.oldest / 1000)
+                      .arg(mostAge);
+    }
+    return faults;
 }
 
 int Load::run() {
@@ -328,7 +364,8 @@ bool parse(const QCoreApplication& application, Settings* settings) {
     parser.setApplicationDescription(
         QStringLiteral("Polls many simulated PLCs at once and measures what a line costs."));
     parser.addHelpOption();
-    for (const char* name : {"lines", "scan", "seconds", "plc", "driver"}) {
+    for (const char* name :
+         {"lines", "scan", "seconds", "least-rate", "most-age", "plc", "driver"}) {
         parser.addOption({QLatin1String(name), QString(), QStringLiteral("VALUE")});
     }
     parser.process(application);
@@ -340,7 +377,9 @@ bool parse(const QCoreApplication& application, Settings* settings) {
     }
     return number("lines", 1, 500, &settings->lines) &&
            number("scan", 10, 60000, &settings->scanMs) &&
-           number("seconds", 1, 3600, &settings->seconds);
+           number("seconds", 1, 3600, &settings->seconds) &&
+           number("least-rate", 1, 100, &settings->leastRate) &&
+           number("most-age", 0, 60000, &settings->mostAgeMs);
 }
 
 } // namespace
