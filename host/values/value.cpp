@@ -216,10 +216,8 @@ QString parseString(const QString& text, int words, Items* items) {
     const int room = words > 0 ? words : qMax(1, needed);
     if (needed > room) {
         return QStringLiteral("\"%1\" has %2 characters; %3 words hold %4")
-            .arg(text)
-            .arg(bytes.size())
-            .arg(room)
-            .arg(2 * room);
+            .arg(text, QString::number(bytes.size()), QString::number(room),
+                 QString::number(2 * room));
     }
     if (QString::fromLatin1(bytes) != text) {
         return notRight(text, ValueType::String, QStringLiteral("a text of Latin-1 characters"));

@@ -10,9 +10,15 @@ const int MOST_ERRORS_SHOWN = 20;
 } // namespace
 
 int Context::fail(ExitCode code, const QString& text) const {
-    err << "velkor-panel: " << printableLines(text) << '\n';
-    err.flush();
+    note(text);
     return code;
+}
+
+void Context::note(const QString& text) const {
+    if (!text.isEmpty()) {
+        err << "velkor-panel: " << printableLines(text) << '\n';
+        err.flush();
+    }
 }
 
 int failWithErrors(const Context& context, const QString& file, const CsvErrors& errors) {

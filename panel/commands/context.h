@@ -19,6 +19,8 @@ struct Context {
 
     /// Says on standard error what is wrong and gives back the code.
     int fail(ExitCode code, const QString& text) const;
+    /// Says it on standard error, unless it is empty.
+    void note(const QString& text) const;
 };
 
 /// Every error with its file and line on standard error.

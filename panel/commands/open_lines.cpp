@@ -9,6 +9,25 @@
 namespace panel {
 namespace {
 
+/// No name of a computer ends in a number, in decimal or after 0x.
+bool isNumeric(const QString& host) {
+    const QString last = host.section(QLatin1Char('.'), -1);
+    bool decimal = false;
+    last.toULongLong(&decimal, 10);
+    return decimal || last.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+}
+
+/// As everybody writes an address. What else the system takes for one, "127.1" or "010.0.0.1", is
+/// hardly what was meant.
+bool isFourParts(const QString& host) {
+    const QStringList parts = host.split(QLatin1Char('.'));
+    return parts.size() == 4 && std::all_of(parts.begin(), parts.end(), [](const QString& part) {
+               bool ok = false;
+               const uint number = part.toUInt(&ok);
+               return ok && number <= 255 && part == QString::number(number);
+           });
+}
+
 /// HOST or HOST:PORT of a --plc as an endpoint; the address stays null where a name is to be looked
 /// up. The result is empty or says what would be right.
 QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
@@ -21,10 +40,14 @@ QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
                               "name, not an IPv6 address")
             .arg(text);
     }
-    if (plc->address.setAddress(*host)) {
-        return plc->address.protocol() == QAbstractSocket::IPv4Protocol
-                   ? QString()
-                   : QStringLiteral("--plc \"%1\": right is an IPv4 address").arg(*host);
+    if (isNumeric(*host) && !isFourParts(*host)) {
+        return QStringLiteral(
+                   "--plc \"%1\": right is an IPv4 address of four numbers from 0 to 255, "
+                   "such as 192.168.250.1, or a name")
+            .arg(*host);
+    }
+    if (isFourParts(*host)) {
+        plc->address.setAddress(*host);
     }
     const auto inAddress = [](QChar c) { return c.isDigit() || c == QLatin1Char('.'); };
     if (std::all_of(host->begin(), host->end(), inAddress)) {

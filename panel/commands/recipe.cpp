@@ -1,12 +1,11 @@
 #include "panel/commands/commands.h"
 #include "panel/commands/open_lines.h"
-#include "panel/commands/outcome_text.h"
 #include "panel/files/file_access.h"
 #include "panel/files/recipe_file.h"
+#include "panel/output/outcome_text.h"
 #include "panel/output/output.h"
 #include "panel/output/printable.h"
 #include "panel/watch/end_signals.h"
-#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 
@@ -72,15 +71,6 @@ void tellFailure(const Context& context, const Line& line, const RecipeOutcome& 
     }
     for (const QString& text : leftBehind(outcome)) {
         context.fail(EXIT_WORK_FAILED, text);
-    }
-}
-
-void tellModeChange(const Context& context, const RequestEnd& end) {
-    if (end.write && !end.ok && end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd)) {
-        context.err << "velkor-panel: " << requestText(end) << " was refused ("
-                    << endCodeText(end.refusalBeforeModeChange)
-                    << "); the driver has asked for MONITOR mode, starting once more\n";
-        context.err.flush();
     }
 }
 
@@ -209,7 +199,8 @@ int runRecipe(const Context& context) {
     if (!download) {
         releaseEndSignals(); // the PLC holds what it held
     }
-    line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
+    ModeChangeNotes notes(QStringLiteral("starting once more"), false);
+    line.onRequest = [&](const RequestEnd& end) { context.note(notes.of(end)); };
     line.onRecipe = [&](const RecipeOutcome& outcome) {
         const bool done = outcome.result == RecipeResult::Done;
         if (done) {

@@ -1,12 +1,10 @@
 #include "panel/commands/commands.h"
 #include "panel/commands/named_files.h"
 #include "panel/commands/open_lines.h"
-#include "panel/commands/outcome_text.h"
 #include "panel/commands/tag_arguments.h"
+#include "panel/output/outcome_text.h"
 #include "panel/output/output.h"
 #include "panel/watch/end_signals.h"
-
-#include <velkor/host/end_codes.h>
 
 #include <QtCore/QCoreApplication>
 
@@ -38,16 +36,6 @@ QString parseTarget(const Context& context, int count, Tag* tag) {
         context.registers.check(*info, arguments.at(1), tag->itemCount());
     tag->address = verdict.address;
     return verdict.text;
-}
-
-/// The end of a request that the driver has answered with a change of the PLC's mode.
-void tellModeChange(const Context& context, const RequestEnd& end) {
-    if (end.write && !end.ok && end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd)) {
-        context.err << "velkor-panel: " << requestText(end) << " was refused ("
-                    << endCodeText(end.refusalBeforeModeChange)
-                    << "); the driver has asked for MONITOR mode, writing once more\n";
-        context.err.flush();
-    }
 }
 
 void printValues(const Context& context, const Tag& tag, const Items& items) {
@@ -144,6 +132,25 @@ int lineNamed(const Context& context, const QString& plc) {
     return 0;
 }
 
+/// The one tag of that name, or of PLC/NAME. The result is empty or says what would be right.
+QString findTag(const QVector<PanelTag>& tags, const QString& name, PanelTag* found) {
+    QStringList full;
+    for (const PanelTag& tag : tags) {
+        const QString withPlc = tag.plc + QLatin1Char('/') + tag.tag.name;
+        if (tag.tag.name == name || withPlc == name) {
+            full.append(withPlc);
+            *found = tag;
+        }
+    }
+    if (full.isEmpty()) {
+        return QStringLiteral(" has no tag \"") + name + QLatin1Char('"');
+    }
+    return full.size() == 1 ? QString()
+                            : QStringLiteral(" has \"") + name +
+                                  QStringLiteral("\" for several PLCs; right is ") +
+                                  full.join(QStringLiteral(" or "));
+}
+
 /// write TAGS.csv NAME VALUE...
 int parseTagWrite(const Context& context, WriteTarget* target) {
     const QStringList& arguments = context.options.arguments;
@@ -152,20 +159,16 @@ int parseTagWrite(const Context& context, WriteTarget* target) {
     if (exitCode != EXIT_DONE) {
         return exitCode;
     }
-    const auto tag = std::find_if(tags.begin(), tags.end(), [&](const PanelTag& candidate) {
-        return candidate.tag.name == arguments.at(1) ||
-               candidate.plc + QLatin1Char('/') + candidate.tag.name == arguments.at(1);
-    });
-    if (tag == tags.end()) {
-        return context.fail(
-            EXIT_WRONG_USAGE,
-            QStringLiteral("%1 has no tag \"%2\"").arg(arguments.at(0), arguments.at(1)));
+    PanelTag tag;
+    const QString wrongName = findTag(tags, arguments.at(1), &tag);
+    if (!wrongName.isEmpty()) {
+        return context.fail(EXIT_WRONG_USAGE, arguments.at(0) + wrongName);
     }
-    const QString wrong = parseTagValues(*tag, arguments.mid(2), context.options.force,
+    const QString wrong = parseTagValues(tag, arguments.mid(2), context.options.force,
                                          QStringLiteral("--force"), &target->items);
-    target->reg = tag->tag.reg;
-    target->address = tag->tag.address;
-    target->line = lineNamed(context, tag->plc);
+    target->reg = tag.tag.reg;
+    target->address = tag.tag.address;
+    target->line = lineNamed(context, tag.plc);
     return wrong.isEmpty() ? int(EXIT_DONE) : context.fail(EXIT_WRONG_USAGE, wrong);
 }
 
@@ -204,17 +207,21 @@ int runWrite(const Context& context) {
     if (!deaf.isEmpty()) {
         return context.fail(EXIT_WORK_FAILED, deaf);
     }
-    line.onRequest = [&](const RequestEnd& end) { tellModeChange(context, end); };
+    const QString plc = lines.size() > 1 ? lines.at(target.line).name : QString();
+    ModeChangeNotes notes(QStringLiteral("writing once more"), true);
+    line.onRequest = [&](const RequestEnd& end) { context.note(notes.of(end)); };
     line.onWrite = [&](const WriteOutcome& outcome) {
         const bool taken = outcome.result == WriteResult::Taken;
         if (taken) {
-            context.out << "written: " << requestText(outcome.reg, outcome.address, outcome.count)
-                        << '\n';
+            context.out << "written: " << (plc.isEmpty() ? QString() : plc + QLatin1Char('/'))
+                        << requestText(outcome.reg, outcome.address, outcome.count) << '\n';
             context.out.flush();
         } else {
             if (!interrupted) {
-                context.fail(EXIT_WORK_FAILED, failureText(outcome.last, line.settings(),
-                                                           line.nodes(), optionNames()));
+                context.fail(
+                    EXIT_WORK_FAILED,
+                    (plc.isEmpty() ? QString() : plc + QStringLiteral(": ")) +
+                        failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
             }
             for (const QString& text :
                  interrupted ? interruptedText(outcome) : leftBehind(outcome)) {

@@ -1,12 +1,13 @@
 #include "panel/commands/commands.h"
 #include "panel/commands/open_lines.h"
-#include "panel/commands/outcome_text.h"
 #include "panel/commands/tag_arguments.h"
+#include "panel/output/outcome_text.h"
 #include "panel/output/standard_output.h"
 #include "panel/screen/screen.h"
 #include "panel/watch/change_lines.h"
 #include "panel/watch/end_signals.h"
 #include "panel/watch/screen_source.h"
+#include "panel/watch/watch_progress.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QTimer>
@@ -16,8 +17,6 @@
 namespace panel {
 namespace {
 
-const int STABLE_SCANS = 3;
-const int MISSING_SHOWN = 5;
 const int OUTPUT_CHECK_MS = 250;
 
 /// As the environment says, the most particular variable first.
@@ -36,11 +35,13 @@ public:
     Watch(const Context& context, const OpenLines& lines, WatchedTags& tags)
         : m_context(context), m_lines(lines), m_tags(tags),
           m_source(tags, context.options.force, localeIsUnicode()), m_screen(m_source),
-          m_quietScans(tags.lines(), 0), m_changedInScan(tags.lines(), false) {
+          m_progress(tags) {
         tags.onTags = [this](const QVector<int>& changed) { tagsChanged(changed); };
         tags.onScan = [this](int line) { scanEnded(line); };
         tags.onWrite = [this](int line, const WriteOutcome& outcome) { writeEnded(line, outcome); };
-        tags.onRequest = [this](int line, const RequestEnd& end) { requestEnded(line, end); };
+        tags.onRequest = [this](int line, const RequestEnd& end) {
+            m_progress.requestEnded(line, end);
+        };
     }
 
     int run() {
@@ -95,9 +96,7 @@ private:
     }
 
     void tagsChanged(const QVector<int>& changed) {
-        for (const int index : changed) {
-            m_changedInScan[m_tags.lineIndexOf(index)] = true;
-        }
+        m_progress.tagsChanged(changed);
         if (m_changes) {
             m_changes->print(changed);
             checkOutput();
@@ -111,29 +110,19 @@ private:
     }
 
     void scanEnded(int line) {
-        ++m_scans;
-        const bool quiet = !m_changedInScan.at(line) && m_tags.line(line).allFresh();
-        m_quietScans[line] = quiet ? m_quietScans.at(line) + 1 : 0;
-        m_changedInScan[line] = false;
+        m_progress.scanEnded(line);
         if (!m_lines.captureIsWhole()) {
             QCoreApplication::exit(EXIT_WORK_FAILED);
         }
-        const bool stable = std::all_of(m_quietScans.begin(), m_quietScans.end(),
-                                        [](int scans) { return scans >= STABLE_SCANS; });
-        if (m_context.options.untilStable && stable) {
+        if (m_context.options.untilStable && m_progress.isStable()) {
             QCoreApplication::exit(EXIT_DONE);
         }
     }
 
-    void requestEnded(int line, const RequestEnd& end) {
-        if (!end.ok && !end.write) {
-            m_lastFailure = end;
-            m_failedLine = line;
-        }
-    }
-
     void writeEnded(int line, const WriteOutcome& outcome) {
-        const QString text = writeSummary(outcome, m_tags.line(line).settings());
+        const QString plc = m_tags.lines() > 1 ? m_tags.lineName(line) : QString();
+        const QString text =
+            writeSummary(outcome, m_tags.line(line).settings(), optionNames(), plc);
         if (outcome.result == WriteResult::Taken && !outcome.modeSwitched) {
             m_screen.note(text);
         } else {
@@ -162,7 +151,7 @@ private:
         }
         m_context.out << QStringLiteral("watched %1: %2, %3, %4, %5, %6 dropped\n")
                              .arg(counted(m_tags.size(), "tag", "tags"),
-                                  counted(m_scans, "scan", "scans"),
+                                  counted(m_progress.scans(), "scan", "scans"),
                                   counted(exchanges, "exchange", "exchanges"),
                                   counted(retries, "retry", "retries"),
                                   counted(failures, "failure", "failures"))
@@ -188,28 +177,9 @@ private:
     }
 
     void explainFailure() {
-        QStringList missing;
-        for (int index = 0; index < m_tags.size(); ++index) {
-            const TagStatus& status = m_tags.status(index);
-            if (status.state != TagState::Fresh) {
-                missing.append(QStringLiteral("%1 (%2)").arg(m_tags.tag(index).tag.name,
-                                                             tagStateName(status.state)));
-            }
-        }
-        if (missing.isEmpty()) {
-            m_context.fail(EXIT_WORK_FAILED,
-                           QStringLiteral("values were still changing when the time was up"));
-            return;
-        }
-        const int more = static_cast<int>(missing.size()) - MISSING_SHOWN;
-        m_context.fail(EXIT_WORK_FAILED,
-                       QStringLiteral("without a fresh value when the time was up: %1%2")
-                           .arg(missing.mid(0, MISSING_SHOWN).join(QStringLiteral(", ")),
-                                more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString()));
-        if (m_failedLine >= 0) {
-            const Line& line = m_tags.line(m_failedLine);
-            m_context.fail(EXIT_WORK_FAILED, failureText(m_lastFailure, line.settings(),
-                                                         line.nodes(), optionNames()));
+        for (const QString& text :
+             m_progress.whatIsMissing(m_context.options.untilStable, optionNames())) {
+            m_context.fail(EXIT_WORK_FAILED, text);
         }
     }
 
@@ -221,11 +191,7 @@ private:
     bool m_onScreen = false;
     EndSignals m_signals; ///< without a screen
     std::unique_ptr<ChangeLines> m_changes;
-    RequestEnd m_lastFailure;
-    int m_failedLine = -1;
-    QVector<int> m_quietScans; ///< of each line, in a row
-    QVector<bool> m_changedInScan;
-    qint64 m_scans = 0;
+    WatchProgress m_progress;
 };
 
 } // namespace

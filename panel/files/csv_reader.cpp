@@ -173,7 +173,7 @@ CsvErrors& CsvErrors::operator+=(const CsvErrors& more) {
 
 QString errorText(const QString& file, const CsvError& error) {
     const int longest = 500;
-    return QStringLiteral("%1:%2:%3: ").arg(printable(file)).arg(error.line).arg(error.column) +
+    return printable(file) + QStringLiteral(":%1:%2: ").arg(error.line).arg(error.column) +
            printable(shortened(error.text, longest));
 }
 

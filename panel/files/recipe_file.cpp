@@ -59,9 +59,7 @@ private:
         return ok && *value >= lowest && *value <= highest
                    ? QString()
                    : QStringLiteral("\"%1\": right is a whole number from %2 to %3")
-                         .arg(text)
-                         .arg(lowest)
-                         .arg(highest);
+                         .arg(text, QString::number(lowest), QString::number(highest));
     }
 
     void readRow(const CsvRow& row) {
@@ -168,23 +166,19 @@ private:
                 continue;
             }
             if (variable.address < end) {
-                layoutFault(variable, QStringLiteral("address: %1 %2 belongs to \"%3\" (line %4) "
-                                                     "already; right is %5 or higher")
-                                          .arg(variable.reg)
-                                          .arg(variable.address)
-                                          .arg(before.name)
-                                          .arg(before.line)
-                                          .arg(end));
+                layoutFault(variable,
+                            QStringLiteral("address: %1 %2 belongs to \"%3\" (line %4) "
+                                           "already; right is %5 or higher")
+                                .arg(variable.reg, QString::number(variable.address), before.name,
+                                     QString::number(before.line), QString::number(end)));
             } else if (variable.offset != before.offset + before.count) {
                 layoutFault(variable,
                             QStringLiteral("offset: %1 %2 follows \"%3\" (line %4) in the "
                                            "PLC without a gap, so it must in the recipe; "
                                            "right is %5")
-                                .arg(variable.reg)
-                                .arg(variable.address)
-                                .arg(before.name)
-                                .arg(before.line)
-                                .arg(before.offset + before.count));
+                                .arg(variable.reg, QString::number(variable.address), before.name,
+                                     QString::number(before.line),
+                                     QString::number(before.offset + before.count)));
             }
         }
         checkOffsets();
@@ -199,12 +193,11 @@ private:
             const RecipeVariable& before = sorted.at(at - 1);
             const int end = before.offset + before.count;
             if (sorted.at(at).offset < end) {
-                layoutFault(sorted.at(at), QStringLiteral("offset: %1 belongs to \"%2\" (line %3) "
-                                                          "already; right is %4 or higher")
-                                               .arg(sorted.at(at).offset)
-                                               .arg(before.name)
-                                               .arg(before.line)
-                                               .arg(end));
+                layoutFault(sorted.at(at),
+                            QStringLiteral("offset: %1 belongs to \"%2\" (line %3) "
+                                           "already; right is %4 or higher")
+                                .arg(QString::number(sorted.at(at).offset), before.name,
+                                     QString::number(before.line), QString::number(end)));
             }
         }
     }
@@ -232,9 +225,7 @@ CsvError storeRow(const CsvRow& row, const RecipeVariable& variable,
     if (given != variable.count) {
         return {row.line, 1,
                 QStringLiteral("\"%1\" has %2 words; %3 values are given")
-                    .arg(variable.name)
-                    .arg(variable.count)
-                    .arg(given)};
+                    .arg(variable.name, QString::number(variable.count), QString::number(given))};
     }
     for (int word = 0; word < variable.count; ++word) {
         const CsvField& field = row.fields.at(word + 1);
@@ -277,8 +268,7 @@ CsvErrors readRecipeValues(const QByteArray& csv, const Recipe& recipe,
         } else if (lines.contains(given)) {
             errors.append({nameField.line, nameField.column,
                            QStringLiteral("\"%1\" has its values in line %2 already")
-                               .arg(given)
-                               .arg(lines.value(given))});
+                               .arg(given, QString::number(lines.value(given)))});
         } else {
             lines.insert(given, row.line);
             const CsvError wrong = storeRow(row, *variable, buffer);
@@ -292,8 +282,7 @@ CsvErrors readRecipeValues(const QByteArray& csv, const Recipe& recipe,
             errors.append({1, 1,
                            QStringLiteral("no values for \"%1\"; right is a line %1 with %2 "
                                           "values")
-                               .arg(variable.name)
-                               .arg(variable.count)});
+                               .arg(variable.name, QString::number(variable.count))});
         }
     }
     return errors;

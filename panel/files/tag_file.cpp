@@ -41,8 +41,7 @@ QString parseCount(const QString& text, int* count) {
     *count = text.toInt(&ok);
     if (!ok || *count < 1 || *count > HIGHEST_COUNT) {
         return QStringLiteral("\"%1\" is no count; right is a whole number from 1 to %2")
-            .arg(text)
-            .arg(HIGHEST_COUNT);
+            .arg(text, QString::number(HIGHEST_COUNT));
     }
     return QString();
 }
@@ -74,8 +73,7 @@ QString parseDecimals(const QString& text, int* decimals) {
     return ok && *decimals >= 0 && *decimals <= MOST_DECIMALS
                ? QString()
                : QStringLiteral("\"%1\": right is a whole number from 0 to %2")
-                     .arg(text)
-                     .arg(MOST_DECIMALS);
+                     .arg(text, QString::number(MOST_DECIMALS));
 }
 
 QString plcFault(const QString& name, const QStringList& plcs) {

@@ -246,6 +246,11 @@ QString argumentFault(const Options& options) {
         {"recipe", 2, 2, "recipe download|upload RECIPE.csv [--values FILE]"},
         {"probe", 0, 0, "probe"},
     };
+    if (options.link.allowModeChange && options.link.retries < 2) {
+        return QStringLiteral(
+            "--allow-mode-change and --retries 1: the change takes one try; right "
+            "is --retries 2 or more");
+    }
     const auto count = options.arguments.size();
     for (const Command& command : commands) {
         if (options.command == QLatin1String(command.name)) {

@@ -29,6 +29,7 @@ void prepareStandardOutput() {
             ::open("/dev/null", O_RDONLY);
         }
     }
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow fails as a full disk does
     pipeSignalIgnored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
 }
 

@@ -129,10 +129,9 @@ QString titleEnd(const TableInput& input, int first, int rows) {
     QStringList parts;
     const int shown = static_cast<int>(input.tags.size());
     if (!input.filter.isEmpty()) {
-        parts.append(QStringLiteral("filter \"%1\": %2 of %3")
-                         .arg(input.filter)
-                         .arg(shown)
-                         .arg(input.allTags));
+        parts.append(
+            QStringLiteral("filter \"%1\": %2 of %3")
+                .arg(input.filter, QString::number(shown), QString::number(input.allTags)));
     }
     if (!input.order.isEmpty()) {
         parts.append(input.order);

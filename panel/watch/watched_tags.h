@@ -30,6 +30,7 @@ public:
     int lines() const { return static_cast<int>(m_lines.size()); }
     Line& line(int index) const { return *m_lines.at(index); }
     const QString& lineName(int index) const { return m_names.at(index); }
+    int tagsOf(int line) const { return static_cast<int>(m_tagsOf.at(line).size()); }
 
     /// Tags (indices into this list) whose state or value has changed.
     std::function<void(const QVector<int>& changed)> onTags;

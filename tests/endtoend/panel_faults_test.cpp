@@ -218,6 +218,15 @@ TEST_F(PanelFaults, addressOfTooManyParts_isWrongUsage) {
     EXPECT_TRUE(ended.err.contains("right is HOST or HOST:PORT")) << plain(ended.err);
 }
 
+TEST_F(PanelFaults, addressThatIsNotOfFourNumbers_isWrongUsage) {
+    for (const char* address : {"127.1", "127.0.0.256", "0x7f000001", "2130706433", "127.0.0.01",
+                                "127.0.0.1.1", "127.1:9600"}) {
+        const Ended ended = bare({"--plc", address, "read", "DM", "0"});
+        EXPECT_EQ(ended.exitCode, 2) << address;
+        EXPECT_TRUE(ended.err.contains("an IPv4 address of four numbers")) << plain(ended.err);
+    }
+}
+
 TEST_F(PanelFaults, ipv6Address_isWrongUsage) {
     for (const char* address : {"::1", "[::1]:9600"}) {
         const Ended ended = bare({"--plc", address, "read", "DM", "0"});

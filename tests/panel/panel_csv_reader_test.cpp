@@ -112,6 +112,10 @@ TEST(ErrorText, controlCharacters_areWrittenOut) {
               "a\\x1B[2J.csv:2:3: \"\\x1B]0;x\\x07\\x0Ay\" is no register");
 }
 
+TEST(ErrorText, percentSignsInTheFilesName_stay) {
+    EXPECT_EQ(plain(errorText("100%1%2.csv", {2, 3, "wrong"})), "100%1%2.csv:2:3: wrong");
+}
+
 TEST(ErrorText, longText_isShortenedInTheMiddle) {
     const QString text = errorText(
         "t.csv", {1, 1, "\"" + QString(1000000, 'x') + "\" is no column; the columns are a,b"});

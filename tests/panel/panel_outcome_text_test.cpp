@@ -1,4 +1,4 @@
-#include "panel/commands/outcome_text.h"
+#include "panel/output/outcome_text.h"
 
 #include "panel/text.h"
 
@@ -74,6 +74,56 @@ TEST(LeftBehind, recipeOfWhichNothingCanBeThere_saysNothing) {
     outcome = failedDownload();
     outcome.direction = RecipeDirection::Upload;
     EXPECT_TRUE(leftBehind(outcome).isEmpty());
+}
+
+TEST(WriteSummary, ofOneOfSeveralPlcs_namesIt) {
+    const LineSettings settings;
+    const QString plc = "left";
+    EXPECT_EQ(plain(writeSummary(failedWrite(WriteResult::Taken, 6, 0), settings, {}, plc)),
+              "written: left/DM 100 (6 words)");
+    EXPECT_TRUE(writeSummary(failedWrite(WriteResult::Unknown, 0, 2), settings, {}, plc)
+                    .startsWith("writing left/DM 100 (2 words) failed"));
+}
+
+TEST(WriteSummary, refusedByTheMode_namesTheOptionThatAllowsItsChange) {
+    LineSettings settings;
+    WriteOutcome refused = failedWrite(WriteResult::Refused, 0, 0);
+    refused.last.refusals = 3;
+    refused.last.refused = true;
+    refused.last.endCode = 0x2203;
+    SettingNames names;
+    names.allowModeChange = "--allow-mode-change";
+    EXPECT_TRUE(writeSummary(refused, settings, names)
+                    .endsWith("; --allow-mode-change allows the change to MONITOR mode"));
+    settings.allowModeChange = true;
+    EXPECT_FALSE(writeSummary(refused, settings, names).contains("--allow-mode-change"));
+    settings.allowModeChange = false;
+    refused.last.endCode = 0x2205;
+    EXPECT_FALSE(writeSummary(refused, settings, names).contains("--allow-mode-change"));
+}
+
+TEST(ModeChangeNotes, secondChangeForTheSameWords_isNotToldAsAnotherWrite) {
+    RequestEnd end;
+    end.write = true;
+    end.reg = "DM";
+    end.address = 100;
+    end.length = 2;
+    end.modeChange = true;
+    end.modeChangeEnd = 0;
+    end.refusalBeforeModeChange = 0x2206;
+    ModeChangeNotes notes("writing once more", true);
+    EXPECT_EQ(plain(notes.of(end)),
+              "DM 100 (2 words) was refused (2206 wrong mode: the PLC is in RUN mode); the driver "
+              "has asked for MONITOR mode, writing once more");
+    EXPECT_EQ(plain(notes.of(end)), "");
+    end.address = 102; // the next piece
+    EXPECT_NE(plain(notes.of(end)), "");
+    ModeChangeNotes whole("starting once more", false);
+    EXPECT_NE(plain(whole.of(end)), "");
+    end.address = 104; // nothing starts a third time
+    EXPECT_EQ(plain(whole.of(end)), "");
+    end.modeChangeEnd = -1;
+    EXPECT_EQ(plain(notes.of(end)), "");
 }
 
 TEST(WriteSummary, outcomes_oneLineEach) {

@@ -56,6 +56,8 @@ const BadRecipe BAD_RECIPES[] = {
     {"bitRegister", "a,CIO_bit,1.0,1,0,\n", "r.csv:2:3: register: CIO_bit is a bit register"},
     {"unknownRegister", "a,XX,1,1,0,\n", "r.csv:2:3: register: \"XX\" is no register"},
     {"addressRange", "a,DM,32768,1,0,\n", "r.csv:2:6: address: DM 32768 lies outside"},
+    {"percentSigns", "a,DM,0,%2%3,0,\n",
+     "r.csv:2:8: count: \"%2%3\": right is a whole number from 1 to 100"},
     {"countTooLarge", "a,DM,0,101,0,\n",
      "r.csv:2:8: count: \"101\": right is a whole number from 1 to 100"},
     {"offsetBeyondBuffer", "a,DM,0,2,99,\n",

@@ -1,7 +1,8 @@
-#include "panel/commands/outcome_text.h"
+#include "panel/output/outcome_text.h"
 
 #include "panel/output/output.h"
 
+#include <velkor/host/end_codes.h>
 #include <velkor/host/line.h>
 
 #include <algorithm>
@@ -87,18 +88,25 @@ QStringList interruptedText(const RecipeOutcome& outcome) {
     return lines;
 }
 
-QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings) {
-    const QString request = requestText(outcome.reg, outcome.address, outcome.count);
+QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,
+                     const SettingNames& names, const QString& plc) {
+    const QString place = plc.isEmpty() ? QString() : plc + QLatin1Char('/');
+    const QString request = place + requestText(outcome.reg, outcome.address, outcome.count);
+    const RequestEnd& last = outcome.last;
     QString text = QStringLiteral("written: ") + request;
     if (outcome.result != WriteResult::Taken) {
-        text = outcome.last.tries > 0
-                   ? QStringLiteral("writing %1 failed").arg(requestText(outcome.last))
-                   : QStringLiteral("not written: %1").arg(request);
+        text = last.tries > 0 ? QStringLiteral("writing ") + place + requestText(last) +
+                                    QStringLiteral(" failed")
+                              : QStringLiteral("not written: ") + request;
         for (const QString& line : leftBehind(outcome)) {
             text += QStringLiteral("; ") + line;
         }
-        if (outcome.last.tries > 0) {
-            text += QStringLiteral(": ") + failureReason(outcome.last, settings);
+        if (last.tries > 0) {
+            text += QStringLiteral(": ") + failureReason(last, settings, names);
+        }
+        if (last.refused && isModeRefusal(last.endCode) && !settings.allowModeChange) {
+            text += QStringLiteral("; ") + names.allowModeChange +
+                    QStringLiteral(" allows the change to MONITOR mode");
         }
     }
     if (outcome.modeSwitched) {
@@ -108,6 +116,18 @@ QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings) 
                                "asked to, and did not answer");
     }
     return text;
+}
+
+QString ModeChangeNotes::of(const RequestEnd& end) {
+    const bool changed = end.modeChangeEnd >= 0 && isNormalEnd(end.modeChangeEnd);
+    const bool again = m_ofEachPiece ? m_told == requestText(end) : !m_told.isEmpty();
+    if (!end.write || end.ok || !changed || again) {
+        return QString();
+    }
+    m_told = requestText(end);
+    return requestText(end) + QStringLiteral(" was refused (") +
+           endCodeText(end.refusalBeforeModeChange) +
+           QStringLiteral("); the driver has asked for MONITOR mode, ") + m_next;
 }
 
 } // namespace panel

@@ -1,0 +1,49 @@
+#ifndef VELKOR_PANEL_OUTPUT_OUTCOME_TEXT_H
+#define VELKOR_PANEL_OUTPUT_OUTCOME_TEXT_H
+
+/// What became of writes and recipes: what the PLC now holds when something did not end well.
+
+#include <velkor/host/outcome.h>
+
+#include <QtCore/QStringList>
+
+namespace panel {
+using namespace velkor_host;
+
+/// Of a write: what was written, what perhaps, what was not. One line each; none where the failed
+/// request says it all.
+QStringList leftBehind(const WriteOutcome& outcome);
+
+/// Of a recipe download that did not end well. None when nothing of it can be in the PLC.
+QStringList leftBehind(const RecipeOutcome& outcome);
+
+/// Of a write or a download that a signal has ended: what the PLC may hold of it. One line each.
+QStringList interruptedText(const WriteOutcome& outcome);
+QStringList interruptedText(const RecipeOutcome& outcome);
+
+/// "written: DM 100 (2 words)", or what went wrong, on one line. With several PLCs `plc` names its
+/// own: "written: left/DM 100 (2 words)". `names` as in failureReason().
+QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,
+                     const SettingNames& names = SettingNames(), const QString& plc = QString());
+
+/// What is told of changes of the PLC's mode while a command writes.
+class ModeChangeNotes {
+public:
+    /// `next`: what comes after the first change, "writing once more"; that of each piece, or of
+    /// the whole command.
+    ModeChangeNotes(const QString& next, bool ofEachPiece)
+        : m_next(next), m_ofEachPiece(ofEachPiece) {}
+
+    /// Of a request that has ended; empty when it is nothing to tell. After a second change nothing
+    /// is done once more, and nothing is told.
+    QString of(const RequestEnd& end);
+
+private:
+    QString m_next;
+    bool m_ofEachPiece;
+    QString m_told; ///< the request
+};
+
+} // namespace panel
+
+#endif
