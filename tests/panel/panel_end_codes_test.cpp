@@ -51,8 +51,8 @@ TEST(IsSurelyNotDone, endCode_refusalsOnly) {
     for (const int refusal : {0x1103, 0x2101, 0x2203, 0x22C3, 0x9103, 0x0401}) {
         EXPECT_TRUE(isSurelyNotDone(refusal)) << refusal;
     }
-    // Normal ends, what says only that no answer came back (cancelled, retries failed, timeout), and
-    // codes whose meaning is not known.
+    // Normal ends, what says only that no answer came back (cancelled, retries failed, timeout),
+    // and codes whose meaning is not known.
     for (const int other : {0x0000, 0x0040, 0x0001, 0x0103, 0x0205, 0x8205, 0x0303, 0x1234}) {
         EXPECT_FALSE(isSurelyNotDone(other)) << other;
     }

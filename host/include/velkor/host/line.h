@@ -80,8 +80,8 @@ public:
 
     /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
     QString open();
-    /// Ends everything: each write, read and recipe that is not settled is told with what is known by
-    /// then (a write as Refused, Unknown or NotReached, a read as not ok, a recipe as GivenUp or
+    /// Ends everything: each write, read and recipe that is not settled is told with what is known
+    /// by then (a write as Refused, Unknown or NotReached, a read as not ok, a recipe as GivenUp or
     /// NotVerified; from the event loop, as always), every tag goes back to NotRead,
     /// which onTags tells. The tags are kept, and polled again after the next open(). Does nothing
     /// when closed. Nothing is told from inside this call: a program that is to end with every
