@@ -14,6 +14,8 @@
 
 #include <algorithm>
 
+#include <unistd.h>
+
 namespace panel {
 namespace {
 
@@ -91,7 +93,10 @@ private:
             return QString();
         }
         m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
-        m_changes = std::make_unique<ChangeLines>(m_context.out, m_context.options.format, m_tags);
+        m_changes =
+            std::make_unique<ChangeLines>(m_context.out, m_context.options.format, m_tags, [this] {
+                return m_signals.waitUntilWritable(STDOUT_FILENO);
+            });
         return m_signals.open();
     }
 

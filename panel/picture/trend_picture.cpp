@@ -109,14 +109,14 @@ public:
         }
     }
 
-    void drawLimit(const std::optional<double>& limit, const char* name) {
+    void drawLimit(const std::optional<double>& limit, const QString& name) {
         if (!limit || !std::isfinite(*limit)) {
             return;
         }
         const QString dash = m_unicode ? QString(QChar(0x2504)) : QStringLiteral("-");
         const int y = m_area.y + lineOf(m_scale, *limit, m_area.height);
         m_grid->put(m_area.x, y, dash.repeated(m_area.width), OUTSIDE);
-        label(*limit, QString::fromLatin1(name) + QLatin1Char(' ') + numberText(*limit), OUTSIDE);
+        label(*limit, name + QLatin1Char(' ') + numberText(*limit), OUTSIDE);
     }
 
     void drawDots(const QVector<Sample>& samples);
@@ -265,8 +265,8 @@ void drawStrip(Grid* grid, const TrendInput& input, const TrendTag& tag, int y, 
     }
     Chart chart(grid, area, roundScale(low, high, area.height / 3), input.unicode);
     chart.drawScale();
-    chart.drawLimit(tag.label.low, "low");
-    chart.drawLimit(tag.label.high, "high");
+    chart.drawLimit(tag.label.low, QStringLiteral("low"));
+    chart.drawLimit(tag.label.high, QStringLiteral("high"));
     chart.drawGaps(tag.samples);
     if (input.unicode) {
         chart.drawDots(tag.samples);
@@ -275,8 +275,11 @@ void drawStrip(Grid* grid, const TrendInput& input, const TrendTag& tag, int y, 
     }
 }
 
+/// Each tag's limits bear its letter; a gap is of any of them.
 void drawOneScale(Grid* grid, const TrendInput& input, int y, int height) {
-    const int count = std::min({static_cast<int>(input.tags.size()), 26, std::max(1, height - 3)});
+    const int LETTERS = 'x' - 'a'; // x marks a gap
+    const int count =
+        std::min({static_cast<int>(input.tags.size()), LETTERS, std::max(1, height - 3)});
     const QVector<TrendTag> tags = input.tags.mid(0, count);
     for (int index = 0; index < count; ++index) {
         drawTagLine(grid, y + index, tags.at(index), QString(QChar('a' + index)) + QLatin1Char(' '),
@@ -288,10 +291,19 @@ void drawOneScale(Grid* grid, const TrendInput& input, int y, int height) {
     if (!findRange(tags, &low, &high)) {
         grid->put(area.x, area.y, QStringLiteral("no number was read in this time"),
                   {Ink::Faint, false});
+        for (const TrendTag& tag : tags) {
+            Chart(grid, area, Scale(), input.unicode).drawGaps(tag.samples);
+        }
         return;
     }
     Chart chart(grid, area, roundScale(low, high, area.height / 3), input.unicode);
     chart.drawScale();
+    for (int index = 0; index < count; ++index) {
+        const QString letter = QString(QChar('a' + index)) + QLatin1Char(' ');
+        chart.drawLimit(tags.at(index).label.low, letter + QStringLiteral("low"));
+        chart.drawLimit(tags.at(index).label.high, letter + QStringLiteral("high"));
+        chart.drawGaps(tags.at(index).samples);
+    }
     for (int index = 0; index < count; ++index) {
         chart.drawLetters(tags.at(index).samples, QChar('a' + index));
     }

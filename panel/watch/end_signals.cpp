@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -71,6 +72,13 @@ QString EndSignals::open() {
         }
     });
     return QString();
+}
+
+bool EndSignals::waitUntilWritable(int descriptor) const {
+    pollfd both[] = {{descriptor, POLLOUT, 0}, {m_descriptor, POLLIN, 0}};
+    while (::poll(both, 2, -1) < 0 && errno == EINTR) {
+    }
+    return both[0].revents != 0 || both[1].revents == 0;
 }
 
 EndSignals::~EndSignals() {

@@ -44,6 +44,10 @@ public:
     QString open();
     std::function<void()> onEnd;
 
+    /// Waits until `descriptor` takes something more, a page of a pipe at least, or would fail at
+    /// once. False: one of the signals has come before that; onEnd is called all the same.
+    bool waitUntilWritable(int descriptor) const;
+
 private:
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;

@@ -5,6 +5,12 @@
 
 #include <csignal>
 
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 class PanelOutputEnd : public Programs {
@@ -54,6 +60,36 @@ TEST_F(PanelOutputEnd, longOutput_readerLeaves_endsAsOtherToolsDo) {
     const Ended ended = panelInShell("{", {"layout", "DM", "0", "32767", "1"},
                                      "; echo \"exit code $?\" >&2; } | head -n 1");
     EXPECT_EQ(plain(ended.err), "exit code 141\n");
+}
+
+TEST_F(PanelOutputEnd, watch_readerThatStopsReading_isEndedBySigterm) {
+    startPlc({"--process", "tank"});
+    const QByteArray pipe = path("pipe").toLocal8Bit();
+    ASSERT_EQ(mkfifo(pipe.constData(), 0600), 0);
+    const int reader = ::open(pipe.constData(), O_RDWR | O_NONBLOCK);
+    ASSERT_GE(reader, 0);
+    ASSERT_GT(::fcntl(reader, F_SETPIPE_SZ, 4096), 0); // a page, which is soon full
+    Running watch;
+    watch.start("/bin/sh", {"-c", "exec \"$0\" \"$@\" > '" + path("pipe") + "'",
+                            VELKOR_PANEL_PROGRAM, "--plc", plcAddress(), "watch", "DM:0:20",
+                            "--scan-interval", "10", "--format", "json", "--seconds", "30"});
+    // Values change ten times a second: when nothing has come for two, it is stuck.
+    QElapsedTimer still;
+    still.start();
+    int bytes = 0;
+    while (bytes == 0 ? still.elapsed() < PATIENCE_MS : still.elapsed() < 2000) {
+        int now = 0;
+        ::poll(nullptr, 0, 20);
+        ::ioctl(reader, FIONREAD, &now);
+        if (now != bytes) {
+            bytes = now;
+            still.restart();
+        }
+    }
+    ASSERT_GT(bytes, 0);
+    const Ended ended = watch.stop(SIGTERM);
+    EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
+    ::close(reader);
 }
 
 TEST_F(PanelOutputEnd, watch_intoAFullDisk_endsAndSaysWhy) {

@@ -126,6 +126,24 @@ TEST(TrendPicture, limits_areDrawnAndNamed) {
     EXPECT_TRUE(all.contains("     low 2+")) << plain(all);
 }
 
+TEST(TrendPicture, oneScale_drawsLimitsAndGapsToo) {
+    TrendTag limited = tag("level", samples("vvvvvvxxvv"));
+    limited.label.low = 2;
+    limited.label.high = 14;
+    TrendInput trend = input({tag("speed", samples("vvvvvvvvvv")), limited}, false);
+    trend.oneScale = true;
+    const Grid grid = trendPicture(trend);
+    QStringList lines;
+    for (int y = 3; y < 11; ++y) {
+        lines.append(grid.line(y));
+    }
+    const QString all = lines.join('\n');
+    EXPECT_TRUE(all.contains(" b high 14+-")) << plain(all);
+    EXPECT_TRUE(all.contains("   b low 2+")) << plain(all);
+    EXPECT_TRUE(all.contains("xx")) << plain(all);
+    EXPECT_TRUE(all.contains('a')) << plain(all);
+}
+
 TEST(TrendPicture, unicode_drawsFinerThanCells) {
     // 0 to 19 on a scale from 0 to 20, in 32 lines of dots: 0 stands on dot line 31, 1 on 29,
     // joined by 30, and 2 on 28.
