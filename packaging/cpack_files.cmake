@@ -6,6 +6,9 @@ foreach(library IN LISTS static_libraries)
                             --remove-section=.comment ${library}
                     COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
+# Folders have been made with the umask of whoever packs.
+execute_process(COMMAND find ${CPACK_TEMPORARY_DIRECTORY} -type d -exec chmod 755 {} +
+                COMMAND_ERROR_IS_FATAL ANY)
 execute_process(COMMAND find ${CPACK_TEMPORARY_DIRECTORY}
                         -exec touch --no-dereference --date=@$ENV{SOURCE_DATE_EPOCH} {} +
                 COMMAND_ERROR_IS_FATAL ANY)
