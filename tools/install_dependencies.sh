@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
 # Installs what velkor is built and tested with, and only what is missing. Asks nothing.
-# Usage: tools/install_dependencies.sh [--ci]   (--ci: also what only .ci/run needs)
 # Usage: tools/install_dependencies.sh [--ci]   (--ci: also what .ci/run needs beyond ./test.sh)
 set -eu
 cd "$(dirname "$0")/.."
