@@ -31,7 +31,7 @@ enum RegisterField {
     FIELD_COUNT = 5
 };
 
-/// The same as a == b, which costs four times as much for names of two or three characters.
+/// The same as a == b, which costs three times as much for names of two or three characters.
 inline bool isSameName(const QString& a, const QString& b) {
     return a.size() == b.size() &&
            std::equal(a.constData(), a.constData() + a.size(), b.constData());
