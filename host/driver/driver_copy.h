@@ -5,8 +5,8 @@
 ///
 /// The system's loader gives everybody who opens a file the same library, and the driver has one
 /// state for each loaded library. So the file is copied, the copy is loaded, and its name is taken
-/// off the disk at once. A process killed in the moment between leaves that one file, velkor-XXXXXX.so,
-/// where temporary files lie.
+/// off the disk at once. A process killed in the moment between leaves that one file,
+/// velkor-XXXXXX.so, where temporary files lie.
 
 #include "host/driver/driver_api.h"
 

@@ -21,8 +21,8 @@ QString readFile(const QString& path, QByteArray* bytes);
 /// device or a named pipe (which waits for its reader), takes the bytes as they come.
 QString saveFile(const QString& path, const QByteArray& bytes);
 
-/// Do both paths name one file, by whatever way: links followed, and also where there is no file yet?
-/// False for what is no file, such as a device.
+/// Do both paths name one file, by whatever way: links followed, and also where there is no file
+/// yet? False for what is no file, such as a device.
 bool isSameFile(const QString& one, const QString& other);
 
 /// Is that path another name of standard output, such as /dev/stdout?

@@ -19,8 +19,9 @@ void prepareStandardOutput();
 bool stillRead(QTextStream& out);
 
 /// The last word of main(): gives back the exit code, or 1 with a message on `err` when output was
-/// lost, and 1 without one when what was said on `err`, standard error, was lost. When the pipe's reader has gone it does not return: the program ends as other programs do
-/// then, by SIGPIPE without a message, unless it was started with that signal ignored.
+/// lost, and 1 without one when what was said on `err`, standard error, was lost. When the pipe's
+/// reader has gone it does not return: the program ends as other programs do then, by SIGPIPE
+/// without a message, unless it was started with that signal ignored.
 int finishOutput(QTextStream& out, QTextStream& err, int exitCode);
 
 } // namespace panel
