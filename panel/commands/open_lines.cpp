@@ -46,16 +46,7 @@ QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
                    "such as 192.168.250.1, or a name")
             .arg(*host);
     }
-    if (isFourParts(*host)) {
-        plc->address.setAddress(*host);
-    }
-    const auto inAddress = [](QChar c) { return c.isDigit() || c == QLatin1Char('.'); };
-    if (std::all_of(host->begin(), host->end(), inAddress)) {
-        return QStringLiteral(
-                   "--plc \"%1\": that is no IPv4 address; right are four numbers from 0 "
-                   "to 255, or a name")
-            .arg(*host);
-    }
+    plc->address = isFourParts(*host) ? QHostAddress(*host) : QHostAddress();
     return QString();
 }
 
