@@ -103,6 +103,14 @@ TEST_F(PanelOutputEnd, watch_intoAFullDisk_endsAndSaysWhy) {
     }
 }
 
+TEST_F(PanelOutputEnd, fileThatMayNotGrow_isToldAsAFullDisk) {
+    startPlc();
+    const Ended ended =
+        panelInShell("ulimit -f 1;", {"--pcap", path("trace.pcap"), "read", "DM", "0", "20000"});
+    EXPECT_EQ(ended.exitCode, 1); // and no signal
+    EXPECT_TRUE(ended.err.contains("trace.pcap")) << plain(ended.err);
+}
+
 TEST_F(PanelOutputEnd, everyCommand_intoAFullDisk_isNoSuccess) {
     startPlc();
     const QString recipe = file("recipe.csv", "name,register,address\na,DM,1\n");
