@@ -21,8 +21,7 @@ std::uint16_t find(const ItemAddress& start, std::uint32_t count, const Without&
 
 } // namespace
 
-Answer readMemory(const Memory& memory, const Without& without, const Bytes& request,
-                  std::size_t maxMessage) {
+Answer readMemory(const Memory& memory, const Without& without, const Bytes& request) {
     if (request.size() != kDataAt) {
         return refused(request.size() < kDataAt ? endcode::kTooShort : endcode::kTooLong);
     }
@@ -31,9 +30,6 @@ Answer readMemory(const Memory& memory, const Without& without, const Bytes& req
         find(itemAddressAt(request, kParameters), get16(request, kCountAt), without, run);
     if (located != endcode::kNormal) {
         return refused(located);
-    }
-    if (kReplyData + run.count * sizeOf(run.kind) > maxMessage) {
-        return refused(endcode::kResponseTooLong);
     }
     Answer answer;
     for (std::uint32_t i = 0; i < run.count; ++i) {
@@ -93,8 +89,7 @@ Answer fillMemory(Memory& memory, const Without& without, const Bytes& request) 
     return {};
 }
 
-Answer readMultiple(const Memory& memory, const Without& without, const Bytes& request,
-                    std::size_t maxMessage) {
+Answer readMultiple(const Memory& memory, const Without& without, const Bytes& request) {
     const std::size_t length = request.size() - kParameters;
     if (length == 0 || length % kItemAddressSize != 0) {
         return refused(endcode::kTooShort);
@@ -109,9 +104,6 @@ Answer readMultiple(const Memory& memory, const Without& without, const Bytes& r
         }
         answer.data.push_back(item.areaCode);
         appendItem(memory, run, 0, answer.data);
-    }
-    if (kReplyData + answer.data.size() > maxMessage) {
-        return refused(endcode::kResponseTooLong);
     }
     return answer;
 }

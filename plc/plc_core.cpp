@@ -56,7 +56,10 @@ std::optional<Bytes> Core::handle(const Bytes& request) {
         break;
     }
     ++counters_.commands;
-    const Answer answer = execute(request);
+    Answer answer = execute(request);
+    if (kReplyData + answer.data.size() > options_.maxMessage) { // what writes has no data
+        answer = refused(endcode::kResponseTooLong);
+    }
     if ((request[kIcf] & kIcfNoReplyWanted) != 0) {
         ++counters_.noReplyWanted;
         return std::nullopt;
@@ -81,7 +84,7 @@ Answer Core::execute(const Bytes& request) {
     }
     switch (get16(request, kMrc)) {
     case command::kMemoryRead:
-        return readMemory(memory_, options_.refused, request, options_.maxMessage);
+        return readMemory(memory_, options_.refused, request);
     case command::kMemoryWrite:
         return writesAllowed() ? writeMemory(memory_, options_.refused, request)
                                : refused(refusalOf(mode()));
@@ -89,7 +92,7 @@ Answer Core::execute(const Bytes& request) {
         return writesAllowed() ? fillMemory(memory_, options_.refused, request)
                                : refused(refusalOf(mode()));
     case command::kMultipleRead:
-        return readMultiple(memory_, options_.refused, request, options_.maxMessage);
+        return readMultiple(memory_, options_.refused, request);
     case command::kRun:
         return run(request, options_.mode);
     case command::kStop:

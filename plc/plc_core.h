@@ -34,7 +34,7 @@ struct Options {
     // Set: writes and fills are refused in every other mode, with 2203 (the PLC is in PROGRAM),
     // 2204 (DEBUG), 2205 (MONITOR) or 2206 (RUN). Unset: writes are taken in every mode.
     std::optional<Mode> writesOnlyIn;
-    // Longest frame in bytes, both ways: a longer request gets 1001, a read whose reply would be
+    // Longest frame in bytes, both ways: a longer request gets 1001, a command whose reply would be
     // longer 110B.
     std::size_t maxMessage = 2012;
     // A non-fatal error is present: SRES bit 6 is set in every reply, so success reads 0040.

@@ -138,6 +138,16 @@ TEST(PlcIdentity, controllerData_parts_have92And66Bytes) {
     EXPECT_EQ(core.handle(plc_test::command("05 01 01"))->size(), 14U + 66U);
 }
 
+TEST(PlcIdentity, controllerData_replyOverLongestMessage_gets110B) {
+    plc::Options options;
+    options.maxMessage = 105; // 14 and 92 bytes are 106
+    plc::Core core(options);
+    EXPECT_EQ(ask(core, "05 01 00"), "11 0B");
+    options.maxMessage = 106;
+    plc::Core larger(options);
+    EXPECT_EQ(ask(larger, "05 01 00").substr(0, 5), "00 00");
+}
+
 TEST(PlcIdentity, controllerData_wrong_getsItsEndCode) {
     plc::Core core;
     EXPECT_EQ(ask(core, "05 01 02"), "11 0C");
