@@ -2,9 +2,6 @@
 
 #include "support/message_handler.h"
 
-#include <cstring>
-#include <new>
-
 namespace {
 
 const std::size_t hostBlockSize = 60117;
@@ -19,15 +16,6 @@ void recordMessage(const std::string& text) {
 }
 
 } // namespace
-
-// The object relies on zeroed static storage, so its bytes are zeroed first, through a pointer that
-// the compiler cannot follow into the constructor.
-void rebuildDriver() {
-    driver.~velkor();
-    void* volatile storage = &driver;
-    std::memset(storage, 0, sizeof(velkor));
-    new (storage) velkor();
-}
 
 FreshDriver* FreshDriver::current = nullptr;
 

@@ -6,16 +6,13 @@
 
 #include "driver/velkor.h"
 #include "support/notice.h"
+#include "support/rebuild_driver.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <string>
 #include <vector>
-
-/// Destroys `driver`, zeroes its bytes and constructs it in place: the driver as static
-/// initialisation leaves it, bound to no host.
-void rebuildDriver();
 
 class FreshDriver : public ::testing::Test {
 protected:
