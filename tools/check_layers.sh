@@ -6,7 +6,8 @@
 #   values <- wire <- driver <- poll <- jobs <- watch <- line
 #                                    the rooms of host/: a room includes itself and those left of it,
 #                                    the layer's own headers, the driver's two installed headers,
-#                                    QtCore, QtNetwork, libpcap and the C++ standard library
+#                                    QtCore, QtNetwork, libpcap and the C++ standard library;
+#                                    driver, which loads it, the system's loader
 #   host/include/                    installed: includes only what is installed, Qt, libpcap and the
 #                                    C++ standard library
 #   picture <- screen <- output <- watch <- files <- options <- commands
@@ -135,6 +136,9 @@ check_host_room() { # room, then the rooms it may see
             *) breach "$file" "$line" "$included" "host/$room/ may see only: $*" ;;
             esac ;;
         '"'*'"') breach "$file" "$line" "$included" 'the host layer includes "host/ROOM/FILE.h"' ;;
+        '<dlfcn.h>' | '<link.h>')
+            [ "$room" = driver ] ||
+                breach "$file" "$line" "$included" 'the loader is asked by host/driver/ alone' ;;
         *)
             allowed_outside_host "$included" ||
                 breach "$file" "$line" "$included" \

@@ -58,10 +58,12 @@ run "$prefix/project/build/two_lines"
 # shellcheck disable=SC2046
 "$compiler" -std=c++17 "$@" "$source/examples/two_lines.cpp" -o "$prefix/elsewhere" \
     $(pkg-config --cflags --libs velkor-host) "-Wl,-rpath,$libdir"
-mkdir "$prefix/away"
-mv "$prefix/elsewhere" "$prefix/away"
+# Deep enough that no folder of the prefix lies beside it as ../lib.
+away=$prefix/away/from/it
+mkdir -p "$away"
+mv "$prefix/elsewhere" "$away"
 status=0
-env -u LD_LIBRARY_PATH "$prefix/away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
+env -u LD_LIBRARY_PATH "$away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
 if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/out"; then
     echo "a host outside the prefix ended with $status:" >&2
     cat "$prefix/out" >&2
@@ -69,8 +71,8 @@ if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/o
 fi
 # With the driver taken away it says where it has looked, and what the host may set.
 rm "$libdir"/libvelkor.so*
-env -u LD_LIBRARY_PATH "$prefix/away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || true
-if ! grep -q "there is no libvelkor.so.1 in .*$libdir.*LineSettings::driverFile" "$prefix/out"; then
+env -u LD_LIBRARY_PATH "$away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || true
+if ! grep -q "there is no libvelkor.so.1 in .*$(realpath -s "$libdir"),.*LineSettings::driverFile" "$prefix/out"; then
     echo "without a driver a host outside the prefix said:" >&2
     cat "$prefix/out" >&2
     exit 1
