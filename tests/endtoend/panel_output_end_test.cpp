@@ -3,6 +3,8 @@
 
 #include "endtoend/programs.h"
 
+#include <QtCore/QFile>
+
 #include <csignal>
 
 #include <fcntl.h>
@@ -105,10 +107,15 @@ TEST_F(PanelOutputEnd, watch_intoAFullDisk_endsAndSaysWhy) {
 
 TEST_F(PanelOutputEnd, fileThatMayNotGrow_isToldAsAFullDisk) {
     startPlc();
+    // A limit that leaves room for the panel's own copy of the driver; the output, of which hardly
+    // anything is on the disk, has reached it.
+    QFile output(path("output"));
+    ASSERT_TRUE(output.open(QIODevice::WriteOnly));
+    ASSERT_TRUE(output.resize(200 * 1024 * 1024));
     const Ended ended =
-        panelInShell("ulimit -f 1;", {"--pcap", path("trace.pcap"), "read", "DM", "0", "20000"});
+        panelInShell("ulimit -f 200000;", {"read", "DM", "0"}, ">> '" + path("output") + "'");
     EXPECT_EQ(ended.exitCode, 1); // and no signal
-    EXPECT_TRUE(ended.err.contains("trace.pcap")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("the output could not be written")) << plain(ended.err);
 }
 
 TEST_F(PanelOutputEnd, everyCommand_intoAFullDisk_isNoSuccess) {
@@ -147,14 +154,6 @@ TEST_F(PanelOutputEnd, outputClosed_isNoSuccessAndThePlcIsNotSentTheOutput) {
     const QString plc = m_plc.stop(SIGTERM).out;
     EXPECT_TRUE(plc.contains("stopped: requests 1, replies 1, refused 0, ignored 0;"))
         << plain(plc);
-}
-
-/// It was asked for, and nobody has it.
-TEST_F(PanelOutputEnd, traceIntoAFullDisk_isNoSuccess) {
-    startPlc();
-    EXPECT_EQ(panelInShell("exec", {"--trace", "read", "DM", "5"}, "2>/dev/full").exitCode, 1);
-    EXPECT_EQ(panelInShell("exec", {"--trace", "read", "DM", "5"}, "2>&-").exitCode, 1);
-    EXPECT_EQ(panelInShell("exec", {"read", "DM", "5"}, "2>/dev/full").exitCode, 0);
 }
 
 } // namespace
