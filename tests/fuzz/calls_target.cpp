@@ -157,6 +157,9 @@ private:
                                      "7#0#0#3#8",  "7",         "7#0#0#3#2000"};
         const int choice = m_input.upTo(7);
         DriverHost::bind(choice < 7 ? QByteArray(usual[choice]) : m_input.bytes());
+        if (choice == 6) {
+            driver.SID = 253; // as after 253 frames: the next but one begins anew
+        }
     }
 
     void othersExported() {
