@@ -34,15 +34,17 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t siz
     if (!content.errors.isEmpty()) {
         return 0;
     }
-    QString written;
+    // Behind a header, as the panel writes: at the start of a file a mark of the byte order is none
+    // of the text.
+    QString written = QStringLiteral("header\n");
     for (const panel::CsvRow& row : content.rows) {
         written += panel::csvLine(textsOf(row)) + QLatin1Char('\n');
     }
     const panel::CsvContent again = panel::parseCsv(written.toUtf8());
-    require(again.errors.isEmpty() && again.rows.size() == content.rows.size(),
+    require(again.errors.isEmpty() && again.rows.size() == content.rows.size() + 1,
             "what is written can be read");
-    for (int i = 0; i < again.rows.size(); ++i) {
-        require(textsOf(again.rows.at(i)) == textsOf(content.rows.at(i)), "and says the same");
+    for (int i = 0; i < content.rows.size(); ++i) {
+        require(textsOf(again.rows.at(i + 1)) == textsOf(content.rows.at(i)), "and says the same");
     }
     return 0;
 }
