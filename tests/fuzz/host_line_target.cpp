@@ -207,7 +207,8 @@ private:
     }
     static void judge(const RequestEnd& end) {
         require(end.tries > 0, "a request that is told has been sent");
-        require(!failureText(end, LineSettings(), {0, 1, 0, 0, 10, 0}).isEmpty(), "it has a text");
+        require(failureText(end, LineSettings(), {0, 1, 0, 0, 10, 0}).isEmpty() == end.ok,
+                "a failure, and nothing else, has a text");
     }
     static void judge(const ScanEnded&) {}
 
