@@ -12,6 +12,7 @@ const int AGE_WIDTH = 7;
 const int CHANGES_WIDTH = 7;
 const int GRAPH_WIDTH = 16;
 const int VALUE_WIDTH = 40;
+const int LEAST_GRAPH_WIDTH = 4; // of its heading, "LAST"
 const int WIDE_SCREEN = 100;
 
 /// Columns of each, 0: it is not shown.
@@ -55,6 +56,12 @@ Widths widthsFor(const NaturalWidths& natural, int screenWidth) {
         if (excess > 0 && width > step.least) {
             width = std::max(step.least, width - excess);
         }
+    }
+    if (widths.graph < LEAST_GRAPH_WIDTH) {
+        widths.graph = 0;
+    }
+    if (widths.changes < CHANGES_WIDTH) {
+        widths.changes = 0;
     }
     return widths;
 }

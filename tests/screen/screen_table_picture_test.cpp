@@ -104,6 +104,15 @@ TEST_F(TablePicture, oneTag_showsItsColumns) {
     EXPECT_EQ(line(23), "message");
 }
 
+TEST_F(TablePicture, noRoomForTheGraphsHeading_leavesTheGraphOut) {
+    m_model.add("the_level_of_the_northern_tank");
+    m_model.addPlc("P1");
+    for (int width = 60; width <= 120; ++width) {
+        EXPECT_EQ(line(1, width).find(u8"\u2026"), std::string::npos) << line(1, width);
+    }
+    EXPECT_NE(line(1, 120).find("LAST VALUES"), std::string::npos);
+}
+
 TEST_F(TablePicture, statesOfTags_standInLineAndAreMarked) {
     m_model.add("a").status.state = TagState::Stale;
     m_model.add("b").status.state = TagState::Refused;
