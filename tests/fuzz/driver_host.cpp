@@ -296,7 +296,7 @@ QByteArray anyReply(const FRAME_PRO& frame, Input& input) {
         put(9, input.byte());
         break;
     case 4:
-        reply.resize(std::min<int>(reply.size(), input.byte()));
+        reply.resize(std::min(static_cast<int>(reply.size()), int(input.byte())));
         break;
     case 5:
         reply += input.bytes();
@@ -304,7 +304,7 @@ QByteArray anyReply(const FRAME_PRO& frame, Input& input) {
     case 6: { // its words from the input
         const QByteArray words = input.bytes();
         reply.replace(14, words.size(), words);
-        reply.resize(std::min<int>(reply.size(), std::max(frame.rcvLen, 0)));
+        reply.resize(std::min(static_cast<int>(reply.size()), std::max(frame.rcvLen, 0)));
         break;
     }
     case 7:
