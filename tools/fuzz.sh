@@ -42,9 +42,11 @@ slice() {
     local flags=(-max_total_time="$seconds" -timeout=20 -rss_limit_mb=2560 -max_len=4096
         -print_final_stats=1 -artifact_prefix="$folder/findings/")
     [ -f "$dictionary" ] && flags+=(-dict="$dictionary")
+    local inputs=("$folder/new")
+    [ -d "tests/fuzz/corpus/$target" ] && inputs+=("tests/fuzz/corpus/$target")
     # The time limit is for a program that does not keep its own.
     timeout -k 10 $((seconds + 120)) "$programs/fuzz_$target" "${flags[@]}" \
-        "$folder/new" "tests/fuzz/corpus/$target" >"$folder/log" 2>&1 || run=$?
+        "${inputs[@]}" >"$folder/log" 2>&1 || run=$?
     # The last line that tells a number of executions; after a finding there are no final statistics.
     sed -nE 's/^#([0-9]+).*/\1/p; s/^stat::number_of_executed_units: ([0-9]+)/\1/p' "$folder/log" |
         tail -1 >>"$folder/executions"
@@ -168,7 +170,7 @@ fi
 declare -A before new_before
 for target in "${targets[@]}"; do
     [ -x "$programs/fuzz_$target" ] || usage "$programs/fuzz_$target is not built"
-    mkdir -p "$work/$target/new" "$work/$target/findings" "tests/fuzz/corpus/$target"
+    mkdir -p "$work/$target/new" "$work/$target/findings"
     rm -f "$work/$target/log" "$work/$target/failed"
     touch "$work/$target/executions"
     before[$target]=$(sum "$target")
