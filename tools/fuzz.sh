@@ -10,7 +10,7 @@
 #
 # Inputs that reach something new are kept in fuzz-work/TARGET/new, findings in
 # fuzz-work/TARGET/findings (fuzz-work: another folder by VELKOR_FUZZ_WORK); later runs go on from
-# there. Findings of earlier runs are run first; those that are mended are taken away.
+# there. Findings are run once more, those of earlier runs too; what is sound now is taken away.
 # tools/fuzz_merge.sh takes what is new into tests/fuzz/corpus. A finding does not end the run: the
 # target goes on for its time.
 #
@@ -39,7 +39,7 @@ whole_number() { # option value
 # slice TARGET SECONDS: its results are appended to TARGET/executions and TARGET/log.
 slice() {
     local target=$1 seconds=$2 folder=$work/$1 dictionary=tests/fuzz/dictionaries/$1.dict run=0
-    local flags=(-max_total_time="$seconds" -timeout=20 -rss_limit_mb=2560 -max_len=4096
+    local flags=(-max_total_time="$seconds" -timeout=20 -report_slow_units=60 -rss_limit_mb=2560 -max_len=4096
         -print_final_stats=1 -artifact_prefix="$folder/findings/")
     [ -f "$dictionary" ] && flags+=(-dict="$dictionary")
     local inputs=("$folder/new")
@@ -56,18 +56,27 @@ slice() {
     fi
 }
 
-fuzz_target() { # target seconds
-    local target=$1 end=$((SECONDS + $2)) left longest=60 finding
-    for finding in "$work/$target/findings"/*; do
+# drop_sound TARGET PREFIX: takes away the findings of that kind that are none (any more): mended
+# since, or a time-out of a machine that was busy with something else.
+drop_sound() {
+    local finding
+    for finding in "$work/$1/findings/$2"*; do
         [ -f "$finding" ] || continue
-        timeout -k 10 60 "$programs/fuzz_$target" "$finding" >/dev/null 2>&1 && rm "$finding"
+        timeout -k 10 60 "$programs/fuzz_$1" "$finding" >/dev/null 2>&1 && rm "$finding"
     done
+    return 0
+}
+
+fuzz_target() { # target seconds
+    local target=$1 end=$((SECONDS + $2)) left longest=60
+    drop_sound "$target" ''
     while left=$((end - SECONDS)) && [ "$left" -gt 0 ] && [ ! -e "$work/$target/failed" ]; do
         slice "$target" $((left < longest ? left : longest))
         if [ "$(find "$work/$target/findings" -type f | wc -l)" -ge 20 ]; then
             break # the same one again and again, most likely
         fi
     done
+    drop_sound "$target" timeout-
 }
 
 if [ "${1:-}" = --one-target ]; then # this script, called by itself
