@@ -4,6 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 export DEBIAN_FRONTEND=noninteractive LC_ALL=C
+unset CMAKE_CXX_COMPILER_LAUNCHER # a compiler cache of outside
 
 fail() {
     echo "FAILED: $1" >&2

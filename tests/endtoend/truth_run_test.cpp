@@ -152,7 +152,8 @@ protected:
 TEST_F(TruthRun, badLine_whatWasToldIsWhatThePlcDid) {
     startPlcOnABadLine();
     QVector<PanelRun> runs;
-    for (int pieces = 0; pieces < READS_AND_WRITES; pieces += runs.constLast().pieces().size()) {
+    for (int pieces = 0; pieces < READS_AND_WRITES;
+         pieces += static_cast<int>(runs.constLast().pieces().size())) {
         runs.append(chooseRun());
         carryOut(&runs.last());
     }

@@ -102,7 +102,8 @@ private:
     /// To the frame sent last: right, or spoilt by the input.
     QByteArray reply(int what) {
         FRAME_PRO frame = FRAME_PRO();
-        std::copy_n(m_link.last.begin(), std::min<int>(m_link.last.size(), VELKOR_FRAME_SIZE),
+        std::copy_n(m_link.last.begin(),
+                    std::min(static_cast<int>(m_link.last.size()), int{VELKOR_FRAME_SIZE}),
                     frame.frame);
         const bool read = frame.frame[10] == 1 && frame.frame[11] == 1;
         frame.dataLen = read ? 2 * (frame.frame[16] * 256 + frame.frame[17]) : 0;

@@ -261,7 +261,7 @@ int Load::report() {
                      .arg(QLatin1String(unit));
     };
     row("lines", lines, 0, "");
-    row("tags a line", hundredTags().size(), 0, "");
+    row("tags a line", static_cast<int>(hundredTags().size()), 0, "");
     row("time", spent.wallSeconds, 1, "s");
     const double scanRate = double(all.scans) / spent.wallSeconds;
     row("scans a second, the slowest line", scanRate, 2, "");

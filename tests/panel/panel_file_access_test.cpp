@@ -10,7 +10,6 @@
 
 #include <cerrno>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace panel;
@@ -27,7 +26,7 @@ extern "C" int fsync(int descriptor) {
         errno = fsyncFault;
         return -1;
     }
-    return static_cast<int>(syscall(SYS_fsync, descriptor));
+    return fdatasync(descriptor);
 }
 
 namespace {
