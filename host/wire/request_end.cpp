@@ -4,6 +4,8 @@
 #include <velkor/host/line.h>
 #include <velkor/host/registers.h>
 
+#include <algorithm>
+
 namespace velkor_host {
 namespace {
 
@@ -41,9 +43,10 @@ QString modeChangeText(const RequestEnd& end) {
                                       : QStringLiteral(", before the change to MONITOR mode");
 }
 
-/// Nothing has got to the PLC, and why is known.
+/// Each try was met by the word of the PLC's computer that nothing listens there. Which frame it
+/// was said of is another matter (`unreached`): one frame that was lost earlier leaves that open.
 bool portIsClosed(const RequestEnd& end) {
-    return end.unreached > 0 && end.unreached == end.tries;
+    return end.tries > 0 && std::max(end.unreached, end.refusedPort) >= end.tries;
 }
 
 /// What else is known of tries that were not answered: it ends no sentence and begins none.

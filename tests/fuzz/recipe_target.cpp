@@ -32,7 +32,8 @@ public:
     void declare(const QVector<_RCP_VAR_PRO>& variables) {
         for (const _RCP_VAR_PRO& variable : variables) {
             for (int i = 0; variable.hostTag == driver.hostTag && i < variable.len; ++i) {
-                m_words.at(static_cast<std::size_t>(variable.rcpOffset + i))
+                m_words
+                    .at(static_cast<std::size_t>(variable.rcpOffset) + static_cast<std::size_t>(i))
                     .push_back(plcWord(naive::plus(variable.addr, i)));
             }
         }

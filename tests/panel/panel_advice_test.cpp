@@ -83,6 +83,14 @@ TEST(FailureReason, portUnreachable_isSaid) {
                     .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
 }
 
+TEST(FailureReason, portUnreachableAtEachTryButOfAnEarlierFramePerhaps_isSaid) {
+    RequestEnd settled = failedRead();
+    settled.refusedPort = 3;
+    settled.unreached = 0;
+    EXPECT_TRUE(failureReason(settled, settings()).contains("nothing listens on UDP port 9600"));
+    EXPECT_TRUE(shortReason(settled, settings()).startsWith("port unreachable"));
+}
+
 TEST(FailureReason, portUnreachableInSomeTries_isNoHeadline) {
     RequestEnd settled = failedRead();
     settled.refusedPort = 2;
