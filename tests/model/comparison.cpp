@@ -39,7 +39,7 @@ QByteArray bytesOf(const Reply& reply, const Frames& frames, unsigned char newes
     }
     for (int i = 14; i < bytes.size(); ++i) {
         const unsigned word =
-            static_cast<unsigned>(frame.var.addr + 0U) + static_cast<unsigned>(i - 14) / 2;
+            static_cast<unsigned>(frame.var.addr) + static_cast<unsigned>(i - 14) / 2;
         const unsigned value =
             scrambled(reply.seed, word) & static_cast<unsigned>(reply.pattern) & 0xFFFFU;
         bytes[i] = static_cast<char>(i % 2 == 0 ? value >> 8 : value & 0xFFU);

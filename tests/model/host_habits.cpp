@@ -8,6 +8,7 @@ namespace {
 
 std::vector<QString> texts(const std::vector<const char*>& latin) {
     std::vector<QString> list;
+    list.reserve(latin.size());
     for (const char* text : latin) {
         list.push_back(QString::fromLatin1(text));
     }

@@ -69,7 +69,7 @@ int NaiveDriver::setData(int station, const QString& name, int addr, int count, 
         request.addr = wrapped(static_cast<long long>(addr) + done);
         request.len = count - done < size ? count - done : size;
         std::memcpy(request.data, data + bytesEach * done,
-                    static_cast<std::size_t>(bytesEach * request.len));
+                    static_cast<std::size_t>(bytesEach) * static_cast<std::size_t>(request.len));
         placeRequest(s.writeList, request);
         debugLine_(writeLine(request));
     }

@@ -49,6 +49,7 @@ Deed randomDeed(model::Random& random) {
 std::vector<Deed> randomStory(unsigned seed) {
     model::Random random(seed);
     std::vector<Deed> story;
+    story.reserve(static_cast<std::size_t>(deedsOfARound));
     for (int i = 0; i < deedsOfARound; ++i) {
         story.push_back(randomDeed(random));
     }
