@@ -38,6 +38,7 @@ public:
 
     int size() const { return static_cast<int>(m_lines.size()); }
     PlcLine& at(int index) { return m_lines[static_cast<std::size_t>(index)]; }
+    const PlcLine& at(int index) const { return m_lines[static_cast<std::size_t>(index)]; }
     /// The line of a command that takes one PLC.
     Line& only() { return *m_lines.front().line; }
 

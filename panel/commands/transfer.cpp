@@ -102,6 +102,7 @@ struct WriteTarget {
     int address = 0;
     Items items;
     int line = 0;
+    QString name; ///< of the tag; empty when a register was given
 };
 
 /// write REGISTER ADDRESS VALUE...
@@ -169,7 +170,38 @@ int parseTagWrite(const Context& context, WriteTarget* target) {
     target->reg = tag.tag.reg;
     target->address = tag.tag.address;
     target->line = lineNamed(context, tag.plc);
+    target->name = tag.tag.name;
     return wrong.isEmpty() ? int(EXIT_DONE) : context.fail(EXIT_WRONG_USAGE, wrong);
+}
+
+/// On standard output: for people what was written, for programs what became of the write.
+void printOutcome(const Context& context, const WriteTarget& target, const OpenLines& lines,
+                  const WriteOutcome& outcome) {
+    const PlcLine& plc = lines.at(target.line);
+    const LineSettings& settings = plc.line->settings();
+    if (context.options.format != OutputFormat::Table) {
+        const QString where = plc.name.isEmpty() ? endpointText(settings.plc) : plc.name;
+        printRecords(context.out, context.options.format, writeColumns(),
+                     {writeRecord(outcome, settings, where, target.name, optionNames())});
+    } else if (outcome.result == WriteResult::Taken) {
+        context.out << "written: " << (lines.size() > 1 ? plc.name + QLatin1Char('/') : QString())
+                    << requestText(outcome.reg, outcome.address, outcome.count) << '\n';
+        context.out.flush();
+    }
+}
+
+/// On standard error: what went wrong, and what the PLC may hold of it.
+void explainOutcome(const Context& context, const WriteTarget& target, const OpenLines& lines,
+                    const WriteOutcome& outcome, bool interrupted) {
+    const PlcLine& plc = lines.at(target.line);
+    if (!interrupted) {
+        context.note(
+            (lines.size() > 1 ? plc.name + QStringLiteral(": ") : QString()) +
+            failureText(outcome.last, plc.line->settings(), plc.line->nodes(), optionNames()));
+    }
+    for (const QString& text : interrupted ? interruptedText(outcome) : leftBehind(outcome)) {
+        context.note(text);
+    }
 }
 
 } // namespace
@@ -207,26 +239,13 @@ int runWrite(const Context& context) {
     if (!deaf.isEmpty()) {
         return context.fail(EXIT_WORK_FAILED, deaf);
     }
-    const QString plc = lines.size() > 1 ? lines.at(target.line).name : QString();
     ModeChangeNotes notes(QStringLiteral("writing once more"), true);
     line.onRequest = [&](const RequestEnd& end) { context.note(notes.of(end)); };
     line.onWrite = [&](const WriteOutcome& outcome) {
         const bool taken = outcome.result == WriteResult::Taken;
-        if (taken) {
-            context.out << "written: " << (plc.isEmpty() ? QString() : plc + QLatin1Char('/'))
-                        << requestText(outcome.reg, outcome.address, outcome.count) << '\n';
-            context.out.flush();
-        } else {
-            if (!interrupted) {
-                context.fail(
-                    EXIT_WORK_FAILED,
-                    (plc.isEmpty() ? QString() : plc + QStringLiteral(": ")) +
-                        failureText(outcome.last, line.settings(), line.nodes(), optionNames()));
-            }
-            for (const QString& text :
-                 interrupted ? interruptedText(outcome) : leftBehind(outcome)) {
-                context.fail(EXIT_WORK_FAILED, text);
-            }
+        printOutcome(context, target, lines, outcome);
+        if (!taken) {
+            explainOutcome(context, target, lines, outcome, interrupted);
         }
         QCoreApplication::exit(taken ? EXIT_DONE : EXIT_WORK_FAILED);
     };

@@ -1,9 +1,8 @@
 #include "panel/output/outcome_text.h"
 
-#include "panel/output/output.h"
-
 #include <velkor/host/end_codes.h>
 #include <velkor/host/line.h>
+#include <velkor/host/registers.h>
 
 #include <algorithm>
 
@@ -116,6 +115,29 @@ QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,
                                "asked to, and did not answer");
     }
     return text;
+}
+
+QStringList writeColumns() {
+    return {
+        QStringLiteral("plc"),      QStringLiteral("name"),    QStringLiteral("register"),
+        QStringLiteral("address"),  QStringLiteral("count"),   QStringLiteral("outcome"),
+        QStringLiteral("end_code"), QStringLiteral("written"), QStringLiteral("perhaps_written"),
+        QStringLiteral("reason")};
+}
+
+Record writeRecord(const WriteOutcome& outcome, const LineSettings& settings, const QString& plc,
+                   const QString& name, const SettingNames& names) {
+    const int endCode = outcome.last.endCode;
+    return {plc,
+            name,
+            outcome.reg,
+            addressText(outcome.address, isBitRegister(outcome.reg)),
+            outcome.count,
+            writeResultName(outcome.result),
+            endCode < 0 ? QString() : endCodeText(endCode),
+            outcome.taken,
+            outcome.unknown,
+            failureReason(outcome.last, settings, names)};
 }
 
 QString ModeChangeNotes::of(const RequestEnd& end) {

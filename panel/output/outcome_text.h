@@ -3,6 +3,8 @@
 
 /// What became of writes and recipes: what the PLC now holds when something did not end well.
 
+#include "panel/output/output.h"
+
 #include <velkor/host/outcome.h>
 
 #include <QtCore/QStringList>
@@ -25,6 +27,12 @@ QStringList interruptedText(const RecipeOutcome& outcome);
 /// own: "written: left/DM 100 (2 words)". `names` as in failureReason().
 QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,
                      const SettingNames& names = SettingNames(), const QString& plc = QString());
+
+/// A write as a record for programs: the columns, and one for each outcome. `plc` says which PLC;
+/// `name` is the tag's, empty when the write named a register.
+QStringList writeColumns();
+Record writeRecord(const WriteOutcome& outcome, const LineSettings& settings, const QString& plc,
+                   const QString& name, const SettingNames& names = SettingNames());
 
 /// What is told of changes of the PLC's mode while a command writes.
 class ModeChangeNotes {

@@ -8,9 +8,9 @@ ChangeLines::ChangeLines(QTextStream& out, OutputFormat format, const WatchedTag
                          const std::function<bool()>& ready)
     : m_out(out), m_format(format), m_tags(tags), m_ready(ready), m_printed(tags.size()) {
     m_columns =
-        QStringList{QStringLiteral("time"),  QStringLiteral("name"), QStringLiteral("address"),
-                    QStringLiteral("value"), QStringLiteral("unit"), QStringLiteral("state"),
-                    QStringLiteral("reason")};
+        QStringList{QStringLiteral("time"),   QStringLiteral("name"), QStringLiteral("address"),
+                    QStringLiteral("value"),  QStringLiteral("unit"), QStringLiteral("state"),
+                    QStringLiteral("reason"), QStringLiteral("limit")};
     if (tags.lines() > 1) {
         m_columns.insert(1, QStringLiteral("plc"));
     }
@@ -43,6 +43,7 @@ Record ChangeLines::record(int index) const {
     record.append(tag.unit);
     record.append(tagStateName(status.state));
     record.append(status.reason);
+    record.append(limitMark(tag, status));
     return record;
 }
 

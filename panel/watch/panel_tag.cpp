@@ -30,16 +30,22 @@ QString shownValue(const PanelTag& tag, const TagStatus& status) {
     case TagState::Fresh:
         break;
     }
-    QString text = valueWithUnit(tag, status.lastRead(), true);
-    switch (limitOf(tag, status.lastRead())) {
+    const QString text = valueWithUnit(tag, status.lastRead(), true);
+    const QString mark = limitMark(tag, status);
+    return mark.isEmpty() ? text : text + QStringLiteral(" (%1)").arg(mark);
+}
+
+QString limitMark(const PanelTag& tag, const TagStatus& status) {
+    const std::optional<Items> value = status.value();
+    switch (value ? limitOf(tag, *value) : Limit::Inside) {
     case Limit::Below:
-        return text + QStringLiteral(" (low)");
+        return QStringLiteral("low");
     case Limit::Above:
-        return text + QStringLiteral(" (high)");
+        return QStringLiteral("high");
     case Limit::Inside:
         break;
     }
-    return text;
+    return QString();
 }
 
 QString limitsText(const PanelTag& tag) {

@@ -29,6 +29,9 @@ QString valueWithUnit(const PanelTag& tag, const Items& items, bool unicode, int
 /// so.
 QString shownValue(const PanelTag& tag, const TagStatus& status);
 
+/// "low" or "high" when the value is fresh and lies outside the tag's limits; else empty.
+QString limitMark(const PanelTag& tag, const TagStatus& status);
+
 /// "0 to 200 l", "at least 0 l"
 QString limitsText(const PanelTag& tag);
 

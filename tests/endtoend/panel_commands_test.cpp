@@ -251,10 +251,10 @@ TEST_F(PanelCommands, watch_untilStable_printsEveryTagOnceAndEnds) {
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     const QStringList lines = ended.out.split('\n');
     ASSERT_EQ(lines.size(), 4) << plain(ended.out);
-    EXPECT_EQ(plain(lines.at(0)), "time,name,address,value,unit,state,reason");
+    EXPECT_EQ(plain(lines.at(0)), "time,name,address,value,unit,state,reason,limit");
     // As they are read: CIO comes before DM.
-    EXPECT_EQ(plain(lines.at(1).section(',', 1)), "flag,CIO_bit 3.5,0,,read,");
-    EXPECT_EQ(plain(lines.at(2).section(',', 1)), "level,DM 1,17,mm,read,");
+    EXPECT_EQ(plain(lines.at(1).section(',', 1)), "flag,CIO_bit 3.5,0,,read,,");
+    EXPECT_EQ(plain(lines.at(2).section(',', 1)), "level,DM 1,17,mm,read,,");
 }
 
 TEST_F(PanelCommands, watch_changedValue_printsALine) {

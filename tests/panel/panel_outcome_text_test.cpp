@@ -102,6 +102,45 @@ TEST(WriteSummary, refusedByTheMode_namesTheOptionThatAllowsItsChange) {
     EXPECT_FALSE(writeSummary(refused, settings, names).contains("--allow-mode-change"));
 }
 
+/// As a row of CSV, where each field shows.
+std::string row(const WriteOutcome& outcome, const QString& name = QString()) {
+    return plain(recordLine(OutputFormat::Csv, writeColumns(),
+                            writeRecord(outcome, LineSettings(), "left", name)));
+}
+
+TEST(WriteRecord, taken_hasEndCodeAndNoReason) {
+    WriteOutcome taken = failedWrite(WriteResult::Taken, 6, 0);
+    taken.last.ok = true;
+    taken.last.endCode = 0;
+    EXPECT_EQ(row(taken, "level"), "left,level,DM,100,6,taken,0000 normal,6,0,");
+}
+
+TEST(WriteRecord, refusedPiece_countsWhatWasWrittenBefore) {
+    WriteOutcome refused = failedWrite(WriteResult::Refused, 2, 0);
+    refused.last.refusals = 3;
+    refused.last.refused = true;
+    refused.last.endCode = 0x2101;
+    EXPECT_EQ(row(refused), "left,,DM,100,6,refused,2101 read-only,2,0,the PLC refused: end code "
+                            "2101 read-only (3 tries)");
+}
+
+TEST(WriteRecord, unansweredPiece_isUnknownWithoutAnEndCode) {
+    WriteOutcome unknown = failedWrite(WriteResult::Unknown, 2, 2);
+    unknown.last.silent = 3;
+    EXPECT_TRUE(QString::fromStdString(row(unknown))
+                    .startsWith("left,,DM,100,6,unknown,,2,2,no usable answer from "))
+        << row(unknown);
+}
+
+TEST(WriteRecord, closedBeforeItWasSent_isNotReached) {
+    WriteOutcome closed = failedWrite(WriteResult::NotReached, 0, 0);
+    closed.reg = "CIO_bit";
+    closed.address = 53;
+    closed.last = RequestEnd();
+    closed.last.closed = true;
+    EXPECT_EQ(row(closed), "left,,CIO_bit,3.5,6,not reached,,0,0,not sent: the line was closed");
+}
+
 TEST(ModeChangeNotes, secondChangeForTheSameWords_isNotToldAsAnotherWrite) {
     RequestEnd end;
     end.write = true;
