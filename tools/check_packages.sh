@@ -1,11 +1,15 @@
 #!/usr/bin/env bash
 # Tries the packages as a user gets them. Those of amd64 are installed into an empty Debian 12, where
 # the tools then run against each other on loopback and the example is built by CMake and by
-# pkg-config. Those of armhf are unpacked and looked at; nothing of them is started. lintian judges all.
+# pkg-config. Those of armhf are unpacked into a copy of the sysroot; the panel runs there under the
+# emulator against a PLC of this machine, and the example is built by the cross compiler and run. lintian
+# judges all.
 #
 # Usage: tools/check_packages.sh [FOLDER...]    (default build/package/packages)
 #   FOLDER   the packages of one architecture, as cpack made them
-# Needs root, mmdebstrap and lintian, and the network: the mirror is that of this machine.
+# Needs lintian; for amd64 root, mmdebstrap and the network (the mirror is that of this machine); for
+# armhf the cross compiler, the emulator, the sysroot that SYSROOT in the environment names (default
+# build/arm-sysroot), and the packages of amd64 before it or build/release/velkor-plc.
 # Exit code: 0 all is well, 1 something is not (told), 2 wrong usage.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -22,12 +26,18 @@ fail() {
     echo "check_packages.sh: $1" >&2
     exit 1
 }
-[ "$(id -u)" -eq 0 ] || fail "installing into an empty Debian needs root"
-for program in mmdebstrap lintian readelf dpkg-deb; do
-    command -v "$program" >/dev/null || fail "no $program"
-done
+# shellcheck source=tools/live_trials.sh
+. tools/live_trials.sh
+
+need() { # PROGRAM...
+    for program in "$@"; do
+        command -v "$program" >/dev/null || fail "no $program"
+    done
+}
+need lintian readelf dpkg-deb
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
+target=
+trap 'end_plc; rm -rf "$scratch" ${target:+"$target"}' EXIT
 
 # The packages are there, of one version, and nothing else is.
 packages_in() { # FOLDER -> the architecture
@@ -82,8 +92,10 @@ libvelkor-dev libvelkor1 \(= [0-9.-]+\)
 libvelkor-dev libvelkor-host1 \(= [0-9.-]+\)
 libvelkor-dev qtbase5-dev
 DEPENDS
-    ! grep -q network "$(dpkg-deb -e "$1"/libvelkor1_*.deb "$scratch/control.$2" && echo "$scratch/control.$2/control")" ||
-        fail "$2: libvelkor1 wants more of Qt than QtCore"
+    dpkg-deb -e "$1"/libvelkor1_*.deb "$scratch/control.$2"
+    ! grep -q network "$scratch/control.$2/control" || fail "$2: libvelkor1 wants more of Qt than QtCore"
+    cmp -s packaging/debian/libvelkor1/symbols "$scratch/control.$2/symbols" ||
+        fail "$2: libvelkor1 has no symbols file, or another one"
 }
 
 # The first line of this machine's sources that has the release's own packages.
@@ -94,21 +106,60 @@ mirror() {
 }
 
 tried_in_empty_debian() { # FOLDER
-    local from
+    local from status=0
+    need mmdebstrap timeout
+    [ "$(id -u)" -eq 0 ] || fail "installing into an empty Debian needs root"
     from=$(mirror)
     [ -n "$from" ] || fail "apt-get knows no mirror of Debian 12 ($suite) on this machine"
     mkdir "$scratch/try"
-    cp "$1"/*.deb "$1"/*.tar.gz examples/minimal_host.cpp examples/two_lines.cpp \
-        tools/check_packages_inside.sh "$scratch/try"
-    if ! echo "deb $from $suite main" |
-        mmdebstrap --quiet --variant=apt --format=null \
+    cp -r "$1"/*.deb "$1"/*.tar.gz examples tools/check_packages_inside.sh tools/live_trials.sh "$scratch/try"
+    echo "deb $from $suite main" |
+        timeout 900 mmdebstrap --quiet --variant=apt --format=null \
             --aptopt='Apt::Install-Recommends "false"' --dpkgopt=force-unsafe-io \
             --customize-hook="cp -r '$scratch/try' \"\$1/try\"" \
             --customize-hook='chroot "$1" bash /try/check_packages_inside.sh' \
-            "$suite" - - >"$scratch/log" 2>&1; then
-        tail -n 40 "$scratch/log" >&2
-        fail "the packages do not work in an empty Debian 12"
-    fi
+            "$suite" - - >"$scratch/log" 2>&1 || status=$?
+    [ "$status" -ne 0 ] || return 0
+    tail -n 40 "$scratch/log" >&2
+    [ "$status" -ne 124 ] || fail "trying the packages in an empty Debian 12 took more than 15 minutes"
+    fail "the packages do not work in an empty Debian 12"
+}
+
+# As a panel maker has them: unpacked into the sysroot. None of these programs starts another one.
+tried_under_the_emulator() { # FOLDER
+    local sysroot=${SYSROOT:-build/arm-sysroot} plc_program=$scratch/amd64/usr/bin/velkor-plc run programs
+    need qemu-arm-static arm-linux-gnueabihf-g++ cmake pkg-config
+    [ -d "$sysroot/usr" ] || fail "there is no sysroot in $sysroot; tools/make_arm_sysroot.sh makes one"
+    [ -x "$plc_program" ] || plc_program=build/release/velkor-plc
+    [ -x "$plc_program" ] || fail "there is no PLC to try the packages with; build the preset release"
+    target=$(mktemp -d "$(realpath "$sysroot").trial.XXXXXX")
+    cp -al "$sysroot/." "$target" # links: nothing writes into a file that is there
+    for deb in "$1"/*.deb; do
+        dpkg-deb -x "$deb" "$target"
+    done
+    mkdir -p "$target/opt"
+    tar -xzf "$1"/velkor-*.tar.gz -C "$target/opt"
+
+    run=(qemu-arm-static -L "$target")
+    try_panel "$plc_program" examples/tank "${run[@]}" "$target/usr/bin/velkor-panel"
+    programs=$(echo "$target"/opt/velkor-*/bin)
+    try_panel "$plc_program" examples/tank "${run[@]}" "$programs/velkor-panel"
+    "${run[@]}" "$target/usr/bin/velkor-plc" --version >/dev/null || fail "velkor-plc of armhf does not run"
+
+    cmake -S examples/installed -B "$scratch/hosts" -DVELKOR_ARM_SYSROOT="$target" \
+        -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/arm_toolchain.cmake" >"$scratch/log" 2>&1 &&
+        cmake --build "$scratch/hosts" >>"$scratch/log" 2>&1 ||
+        { tail -n 40 "$scratch/log" >&2; fail "the examples do not build against the packages of armhf"; }
+    try_host "$plc_program" "${run[@]}" "$scratch/hosts/minimal_host"
+    # shellcheck disable=SC2046 # the flags are meant to be split
+    arm-linux-gnueabihf-g++ --sysroot="$target" -std=c++11 -Wno-psabi examples/minimal_host.cpp \
+        examples/udp_link.cpp -o "$scratch/by_pkg_config" $(for_target pkg-config --cflags --libs velkor)
+    try_host "$plc_program" "${run[@]}" "$scratch/by_pkg_config"
+}
+
+for_target() { # COMMAND...
+    PKG_CONFIG_SYSROOT_DIR=$target \
+        PKG_CONFIG_LIBDIR=$target/usr/lib/arm-linux-gnueabihf/pkgconfig:$target/usr/share/pkgconfig "$@"
 }
 
 for folder in "$@"; do
@@ -122,7 +173,8 @@ for folder in "$@"; do
         ;;
     armhf)
         looked_at "$folder" armhf ARM arm-linux-gnueabihf
-        echo "packages of armhf: unpacked and looked at"
+        tried_under_the_emulator "$folder"
+        echo "packages of armhf: unpacked into a sysroot, run under the emulator, and built against"
         ;;
     *) fail "$folder: packages of $architecture" ;;
     esac

@@ -2,12 +2,25 @@
 # Builds and packs one commit twice, in folders of different names and depth, at another time, with
 # another umask and without a compiler cache, and compares the bytes of the products and packages.
 #
-# Usage: tools/check_reproducible.sh [COMMIT]    (default HEAD)
+# Usage: tools/check_reproducible.sh [--arm] [--built] [COMMIT]    (default HEAD)
+#   --arm     for armhf (preset package-arm) against the sysroot in build/arm-sysroot
+#   --built   half the time: the first build is the one in build/package (with --arm build/package-arm),
+#             built of this commit and packed
 # Exit code: 0 the same bytes, 1 not, or not built (told), 2 wrong usage.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+preset=package
+built=no
+while [[ ${1:-} == -* ]]; do
+    case $1 in
+    --arm) preset=package-arm ;;
+    --built) built=yes ;;
+    *) set -- wrong usage ;;
+    esac
+    shift
+done
 if [ $# -gt 1 ] || ! commit=$(git rev-parse --verify --quiet "${1:-HEAD}^{commit}"); then
-    echo "usage: tools/check_reproducible.sh [COMMIT]" >&2
+    echo "usage: tools/check_reproducible.sh [--arm] [--built] [COMMIT]" >&2
     exit 2
 fi
 
@@ -24,33 +37,36 @@ export CCACHE_DISABLE=1 # what was built elsewhere proves nothing
 unset CMAKE_CXX_COMPILER_LAUNCHER
 
 build() { # FOLDER UMASK ZONE
-    mkdir -p "$1"
+    mkdir -p "$1/build"
     git archive "$commit" | tar -x -C "$1"
+    ln -s "$PWD/build/arm-sysroot" "$1/build/arm-sysroot" # where the preset looks for it
     (
         cd "$1"
         umask "$2"
         export TZ=$3
-        cmake --preset package &&
-            cmake --build --preset package --target velkor velkor_host velkor_host_core \
-                velkor-panel velkor-plc &&
-            cd build/package && cpack
+        cmake --preset "$preset" && cmake --build --preset "$preset" && cd "build/$preset" && cpack
     ) >"$scratch/log" 2>&1 || { tail -n 30 "$scratch/log" >&2; fail "cannot build in $1"; }
 }
 
-first=$scratch/a
+if [ "$built" = yes ]; then
+    first=$PWD
+    [ -e "build/$preset/packages" ] || fail "there are no packages in build/$preset"
+else
+    first=$scratch/a
+    build "$first" 022 UTC
+fi
 second=$scratch/another/folder/with-a-longer-name
-build "$first" 022 UTC
 build "$second" 077 Asia/Tokyo
 
 compared=0
-for file in "$first"/build/package/packages/*.* "$first"/build/package/libvelkor*.so.1 \
-    "$first"/build/package/velkor-panel "$first"/build/package/velkor-plc; do
+for file in "$second/build/$preset"/packages/*.* "$second/build/$preset"/libvelkor*.so.1 \
+    "$second/build/$preset"/velkor-panel "$second/build/$preset"/velkor-plc; do
     [ -f "$file" ] || continue
-    cmp "$file" "$second${file#"$first"}" || fail "${file#"$first"/} differs between two builds"
+    cmp "$first${file#"$second"}" "$file" || fail "${file#"$second/"} differs between two builds"
     compared=$((compared + 1))
 done
 [ "$compared" -eq 9 ] || fail "$compared files were compared; there should be 9"
-for file in "$first"/build/package/libvelkor*.so.1 "$first"/build/package/velkor-p*; do
+for file in "$second/build/$preset"/libvelkor*.so.1 "$second/build/$preset"/velkor-p*; do
     ! grep -qaF "$scratch" "$file" || fail "${file##*/} names the folder it was built in"
 done
-echo "reproducible: $compared files of commit ${commit:0:12} are the same from two folders"
+echo "reproducible: $compared files of commit ${commit:0:12} are the same from two folders ($preset)"

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Makes the sysroot that the preset "arm" builds against, from Debian's armhf packages: what they
-# contain is unpacked, nothing is installed or run. A sysroot that is there already is kept as long
-# as it was made from the same list.
+# Makes the sysroot that the presets "arm" and "package-arm" build against, from Debian's armhf packages:
+# what they contain is unpacked, nothing is installed or run; tools/prepare_sysroot.sh then makes it fit
+# for linking and packing. A sysroot that is there already is kept as long as it was made from the same
+# list in the same way.
 # Usage: tools/make_arm_sysroot.sh [FOLDER]   (default build/arm-sysroot)
 set -eu
 cd "$(dirname "$0")/.."
@@ -10,7 +11,8 @@ sysroot=${1:-build/arm-sysroot}
 suite=bookworm
 packages=libc6-dev,libstdc++-12-dev,qtbase5-dev,libpcap-dev,libncurses-dev,libgtest-dev,libgmock-dev
 made_from=$sysroot/made-from
-[ "$(cat "$made_from" 2>/dev/null)" = "$suite $packages" ] && exit 0
+key="$suite $packages $(sha256sum <tools/prepare_sysroot.sh | cut -c 1-16)"
+[ "$(cat "$made_from" 2>/dev/null)" = "$key" ] && exit 0
 
 if ! command -v mmdebstrap >/dev/null; then
     echo "mmdebstrap is missing; tools/install_dependencies.sh --ci installs it" >&2
@@ -34,8 +36,8 @@ trap 'rm -rf "$unfinished"' EXIT
 echo "Making $sysroot from Debian's armhf packages"
 echo "deb $mirror $suite main" |
     mmdebstrap --quiet --architectures=armhf --variant=extract --include="$packages" \
-        "$suite" "$unfinished/root" -
+        --extract-hook='tools/prepare_sysroot.sh "$1"' "$suite" "$unfinished/root" -
 mkdir -p "$unfinished/root/tmp"
-echo "$suite $packages" >"$unfinished/root/made-from"
+echo "$key" >"$unfinished/root/made-from"
 rm -rf "$sysroot"
 mv "$unfinished/root" "$sysroot"
