@@ -5,7 +5,11 @@ set -eu
 cd "$(dirname "$0")"
 preset=${1:-release}
 
-tools/install_dependencies.sh
+case $preset in
+arm) tools/install_dependencies.sh --ci && tools/make_arm_sysroot.sh ;;
+qt6) tools/install_dependencies.sh --ci ;;
+*) tools/install_dependencies.sh ;;
+esac
 werror=OFF
 [ "${CI:-}" = true ] && werror=ON
 cmake --preset "$preset" -DVELKOR_WERROR=$werror

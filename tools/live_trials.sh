@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by scripts that try built programs against a simulated PLC on loopback. The PLC is always a
 # program of this machine; the panel or host that talks to it may be a command of several words, such as
 # an emulator with its options. Everything ends within a bounded time, and only processes that were
