@@ -3,8 +3,6 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 
-#include <csignal>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace {
@@ -12,18 +10,6 @@ namespace {
 const int PATIENCE_MS = 20000;
 
 } // namespace
-
-#if QT_VERSION >= QT_VERSION_CHECK(6, 0, 0)
-EndingProcess::EndingProcess() {
-    setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-}
-#else
-EndingProcess::EndingProcess() = default;
-
-void EndingProcess::setupChildProcess() {
-    prctl(PR_SET_PDEATHSIG, SIGTERM);
-}
-#endif
 
 PlcProcess::PlcProcess() {
     m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -36,9 +22,12 @@ PlcProcess::~PlcProcess() {
 }
 
 QString PlcProcess::start(const QString& program, const QStringList& arguments) {
+    // setpriv becomes the program, and has the system end it when this process has ended.
     const QStringList all =
-        QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0")} + arguments;
-    m_process.start(program, all);
+        QStringList{QStringLiteral("--pdeathsig"), QStringLiteral("TERM"), program,
+                    QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0")} +
+        arguments;
+    m_process.start(QStringLiteral("setpriv"), all);
     QElapsedTimer timer;
     timer.start();
     while (!m_output.contains('\n') && timer.elapsed() < PATIENCE_MS) {

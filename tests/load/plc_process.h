@@ -8,16 +8,6 @@
 #include <QtCore/QProcess>
 #include <QtCore/QStringList>
 
-/// A process that the system ends when its parent has ended.
-class EndingProcess : public QProcess {
-public:
-    EndingProcess();
-#if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
-protected:
-    void setupChildProcess() override;
-#endif
-};
-
 class PlcProcess {
 public:
     PlcProcess();
@@ -43,7 +33,7 @@ public:
 private:
     void read();
 
-    EndingProcess m_process;
+    QProcess m_process;
     QByteArray m_output;
     quint16 m_port = 0;
 };

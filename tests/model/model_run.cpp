@@ -9,8 +9,9 @@
 #include "model/sequence_generator.h"
 #include "model/session.h"
 #include "model/shrink.h"
+#include "support/message_handler.h"
 
-#include <QtCore/QtGlobal>
+#include <QtCore/QString>
 
 #include <unistd.h>
 
@@ -19,6 +20,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -37,22 +39,8 @@ struct Options {
 
 volatile unsigned seedUnderWay = 0;
 
-#if QT_VERSION >= 0x050000
-void hearMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
-    model::Session::hearDebugLine(text);
-}
-#else
-void hearMessage(QtMsgType, const char* text) {
-    model::Session::hearDebugLine(QString::fromLocal8Bit(text));
-}
-#endif
-
-void hearMessages() {
-#if QT_VERSION >= 0x050000
-    qInstallMessageHandler(&hearMessage);
-#else
-    qInstallMsgHandler(&hearMessage);
-#endif
+void hearMessage(const std::string& text) {
+    model::Session::hearDebugLine(QString::fromUtf8(text.c_str()));
 }
 
 /// A crash, or a call that does not come back: says where, without allocating.
@@ -199,7 +187,7 @@ int main(int argc, char** argv) {
     if (!readEnvironment(options) || !readArguments(argc, argv, options)) {
         return 2;
     }
-    hearMessages();
+    installMessageHandler(&handleMessage<hearMessage>);
     watchForDeath();
     const long share = options.sequences / options.parts;
     const long first = share * (options.part - 1);

@@ -10,11 +10,11 @@
 #include <string>
 
 /// `installMessageHandler(&handleMessage<take>)` hands the text of every message to `take`; the
-/// result is the handler before, and nullptr stands for Qt's own.
+/// result is the handler before, and nullptr stands for Qt's own. Texts are UTF-8.
 #if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
 typedef QtMsgHandler MessageHandler;
 template <void (*take)(const std::string&)> void handleMessage(QtMsgType, const char* text) {
-    take(text);
+    take(QString::fromLocal8Bit(text).toUtf8().constData());
 }
 inline MessageHandler installMessageHandler(MessageHandler handler) {
     return qInstallMsgHandler(handler);
