@@ -94,6 +94,9 @@ QByteArray Machine::handle(const QByteArray& request, int forcedEndCode, qint64 
             write.values.push_back(size == 1 ? byte(0) : byte(0) * 256 + byte(1));
         }
         writes.push_back(write);
+        if (onWrite) {
+            onWrite(write);
+        }
     }
     return bytes;
 }
@@ -107,14 +110,15 @@ void Machine::setDm(int address, int value) {
                           static_cast<std::uint16_t>(value));
 }
 
-SimulatedLine::SimulatedLine(const LineSettings& lineSettings) : settings(lineSettings) {
+SimulatedLine::SimulatedLine(const LineSettings& lineSettings, const Wrap& wrap)
+    : settings(lineSettings) {
     qInstallMessageHandler(&swallowDebugLine);
     const QString fault = driver.load(QStringLiteral(VELKOR_LIBRARY));
     if (!fault.isEmpty()) {
         qFatal("%s", fault.toUtf8().constData());
     }
-    core = std::make_unique<LineCore>(driver.api(), settings, QVector<int>{0, 1, 0, 0, 10, 0}, 7,
-                                      *this, clock);
+    core = std::make_unique<LineCore>(wrap ? wrap(driver.api()) : driver.api(), settings,
+                                      QVector<int>{0, 1, 0, 0, 10, 0}, 7, *this, clock);
 }
 
 SimulatedLine::~SimulatedLine() {
@@ -130,7 +134,19 @@ void SimulatedLine::send(const QByteArray& frame) {
     }
     for (int copy = 0; copy < what.requests; ++copy) {
         const qint64 extra = what.requestDelay + (copy > 0 ? what.copyDelay : 0);
-        m_underWay.emplace(clock.time + usual + extra, Datagram{frame, true, what});
+        putUnderWay(Datagram{frame, true, what}, extra);
+    }
+}
+
+void SimulatedLine::putUnderWay(const Datagram& datagram, qint64 delay) {
+    const qint64 at = clock.time + usual + delay;
+    if (!wire) {
+        m_underWay.emplace(at, datagram);
+        return;
+    }
+    for (const Arrival& arrival : wire(datagram.bytes, datagram.toPlc)) {
+        m_underWay.emplace(at + arrival.delay,
+                           Datagram{arrival.bytes, datagram.toPlc, datagram.fate});
     }
 }
 
@@ -152,7 +168,7 @@ void SimulatedLine::arrive(const Datagram& datagram) {
     }
     for (int copy = 0; copy < datagram.fate.replies; ++copy) {
         const qint64 extra = datagram.fate.replyDelay + (copy > 0 ? datagram.fate.copyDelay : 0);
-        m_underWay.emplace(clock.time + usual + extra, Datagram{reply, false, datagram.fate});
+        putUnderWay(Datagram{reply, false, datagram.fate}, extra);
     }
 }
 

@@ -62,7 +62,8 @@ public:
     void setDm(int address, int value);
 
     plc::Core core;
-    std::vector<Write> writes; ///< that were executed, in order
+    std::vector<Write> writes;                 ///< that were executed, in order
+    std::function<void(const Write&)> onWrite; ///< called when one has been executed
     std::vector<QByteArray> modeChanges;
     std::vector<Refusal> refusals;
 
@@ -73,7 +74,9 @@ private:
 /// Loads the driver once and keeps its debug lines from the test's output.
 class SimulatedLine : public velkor_host::Link {
 public:
-    explicit SimulatedLine(const velkor_host::LineSettings& settings);
+    /// `wrap` may put functions of its own before the driver's.
+    typedef std::function<velkor_host::DriverApi(const velkor_host::DriverApi&)> Wrap;
+    explicit SimulatedLine(const velkor_host::LineSettings& settings, const Wrap& wrap = Wrap());
     ~SimulatedLine() override;
 
     /// Lets everything happen that happens within so many microseconds.
@@ -103,6 +106,14 @@ public:
     /// Decides what becomes of a frame; `number` counts the frames from 1.
     std::function<Fate(const QByteArray& frame, int number)> fate;
 
+    /// A datagram as it arrives, so many microseconds later than usual.
+    struct Arrival {
+        QByteArray bytes;
+        qint64 delay = 0;
+    };
+    /// What arrives of a datagram, whatever `fate` says besides. Unset: the datagram.
+    std::function<std::vector<Arrival>(const QByteArray& datagram, bool toPlc)> wire;
+
     ManualClock clock;
     Machine machine;
     velkor_host::LineSettings settings;
@@ -126,6 +137,7 @@ private:
         bool toPlc;
         Fate fate;
     };
+    void putUnderWay(const Datagram& datagram, qint64 delay);
     /// False: nothing will ever happen before `until`.
     bool next(qint64 until);
     void arrive(const Datagram& datagram);
