@@ -32,5 +32,6 @@ for program in "$panel_program" "$plc_program"; do
 done
 [[ $(readelf -h "$panel_program" | tr -s ' ') == *'Machine: ARM'* ]] ||
     fail "$panel_program is not built for ARM"
+may_be_emulated "$panel_program"
 try_panel "$plc_program" examples/tank qemu-arm-static -L "$sysroot" "$panel_program"
 echo "$panel_program: probed, watched, wrote and moved a recipe, under the emulator"

@@ -125,7 +125,7 @@ tried_in_empty_debian() { # FOLDER
     fail "the packages do not work in an empty Debian 12"
 }
 
-# As a panel maker has them: unpacked into the sysroot. None of these programs starts another one.
+# As a panel maker has them: unpacked into the sysroot.
 tried_under_the_emulator() { # FOLDER
     local sysroot=${SYSROOT:-build/arm-sysroot} plc_program=$scratch/amd64/usr/bin/velkor-plc run programs
     need qemu-arm-static arm-linux-gnueabihf-g++ cmake pkg-config
@@ -140,9 +140,10 @@ tried_under_the_emulator() { # FOLDER
     mkdir -p "$target/opt"
     tar -xzf "$1"/velkor-*.tar.gz -C "$target/opt"
 
+    programs=$(echo "$target"/opt/velkor-*/bin)
+    may_be_emulated "$target"/usr/bin/velkor-* "$target"/usr/lib/*/libvelkor*.so.1 "$programs"/velkor-*
     run=(qemu-arm-static -L "$target")
     try_panel "$plc_program" examples/tank "${run[@]}" "$target/usr/bin/velkor-panel"
-    programs=$(echo "$target"/opt/velkor-*/bin)
     try_panel "$plc_program" examples/tank "${run[@]}" "$programs/velkor-panel"
     "${run[@]}" "$target/usr/bin/velkor-plc" --version >/dev/null || fail "velkor-plc of armhf does not run"
 
@@ -150,10 +151,12 @@ tried_under_the_emulator() { # FOLDER
         -DCMAKE_TOOLCHAIN_FILE="$PWD/cmake/arm_toolchain.cmake" >"$scratch/log" 2>&1 &&
         cmake --build "$scratch/hosts" >>"$scratch/log" 2>&1 ||
         { tail -n 40 "$scratch/log" >&2; fail "the examples do not build against the packages of armhf"; }
+    may_be_emulated "$scratch/hosts/minimal_host"
     try_host "$plc_program" "${run[@]}" "$scratch/hosts/minimal_host"
     # shellcheck disable=SC2046 # the flags are meant to be split
     arm-linux-gnueabihf-g++ --sysroot="$target" -std=c++11 -Wno-psabi examples/minimal_host.cpp \
         examples/udp_link.cpp -o "$scratch/by_pkg_config" $(for_target pkg-config --cflags --libs velkor)
+    may_be_emulated "$scratch/by_pkg_config"
     try_host "$plc_program" "${run[@]}" "$scratch/by_pkg_config"
 }
 

@@ -30,6 +30,14 @@ end_plc() {
     exec {plc_output}<&-
 }
 
+# Under an emulator runs only what neither starts nor signals a process: cmake/velkor_tests.cmake says why.
+may_be_emulated() { # PROGRAM OR LIBRARY...
+    local file
+    for file in "$@"; do
+        tools/check_starts_nothing.sh "$file" nm || fail "$file is not run under the emulator"
+    done
+}
+
 # A panel does its main jobs: says who answers, watches, writes, moves a recipe there and back.
 try_panel() { # VELKOR_PLC TANK_FOLDER PANEL...
     local program=$1 tank=$2 words panel

@@ -45,3 +45,21 @@ expect 1 'QProcess' <<<'struct QProcess { void start(); };
 int main() { QProcess().start(); }'
 expect 1 'a death test' <<<'namespace testing { namespace internal { struct DeathTest { static bool Create(); }; } }
 int main() { return testing::internal::DeathTest::Create(); }'
+
+# Linked and stripped, as in a package.
+linked() { # STATUS TITLE: the program is on standard input
+    local status=0
+    "$compiler" -s -x c++ -o "$build/program" -
+    "$check" "$build/program" "$nm" >"$build/out" 2>&1 || status=$?
+    if [ $status -ne "$1" ]; then
+        echo "linked, $2: exit $status, want $1" >&2
+        cat "$build/out" >&2
+        exit 1
+    fi
+}
+linked 0 'a program that starts nothing' <<<'#include <cstdio>
+int main() { return std::puts("fork"); }'
+linked 1 'fork' <<<'#include <unistd.h>
+int main() { return fork() == 0; }'
+linked 1 'QProcess' <<<'struct QProcess { __attribute__((weak)) void start(); };
+int main() { QProcess().start(); }'
