@@ -1,5 +1,6 @@
 #include "panel/commands/open_lines.h"
 
+#include "panel/files/file_access.h"
 #include "panel/watch/end_signals.h"
 
 #include <QtNetwork/QHostInfo>
@@ -144,8 +145,13 @@ int OpenLines::openLine(const PlcOption& plc) {
 
 int OpenLines::close(int exitCode) {
     m_lines.clear();
-    if (!captureIsWhole()) {
-        m_context.fail(EXIT_WORK_FAILED, m_capture.fault());
+    const QString& capture = m_context.options.capture;
+    QString notWhole = m_capture.fault();
+    if (notWhole.isEmpty() && !capture.isEmpty()) {
+        notWhole = synchroniseFile(capture);
+    }
+    if (!notWhole.isEmpty()) {
+        m_context.fail(EXIT_WORK_FAILED, notWhole);
         return exitCode == EXIT_DONE ? int(EXIT_WORK_FAILED) : exitCode;
     }
     return exitCode;

@@ -112,6 +112,22 @@ QString saveFile(const QString& path, const QByteArray& bytes) {
     return fault.isEmpty() ? QString() : QStringLiteral("cannot write %1: %2").arg(path, fault);
 }
 
+QString synchroniseFile(const QString& path) {
+    const QByteArray name = QFile::encodeName(path);
+    struct stat found = {};
+    if (::stat(name.constData(), &found) != 0 || !S_ISREG(found.st_mode)) {
+        return QString();
+    }
+    const int descriptor = ::open(name.constData(), O_WRONLY | O_CLOEXEC);
+    const bool done = descriptor >= 0 && synchronise(descriptor);
+    const QString fault =
+        done ? QString() : QStringLiteral("%1 may not be whole: %2").arg(path, systemError());
+    if (descriptor >= 0) {
+        ::close(descriptor);
+    }
+    return fault;
+}
+
 bool isSameFile(const QString& one, const QString& other) {
     struct stat first = {};
     struct stat second = {};

@@ -21,6 +21,11 @@ QString readFile(const QString& path, QByteArray* bytes);
 /// device or a named pipe (which waits for its reader), takes the bytes as they come.
 QString saveFile(const QString& path, const QByteArray& bytes);
 
+/// Sees to it that what has been written to a file is on the disk; some find out only now that
+/// there is no room. The result is empty or says so, with the file's name. Of what is no file:
+/// empty.
+QString synchroniseFile(const QString& path);
+
 /// Do both paths name one file, by whatever way: links followed, and also where there is no file
 /// yet? False for what is no file, such as a device.
 bool isSameFile(const QString& one, const QString& other);
