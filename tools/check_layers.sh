@@ -7,7 +7,8 @@
 #                                    the rooms of host/: a room includes itself and those left of it,
 #                                    the layer's own headers, the driver's two installed headers,
 #                                    QtCore, QtNetwork, libpcap and the C++ standard library;
-#                                    driver, which loads it, the system's loader
+#                                    driver, which loads it, the system's loader; line, the
+#                                    system's sockets
 #   host/include/                    installed: includes only what is installed, Qt, libpcap and the
 #                                    C++ standard library
 #   picture <- screen <- output <- watch <- files <- options <- commands
@@ -139,6 +140,9 @@ check_host_room() { # room, then the rooms it may see
         '<dlfcn.h>' | '<link.h>')
             [ "$room" = driver ] ||
                 breach "$file" "$line" "$included" 'the loader is asked by host/driver/ alone' ;;
+        '<sys/socket.h>')
+            [ "$room" = line ] ||
+                breach "$file" "$line" "$included" 'sockets are for host/line/ alone' ;;
         *)
             allowed_outside_host "$included" ||
                 breach "$file" "$line" "$included" \

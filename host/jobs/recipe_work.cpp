@@ -227,7 +227,8 @@ void RecipeWork::close(const std::optional<RequestEnd>& underWay) {
     m_outcome.last.closed = true;
     if (underWay && underWay->tries > 0) {
         noteMode(*underWay);
-        note(*underWay, RecipeBlock::Unknown);
+        note(*underWay,
+             underWay->surelyNotExecuted() ? RecipeBlock::NotMoved : RecipeBlock::Unknown);
     }
     finish(RecipeResult::GivenUp);
 }

@@ -38,10 +38,16 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.silent += first.silent;
         both.strange += first.strange;
         both.unreached += first.unreached;
+        both.unsent += first.unsent;
         both.refusedPort += first.refusedPort;
         both.wrongLength += first.wrongLength;
+        both.answeredAt =
+            second.answeredAt >= 0 ? first.waited + second.answeredAt : first.answeredAt;
         both.waited += first.waited;
         both.roundTrip = first.roundTrip;
+        if (second.sendError == 0) {
+            both.sendError = first.sendError;
+        }
         if (second.endCode < 0) {
             both.endCode = first.endCode;
         }
@@ -57,7 +63,7 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
 }
 
 /// The end that the line's closing puts to a piece of which nothing has been sent.
-RequestEnd unsent(const Piece& piece, bool write) {
+RequestEnd neverTried(const Piece& piece, bool write) {
     RequestEnd end;
     end.write = write;
     end.reg = piece.reg;
@@ -151,7 +157,7 @@ void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
         noteMode(*underWay);
     }
     if (m_soFar.tries == 0) {
-        m_soFar = unsent(piece(), true);
+        m_soFar = neverTried(piece(), true);
     }
     m_soFar.closed = true;
     judge();
@@ -177,7 +183,7 @@ Piece ReadTransfer::piece() const {
 }
 
 void ReadTransfer::cancel(const std::optional<RequestEnd>& underWay) {
-    m_outcome.last = underWay && underWay->tries > 0 ? *underWay : unsent(piece(), false);
+    m_outcome.last = underWay && underWay->tries > 0 ? *underWay : neverTried(piece(), false);
     m_outcome.last.closed = true;
 }
 

@@ -254,6 +254,13 @@ void LineCore::frameSent(const QByteArray& frame, int attempt) {
     }
 }
 
+void LineCore::frameNotSent(const QByteArray& frame, int attempt, int error) {
+    m_statistics.notSent();
+    for (FrameWitness* witness : m_witnesses) {
+        witness->notSent(frame, attempt, error);
+    }
+}
+
 void LineCore::datagramReceived(const QByteArray& datagram, Verdict verdict) {
     m_statistics.received(verdict);
     for (FrameWitness* witness : m_witnesses) {

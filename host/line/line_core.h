@@ -72,6 +72,7 @@ private:
         return m_driver.dealWithReply(reply, message);
     }
     void frameSent(const QByteArray& frame, int attempt) override;
+    void frameNotSent(const QByteArray& frame, int attempt, int error) override;
     void datagramReceived(const QByteArray& datagram, Verdict verdict) override;
     void tryTimedOut(const QByteArray& frame) override;
     void requestSettled(const Settled& settled) override;

@@ -2,6 +2,10 @@
 
 #include <QtNetwork/QNetworkProxy>
 
+#include <cerrno>
+
+#include <sys/socket.h>
+
 namespace velkor_host {
 namespace {
 
@@ -57,16 +61,27 @@ Endpoint UdpLink::local() const {
     return {m_socket.localAddress(), m_socket.localPort()};
 }
 
-void UdpLink::send(const QByteArray& frame) {
-    if (m_socket.write(frame) == frame.size()) {
-        return;
+/// Past Qt, which does not tell most of the system's reasons.
+int UdpLink::send(const QByteArray& frame) {
+    if (handOver(frame) == 0) {
+        return 0;
     }
-    // A refusal of an earlier frame is told at the next call, which then has not sent anything.
-    const bool earlierRefusal = m_socket.error() == QAbstractSocket::ConnectionRefusedError;
-    noteError();
-    if (earlierRefusal && m_socket.write(frame) != frame.size()) {
-        noteError();
+    // It may have been a refusal of an earlier frame: that is told at the next call, whatever the
+    // call is for, and once.
+    return handOver(frame);
+}
+
+int UdpLink::handOver(const QByteArray& frame) {
+    ssize_t sent = -1;
+    do {
+        sent = ::send(static_cast<int>(m_socket.socketDescriptor()), frame.constData(),
+                      static_cast<std::size_t>(frame.size()), MSG_DONTWAIT | MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    const int error = sent < 0 ? errno : 0;
+    if (error == ECONNREFUSED) {
+        onPortRefused();
     }
+    return error;
 }
 
 void UdpLink::readDatagrams() {
@@ -76,17 +91,11 @@ void UdpLink::readDatagrams() {
         const qint64 length = m_socket.readDatagram(m_buffer.data(), m_buffer.size());
         if (length < 0) {
             if (m_socket.error() == QAbstractSocket::ConnectionRefusedError) {
-                noteError();
+                onPortRefused();
             }
             return;
         }
         onDatagram(m_buffer.left(static_cast<int>(length)));
-    }
-}
-
-void UdpLink::noteError() {
-    if (m_socket.error() == QAbstractSocket::ConnectionRefusedError) {
-        onPortRefused();
     }
 }
 

@@ -28,12 +28,12 @@ public:
     QString connectTo(const Endpoint& plc);
     Endpoint local() const;
 
-    void send(const QByteArray& frame) override;
+    int send(const QByteArray& frame) override;
 
 private:
     void throwAwayQueued();
     void readDatagrams();
-    void noteError();
+    int handOver(const QByteArray& frame);
 
     QByteArray m_buffer;
     QUdpSocket m_socket;

@@ -48,6 +48,7 @@ void LinkStatistics::requestEnded(const RequestEnd& settled, qint64 now) {
         m_lastError = error;
         m_lastErrorAt = now;
     }
+    m_cannotSend = settled.unsent >= settled.tries;
     if (settled.ok || settled.silent < settled.tries) {
         m_silentSince = -1;
     } else if (m_silentSince < 0) {

@@ -5,6 +5,8 @@
 
 #include <QtCore/QDateTime>
 
+#include <cstring>
+
 namespace velkor_host {
 namespace {
 
@@ -35,11 +37,10 @@ QString verdictText(Verdict verdict) {
     return QString();
 }
 
-} // namespace
-
-QString traceSent(const QByteArray& bytes, int attempt) {
+/// "sid=5 0101 read DM 100 count=2, 18 bytes, try 2"
+QString askedText(const QByteArray& bytes, int attempt) {
     const FinsFrame frame = decodeFins(bytes);
-    QString text = QStringLiteral("send ") + headText(frame);
+    QString text = headText(frame);
     if (frame.area >= 0) {
         text += QStringLiteral(" %1 count=%2").arg(memoryText(frame)).arg(frame.count);
     } else if (frame.command == FINS_RUN) {
@@ -50,6 +51,17 @@ QString traceSent(const QByteArray& bytes, int attempt) {
         text += QStringLiteral(", try %1").arg(attempt);
     }
     return text;
+}
+
+} // namespace
+
+QString traceSent(const QByteArray& frame, int attempt) {
+    return QStringLiteral("send ") + askedText(frame, attempt);
+}
+
+QString traceNotSent(const QByteArray& frame, int attempt, int error) {
+    return QStringLiteral("fail ") + askedText(frame, attempt) + QStringLiteral(": cannot send: ") +
+           QString::fromLocal8Bit(std::strerror(error));
 }
 
 QString traceReceived(const QByteArray& datagram, Verdict verdict) {
@@ -83,6 +95,10 @@ void Trace::line(const QString& text) {
 
 void Trace::sent(const QByteArray& frame, int attempt) {
     line(traceSent(frame, attempt));
+}
+
+void Trace::notSent(const QByteArray& frame, int attempt, int error) {
+    line(traceNotSent(frame, attempt, error));
 }
 
 void Trace::received(const QByteArray& datagram, Verdict verdict) {

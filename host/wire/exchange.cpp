@@ -54,23 +54,27 @@ void Exchange::sendFrame() {
     if (!m_requestOpen) {
         beginRequest();
     }
-    if (isModeChange(m_frame)) {
-        m_request.modeChange = true;
-    } else {
-        ++m_request.tries;
-    }
+    m_request.tries += isModeChange(m_frame) ? 0 : 1;
     m_bytes = QByteArray(reinterpret_cast<const char*>(m_frame.frame), m_frame.sendLen);
     m_inFlight = true;
     // Before the frame leaves: the reply may be there as soon as the socket has taken it.
     m_sentAt = m_clock.now();
     m_deadline = m_sentAt + m_timeout;
-    m_observer.frameSent(m_bytes, m_request.tries);
-    m_link.send(m_bytes);
+    m_sendError = m_link.send(m_bytes);
     m_portRefused = false; // what the link has told of meanwhile is the refusal of an earlier frame
+    if (m_sendError != 0) {
+        m_request.sendError = m_sendError;
+        m_observer.frameNotSent(m_bytes, m_request.tries, m_sendError);
+        return;
+    }
+    m_lastSent = m_bytes;
+    m_request.modeChange = m_request.modeChange || isModeChange(m_frame);
+    m_observer.frameSent(m_bytes, m_request.tries);
 }
 
 Verdict Exchange::judge(const QByteArray& datagram) const {
-    if (!m_inFlight) {
+    // Of a frame that has never left only an earlier copy can be answered.
+    if (!m_inFlight || (m_sendError != 0 && m_bytes != m_lastSent)) {
         return Verdict::NothingInFlight;
     }
     // What is too short for an end code tells nothing, and were it to end the try, a few damaged
@@ -94,6 +98,7 @@ void Exchange::receive(const QByteArray& datagram) {
         return;
     }
     const FinsFrame reply = decodeFins(datagram);
+    m_request.answeredAt = receivedAt - m_begun;
     m_request.replyNode[0] = reply.sna;
     m_request.replyNode[1] = reply.sa1;
     m_request.replyNode[2] = reply.sa2;
@@ -149,7 +154,7 @@ void Exchange::portRefused() {
     if (!m_unaccounted.empty()) {
         m_unaccounted.pop_front();
     } else {
-        m_portRefused = m_inFlight;
+        m_portRefused = m_inFlight && m_sendError == 0;
     }
 }
 
@@ -166,18 +171,28 @@ std::optional<RequestEnd> Exchange::requestUnderWay() const {
     }
     RequestEnd soFar = m_request;
     soFar.waited = m_clock.now() - m_begun;
+    addTryInFlight(&soFar);
     return soFar;
+}
+
+/// What is known of it before its deadline has passed: that nobody has got its frame.
+void Exchange::addTryInFlight(RequestEnd* soFar) const {
+    if (m_inFlight && !isModeChange(m_frame)) {
+        soFar->unreached += m_portRefused ? 1 : 0;
+        soFar->unsent += m_sendError != 0 ? 1 : 0;
+    }
 }
 
 std::optional<RequestEnd> Exchange::requestInTrouble(qint64 patience) const {
     std::optional<RequestEnd> soFar = requestUnderWay();
     const bool overdue = m_inFlight && m_clock.now() - m_sentAt > patience;
-    if (!soFar || (soFar->silent == 0 && soFar->refusedPort == 0 && !overdue)) {
+    if (!soFar ||
+        (soFar->silent == 0 && soFar->refusedPort == 0 && soFar->sendError == 0 && !overdue)) {
         return std::nullopt;
     }
     // Without the one that is still waiting, unless it is known that it waits in vain.
-    soFar->tries = std::max(1, soFar->silent + (m_portRefused ? 1 : 0));
-    soFar->unreached += m_portRefused ? 1 : 0;
+    const bool inVain = m_inFlight && (m_portRefused || m_sendError != 0);
+    soFar->tries = std::max(1, soFar->silent + (inVain ? 1 : 0));
     return soFar;
 }
 
@@ -185,14 +200,16 @@ void Exchange::poll() {
     if (!m_inFlight || m_clock.now() < m_deadline) {
         return;
     }
-    m_observer.tryTimedOut(m_bytes);
-    if (!m_portRefused) {
+    if (m_sendError == 0) {
+        m_observer.tryTimedOut(m_bytes);
+    }
+    if (m_sendError == 0 && !m_portRefused) {
         forgetOldFrames();
         m_unaccounted.push_back(m_sentAt);
     }
+    addTryInFlight(&m_request);
     if (!isModeChange(m_frame)) {
         ++m_request.silent;
-        m_request.unreached += m_portRefused ? 1 : 0;
         m_request.refused = false;
     }
     endTry(QByteArray());

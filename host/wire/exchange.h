@@ -39,14 +39,16 @@ public:
     virtual int dealWithReply(QByteArray reply, QString* message) = 0;
 };
 
-/// The network's side. A frame that cannot be sent counts as sent and lost.
+/// The network's side.
 class Link {
 public:
     Link() = default;
     Link(const Link&) = delete;
     Link& operator=(const Link&) = delete;
     virtual ~Link() = default;
-    virtual void send(const QByteArray& frame) = 0;
+    /// 0, or why the system did not take the frame, as its error number (errno): then nothing of it
+    /// has left this computer.
+    virtual int send(const QByteArray& frame) = 0;
 };
 
 class Clock {
@@ -70,8 +72,13 @@ public:
     ExchangeObserver(const ExchangeObserver&) = delete;
     ExchangeObserver& operator=(const ExchangeObserver&) = delete;
     virtual ~ExchangeObserver() = default;
+    /// The system has taken the frame.
     virtual void frameSent(const QByteArray& frame, int attempt) = 0;
+    /// It has not; `error` as of Link::send(). The try waits on all the same, as for a reply: that
+    /// keeps the line from trying without end.
+    virtual void frameNotSent(const QByteArray& frame, int attempt, int error) = 0;
     virtual void datagramReceived(const QByteArray& datagram, Verdict verdict) = 0;
+    /// Of a frame that was sent.
     virtual void tryTimedOut(const QByteArray& frame) = 0;
     /// The driver has closed the request. The exchange is idle; start() may be called again.
     virtual void requestSettled(const Settled& settled) = 0;
@@ -130,6 +137,7 @@ private:
     void sendFrame();
     void endTry(const QByteArray& reply);
     void settle(bool ok);
+    void addTryInFlight(RequestEnd* soFar) const;
     void forgetOldFrames();
 
     FrameSource& m_source;
@@ -140,11 +148,13 @@ private:
     const bool m_allowModeChange;
 
     FRAME_PRO m_frame = FRAME_PRO();
-    QByteArray m_bytes; ///< of m_frame, as sent
+    QByteArray m_bytes; ///< of m_frame
     bool m_inFlight = false;
     bool m_requestOpen = false;
     bool m_abandoned = false;
     bool m_portRefused = false; ///< the frame in flight has met a closed port
+    int m_sendError = 0;        ///< the frame "in flight" has never left: as of Link::send()
+    QByteArray m_lastSent;      ///< the bytes that have left last
     /// When the frames left that have had neither reply nor refusal, the oldest first.
     std::deque<qint64> m_unaccounted;
     Settled m_request;

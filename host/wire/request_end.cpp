@@ -5,6 +5,8 @@
 #include <velkor/host/registers.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 
 namespace velkor_host {
 namespace {
@@ -49,6 +51,15 @@ bool portIsClosed(const RequestEnd& end) {
     return end.tries > 0 && std::max(end.unreached, end.refusedPort) >= end.tries;
 }
 
+bool nothingCouldBeSent(const RequestEnd& end) {
+    return end.tries > 0 && end.unsent >= end.tries;
+}
+
+/// "cannot send: Network is unreachable"
+QString cannotSendText(const RequestEnd& end) {
+    return QStringLiteral("cannot send: ") + QString::fromLocal8Bit(std::strerror(end.sendError));
+}
+
 /// What else is known of tries that were not answered: it ends no sentence and begins none.
 QString besidesText(const RequestEnd& end) {
     QString text;
@@ -69,6 +80,11 @@ QString besidesText(const RequestEnd& end) {
                     .arg(counted(end.tries, "try", "tries"));
     } else if (end.refusedPort > 0) {
         text += QStringLiteral("; \"port unreachable\" came, perhaps to an earlier frame");
+    }
+    if (end.unsent > 0) {
+        text += QStringLiteral("; %1 of %2 never left this computer: %3")
+                    .arg(end.unsent)
+                    .arg(counted(end.tries, "try", "tries"), cannotSendText(end));
     }
     return text;
 }
@@ -155,6 +171,26 @@ QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place
     return {QStringLiteral("the PLC's own state: look at its error display"), nodesCause(place)};
 }
 
+/// This computer has not let the frame out: the PLC has nothing to do with it.
+QStringList sendCauses(const RequestEnd& end, const Place& place) {
+    if (end.sendError == EMSGSIZE) {
+        return {QStringLiteral("a frame longer than the network on the way takes: fewer words a "
+                               "frame (%1, now %2)")
+                    .arg(place.names.wordsPerFrame)
+                    .arg(place.settings.wordsPerFrame)};
+    }
+    const QString firewall =
+        QStringLiteral("a firewall of this computer that lets nothing out to the PLC");
+    if (end.sendError == EPERM || end.sendError == EACCES) {
+        return {firewall, addressCause(place)};
+    }
+    return {QStringLiteral("this computer's network: a cable that is not plugged in, an interface "
+                           "that is down, or no address of its own in the PLC's network"),
+            QStringLiteral("no route to the PLC: \"ip route get %1\" shows the way that is taken")
+                .arg(place.settings.plc.address.toString()),
+            addressCause(place), firewall};
+}
+
 /// Why nothing was sent of a request.
 QString notSent(const RequestEnd& end) {
     return end.closed ? QStringLiteral("not sent: the line was closed")
@@ -173,7 +209,7 @@ bool nothingHasComeYet(const RequestEnd& end) {
 } // namespace
 
 bool RequestEnd::surelyNotExecuted() const {
-    return !ok && refusals - doubtful + unreached == tries;
+    return !ok && refusals - doubtful + unreached + unsent == tries;
 }
 
 QString requestText(const QString& reg, int address, int length) {
@@ -198,11 +234,17 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
         QString text = QStringLiteral("the PLC refused: end code %1").arg(endCodeText(endCode));
         if (end.modeChange) {
             text += modeChangeText(end);
+        } else if (end.sendError != 0) {
+            text += QStringLiteral("; the change to MONITOR mode: ") + cannotSendText(end);
         } else if (isModeRefusal(endCode) && settings.allowModeChange && settings.retries < 2) {
             text += QStringLiteral(" (the change to MONITOR mode needs %1 2 or more)")
                         .arg(names.retries);
         }
         return text + QStringLiteral(" (%1)").arg(tries);
+    }
+    if (nothingCouldBeSent(end)) {
+        return QStringLiteral("%1 (%2 to %3 in %4)")
+            .arg(cannotSendText(end), tries, endpointText(settings.plc), secondsText(end.waited));
     }
     if (portIsClosed(end)) {
         return QStringLiteral("nothing listens on UDP port %1 of %2: that computer says "
@@ -246,6 +288,9 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
                  requestText(end));
     }
     const QString plc = endpointText(settings.plc);
+    if (nothingCouldBeSent(end)) {
+        return cannotSendText(end) + QStringLiteral(", to ") + plc;
+    }
     if (portIsClosed(end)) {
         return QStringLiteral("port unreachable: nothing listens on ") + plc;
     }
@@ -277,16 +322,28 @@ QStringList likelyCauses(const RequestEnd& end, const LineSettings& settings,
     if (endCode >= 0) {
         return refusalCauses(endCode, end, place);
     }
+    if (end.unsent > 0) {
+        return sendCauses(end, place);
+    }
     if (portIsClosed(end)) {
         return {addressCause(place),
                 QStringLiteral("the PLC's FINS/UDP service is switched off, or it is starting")};
     }
+    const QString slowLink = QStringLiteral("a slow link: a longer %1 (now %2 ms)")
+                                 .arg(names.timeout)
+                                 .arg(settings.timeoutMs);
+    if (end.silent > 0 && end.answeredAt >= 0 && end.answeredAt < end.waited) {
+        return {QStringLiteral("the PLC has stopped answering: its last answer came %1 before the "
+                               "end, so address and port are right; look at its power and its "
+                               "error display")
+                    .arg(secondsText(end.waited - end.answeredAt)),
+                QStringLiteral("the network between: a cable, a switch or a radio link that has "
+                               "failed since"),
+                slowLink};
+    }
     return {addressCause(place), nodesCause(place),
             QStringLiteral("a PLC without power, or whose FINS/UDP service is switched off"),
-            firewallCause(),
-            QStringLiteral("a slow link: a longer %1 (now %2 ms)")
-                .arg(names.timeout)
-                .arg(settings.timeoutMs)};
+            firewallCause(), slowLink};
 }
 
 QString failureText(const RequestEnd& end, const LineSettings& settings, const QVector<int>& nodes,

@@ -88,6 +88,10 @@ void printFindings(const Context& context, const Line& line, const Findings& fin
         context.out << "retries     " << retries << ": "
                     << retriesText(retries, findings.resentAfterError) << '\n';
     }
+    if (line.statistics().unsent() > 0) {
+        context.out << "not sent    " << line.statistics().unsent()
+                    << ": frames that this computer could not send\n";
+    }
     if (line.statistics().dropped() > 0) {
         context.out << "dropped     " << line.statistics().dropped()
                     << ": datagrams that were no reply to the frame in flight\n";

@@ -54,6 +54,7 @@ struct PlcStatus {
     QString lastEndCode; ///< "0000 normal"; empty: none yet
     qint64 lastEndCodeAt = -1;
     qint64 silentSince = -1; ///< since when no request has been answered; -1: the last one was
+    bool cannotSend = false; ///< nor could it be sent
     QString lastError;       ///< the last end code that was an error; empty: none yet
     qint64 lastErrorAt = -1;
 };

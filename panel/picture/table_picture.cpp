@@ -172,7 +172,8 @@ QString milliseconds(qint64 duration) {
 QStringList troubles(const PlcStatus& plc, qint64 now) {
     QStringList parts;
     if (plc.silentSince >= 0) {
-        parts.append(QStringLiteral("no answer for ") + ageText(now - plc.silentSince));
+        parts.append(QStringLiteral("no answer for ") + ageText(now - plc.silentSince) +
+                     (plc.cannotSend ? QStringLiteral(", cannot send") : QString()));
     }
     if (!plc.lastError.isEmpty()) {
         parts.append(QStringLiteral("last error %1, %2 ago")

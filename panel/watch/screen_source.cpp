@@ -119,6 +119,7 @@ QVector<screen::PlcStatus> ScreenSource::plcs() const {
         plc.lastEndCode = endCodeOrNothing(statistics.lastEndCode());
         plc.lastEndCodeAt = statistics.lastEndCodeAt();
         plc.silentSince = statistics.silentSince();
+        plc.cannotSend = statistics.cannotSend();
         plc.lastError = endCodeOrNothing(statistics.lastError());
         plc.lastErrorAt = statistics.lastErrorAt();
         all.append(plc);

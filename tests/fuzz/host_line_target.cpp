@@ -28,7 +28,10 @@ public:
 /// Keeps the frame sent last.
 class LastFrame : public Link {
 public:
-    void send(const QByteArray& frame) override { last = frame; }
+    int send(const QByteArray& frame) override {
+        last = frame;
+        return 0;
+    }
     QByteArray last;
 };
 

@@ -22,13 +22,15 @@ const int RETRIES = 3;
 
 class RecordedLink : public Link {
 public:
-    void send(const QByteArray& frame) override {
+    int send(const QByteArray& frame) override {
         frames.push_back(frame);
         if (onSend) {
             onSend();
         }
+        return error;
     }
     std::function<void()> onSend;
+    int error = 0; ///< of the next ones
     std::vector<QByteArray> frames;
 };
 
@@ -49,6 +51,9 @@ public:
     void frameSent(const QByteArray& /*frame*/, int attempt) override {
         attempts.push_back(attempt);
     }
+    void frameNotSent(const QByteArray& /*frame*/, int /*attempt*/, int error) override {
+        errors.push_back(error);
+    }
     void datagramReceived(const QByteArray& /*datagram*/, Verdict verdict) override {
         verdicts.push_back(verdict);
     }
@@ -56,6 +61,7 @@ public:
     void requestSettled(const Settled& request) override { settled.push_back(request); }
 
     std::vector<int> attempts;
+    std::vector<int> errors; ///< of frames that were not sent
     std::vector<Verdict> verdicts;
     std::vector<Settled> settled;
     int timeouts = 0;

@@ -7,6 +7,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QTemporaryDir>
 
+#include <cerrno>
 #include <fstream>
 #include <unistd.h>
 
@@ -225,6 +226,13 @@ TEST_F(LineOpen, link_moreDatagramsThanATurnTakes_allAreTaken) {
         plc.sendTo(link.local().port, QByteArray::number(number));
     }
     EXPECT_TRUE(waitUntil([&] { return taken == many; }));
+}
+
+TEST_F(LineOpen, frameThatTheSystemDoesNotTake_isSaidWithItsReason) {
+    UdpLink link;
+    ASSERT_EQ(link.bind({QHostAddress(QHostAddress::LocalHost), 0}).toStdString(), "");
+    ASSERT_EQ(link.connectTo({QHostAddress(QHostAddress::LocalHost), 9}).toStdString(), "");
+    EXPECT_EQ(link.send(QByteArray(70000, 'x')), EMSGSIZE);
 }
 
 /// Notes every datagram that the line has seen.

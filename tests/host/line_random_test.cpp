@@ -3,6 +3,7 @@
 
 #include "host/simulated_line.h"
 
+#include <cerrno>
 #include <map>
 #include <random>
 #include <set>
@@ -17,8 +18,9 @@ const int RECIPE_AREA = 20000;
 
 class RandomLine {
 public:
-    explicit RandomLine(unsigned seed, const LineSettings& settings)
-        : m_random(seed), m_line(settings) {
+    /// `unsentPercent`: frames that the system does not take.
+    explicit RandomLine(unsigned seed, const LineSettings& settings, int unsentPercent = 0)
+        : m_random(seed), m_unsentPercent(unsentPercent), m_line(settings) {
         m_line.fate = [this](const QByteArray& frame, int) { return fate(frame); };
         m_line.onTags = [this](const QVector<int>& changed) { look(changed); };
     }
@@ -51,6 +53,7 @@ private:
         if (!m_faults) {
             return fate;
         }
+        fate.sendError = chance(m_unsentPercent) ? ENETUNREACH : 0;
         fate.loseRequest = chance(4);
         fate.loseReply = chance(4);
         fate.requests = chance(4) ? 2 : 1;
@@ -194,7 +197,9 @@ private:
         }
         EXPECT_EQ(outcome.result == WriteResult::Taken, outcome.taken == outcome.count);
         EXPECT_EQ(outcome.result == WriteResult::Unknown, outcome.unknown > 0);
-        EXPECT_NE(outcome.result, WriteResult::NotReached);
+        if (m_unsentPercent == 0) {
+            EXPECT_NE(outcome.result, WriteResult::NotReached);
+        }
     }
 
     void expectTheNextRecipeIsWhole() {
@@ -209,6 +214,7 @@ private:
     }
 
     std::mt19937 m_random;
+    int m_unsentPercent;
     SimulatedLine m_line;
     bool m_faults = true;
     std::set<quint64> m_ids;
@@ -224,6 +230,14 @@ TEST_P(LineRandom, operationsAndFaults_whatIsToldIsSo) {
     settings.refusedRetryMs = 500;
     settings.allowModeChange = GetParam() % 3 == 0;
     RandomLine line(GetParam(), settings);
+    line.run();
+}
+
+/// So many frames are not sent that whole requests are not.
+TEST_P(LineRandom, framesThatCannotBeSent_whatIsToldIsSo) {
+    LineSettings settings = lineSettings();
+    settings.allowModeChange = GetParam() % 3 == 0;
+    RandomLine line(GetParam(), settings, 40);
     line.run();
 }
 

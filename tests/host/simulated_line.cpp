@@ -126,16 +126,17 @@ SimulatedLine::~SimulatedLine() {
     qInstallMessageHandler(nullptr);
 }
 
-void SimulatedLine::send(const QByteArray& frame) {
+int SimulatedLine::send(const QByteArray& frame) {
     frames.push_back(frame);
     const Fate what = fate ? fate(frame, static_cast<int>(frames.size())) : Fate();
-    if (what.loseRequest) {
-        return;
+    if (what.loseRequest || what.sendError != 0) {
+        return what.sendError;
     }
     for (int copy = 0; copy < what.requests; ++copy) {
         const qint64 extra = what.requestDelay + (copy > 0 ? what.copyDelay : 0);
         putUnderWay(Datagram{frame, true, what}, extra);
     }
+    return 0;
 }
 
 void SimulatedLine::putUnderWay(const Datagram& datagram, qint64 delay) {

@@ -24,6 +24,7 @@ public:
 
 /// What happens to one frame and its reply.
 struct Fate {
+    int sendError = 0; ///< not taken by the system, which says this errno
     bool loseRequest = false;
     bool closedPort = false; ///< lost, and the PLC's computer says that nothing listens
     bool loseReply = false;
@@ -101,7 +102,7 @@ public:
     int freshTags() const;
     void close();
 
-    void send(const QByteArray& frame) override;
+    int send(const QByteArray& frame) override;
 
     /// Decides what becomes of a frame; `number` counts the frames from 1.
     std::function<Fate(const QByteArray& frame, int number)> fate;
@@ -119,7 +120,7 @@ public:
     velkor_host::LineSettings settings;
     velkor_host::DriverCopy driver;
     std::unique_ptr<velkor_host::LineCore> core;
-    std::vector<QByteArray> frames; ///< that the line has sent
+    std::vector<QByteArray> frames; ///< that the line has handed over, taken or not
     std::vector<velkor_host::WriteOutcome> writes;
     std::vector<velkor_host::ReadOutcome> reads;
     std::vector<velkor_host::RecipeOutcome> recipes;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 using namespace velkor_host;
 
 namespace {
@@ -73,6 +75,88 @@ TEST(ShortReason, keyWords_standFirst) {
     cut.wrongLength = 3;
     EXPECT_EQ(plain(shortReason(cut, settings())),
               "wrong length: replies of 192.168.250.1:9600 to DM 100 (2 words)");
+}
+
+RequestEnd unsentRead(int sendError) {
+    RequestEnd end = failedRead();
+    end.unsent = 3;
+    end.sendError = sendError;
+    return end;
+}
+
+TEST(FailureReason, nothingCouldBeSent_isNoSilence) {
+    EXPECT_EQ(plain(failureReason(unsentRead(ENETUNREACH), settings())),
+              "cannot send: Network is unreachable (3 tries to 192.168.250.1:9600 in 1.50 s)");
+    EXPECT_EQ(plain(shortReason(unsentRead(ENETUNREACH), settings())),
+              "cannot send: Network is unreachable, to 192.168.250.1:9600");
+}
+
+TEST(LikelyCauses, nothingCouldBeSent_startsWithThisComputersNetwork) {
+    const QStringList causes = likelyCauses(unsentRead(ENETUNREACH), settings(), NODES);
+    EXPECT_TRUE(causes.at(0).startsWith("this computer's network: a cable")) << plain(causes.at(0));
+    EXPECT_TRUE(causes.at(1).contains("ip route get 192.168.250.1")) << plain(causes.at(1));
+    for (const QString& cause : causes) {
+        EXPECT_FALSE(cause.contains("without power")) << plain(cause);
+    }
+}
+
+TEST(LikelyCauses, notPermitted_startsWithTheFirewall) {
+    EXPECT_TRUE(likelyCauses(unsentRead(EPERM), settings(), NODES)
+                    .first()
+                    .startsWith("a firewall of this computer"));
+}
+
+TEST(LikelyCauses, frameTooLong_isShorterFrames) {
+    const QStringList causes = likelyCauses(unsentRead(EMSGSIZE), settings(), NODES);
+    ASSERT_EQ(causes.size(), 1);
+    EXPECT_TRUE(causes.first().contains("LineSettings::wordsPerFrame, now 256"))
+        << plain(causes.first());
+}
+
+TEST(FailureReason, someTriesCouldNotBeSent_areCounted) {
+    RequestEnd end = unsentRead(ENETUNREACH);
+    end.unsent = 2;
+    EXPECT_EQ(plain(failureReason(end, settings())),
+              "no usable answer from 192.168.250.1:9600 in 3 tries of 500 ms each (1.50 s); 2 of 3 "
+              "tries never left this computer: cannot send: Network is unreachable");
+    EXPECT_TRUE(likelyCauses(end, settings(), NODES).first().startsWith("this computer's network"));
+}
+
+TEST(FailureReason, modeChangeThatCouldNotBeSent_isSaid) {
+    RequestEnd end = refusedWrite(0x2203);
+    end.sendError = ENETUNREACH;
+    EXPECT_EQ(
+        plain(failureReason(end, settings())),
+        "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode; the change to "
+        "MONITOR mode: cannot send: Network is unreachable (3 tries)");
+}
+
+TEST(SurelyNotExecuted, everyTryUnsentRefusedOrUnreached_holds) {
+    RequestEnd end = unsentRead(ENETUNREACH);
+    EXPECT_TRUE(end.surelyNotExecuted());
+    end.unsent = 1;
+    EXPECT_FALSE(end.surelyNotExecuted());
+    end.unreached = 1;
+    end.refusals = 1;
+    EXPECT_TRUE(end.surelyNotExecuted());
+    end.doubtful = 1;
+    EXPECT_FALSE(end.surelyNotExecuted());
+}
+
+TEST(LikelyCauses, silenceBehindAnAnswer_startsWithTheAnswer) {
+    RequestEnd end = failedRead();
+    end.refusals = 1;
+    end.silent = 2;
+    end.endCode = 0x1103;
+    end.answeredAt = 10000;
+    const QStringList causes = likelyCauses(end, settings(), NODES);
+    EXPECT_TRUE(causes.first().startsWith("the PLC has stopped answering: its last answer came "
+                                          "1.49 s before the end, so address and port are right"))
+        << plain(causes.first());
+    for (const QString& cause : causes) {
+        EXPECT_FALSE(cause.startsWith("a wrong address")) << plain(cause);
+        EXPECT_FALSE(cause.startsWith("wrong node numbers")) << plain(cause);
+    }
 }
 
 TEST(FailureReason, portUnreachable_isSaid) {

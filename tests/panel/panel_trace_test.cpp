@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 using namespace velkor_host;
 
 namespace {
@@ -21,6 +23,13 @@ TEST(TraceSent, resend_tellsTheTry) {
 TEST(TraceSent, modeChange_isNamed) {
     EXPECT_EQ(plain(traceSent(bytes("800002 000500 000A00 08 0401 FFFF02"), 1)),
               "send sid=8 0401 set mode MONITOR, 15 bytes");
+}
+
+TEST(TraceNotSent, frame_tellsTheSystemsReason) {
+    EXPECT_EQ(
+        plain(traceNotSent(bytes("800002 000500 000A00 07 0101 820064 00 0003"), 2, ENETUNREACH)),
+        "fail sid=7 0101 read DM 100 count=3, 18 bytes, try 2: cannot send: Network is "
+        "unreachable");
 }
 
 TEST(TraceReceived, reply_tellsTheEndCodeAsItStandsAndInWords) {

@@ -253,6 +253,15 @@ TEST(StatusLines, narrowScreen_losesNothing) {
                            "last error 1103 address out of range, 3.0 s ago"}));
 }
 
+TEST(StatusLines, nothingCanBeSent_isSaidBesideTheSilence) {
+    PlcStatus plc;
+    plc.silentSince = 9 * SECOND;
+    plc.cannotSend = true;
+    EXPECT_TRUE(statusLines({plc}, 80, 6, true, 10 * SECOND)
+                    .last()
+                    .endsWith("no answer for 1.0 s, cannot send"));
+}
+
 TEST(StatusLines, manyPlcs_silentOnesComeFirstAndTheRestIsCounted) {
     QVector<PlcStatus> plcs(8);
     for (int index = 0; index < plcs.size(); ++index) {

@@ -16,8 +16,8 @@ enum class WriteResult {
     Refused,   ///< the PLC has refused a piece (end code in `last`), and has surely not executed it
     Unknown,   ///< a piece was sent and no answer settled what became of it: it may or may not have
                ///< been executed
-    NotReached ///< the PLC has surely not got it: nothing was sent, because the line was closed, or
-               ///< nothing listened at its port
+    NotReached ///< the PLC has surely not got it: nothing was sent, because the line was closed or
+               ///< this computer could not send, or nothing listened at its port
 };
 
 /// A write longer than a frame goes in pieces, in the order of their addresses; behind a piece that
@@ -64,7 +64,8 @@ enum class RecipeResult {
     Done,        ///< every block has been moved (and, if asked for, compared and found equal)
     Refused,     ///< the PLC has refused a block
     Unknown,     ///< a block was not answered: a download may or may not have written it
-    NotReached,  ///< the PLC has surely not got a block: nothing listened at its port
+    NotReached,  ///< the PLC has surely not got a block: this computer could not send it, or
+                 ///< nothing listened at the PLC's port
     Different,   ///< downloaded, but what was read back differs: see `differences`
     NotVerified, ///< downloaded, every block acknowledged, but reading it back failed, or was
                  ///< given up

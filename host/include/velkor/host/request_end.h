@@ -23,30 +23,35 @@ struct RequestEnd {
     int address = 0; ///< as in Tag
     int length = 0;  ///< words, or bits in a bit register
 
-    int tries = 0;           ///< frames sent, mode changes not counted
-    int refusals = 0;        ///< tries that the PLC answered with an error
-    int doubtful = 0;        ///< refusals that came from something on the way to the PLC's memory
-                             ///< for want of an answer (0205 and its like): see below
-    int silent = 0;          ///< tries that no reply ended
-    int unreached = 0;       ///< tries without a reply whose frame surely met a closed port: nobody
-                             ///< got it
-    int refusedPort = 0;     ///< how often the PLC's computer said that nothing listens on the port
-    int strange = 0;         ///< datagrams that came while it waited and were no reply to it
-    int wrongLength = 0;     ///< replies of a wrong length that carried no error
-    int endCode = -1;        ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
-    bool refused = false;    ///< the last reply carried an error
-    bool modeChange = false; ///< the driver asked the PLC to change to MONITOR mode
-    int modeChangeEnd = -1;  ///< end code of that; -1: no answer
+    int tries = 0;        ///< frames handed to the system, mode changes not counted
+    int refusals = 0;     ///< tries that the PLC answered with an error
+    int doubtful = 0;     ///< refusals that came from something on the way to the PLC's memory
+                          ///< for want of an answer (0205 and its like): see below
+    int silent = 0;       ///< tries that no reply ended
+    int unreached = 0;    ///< tries without a reply whose frame surely met a closed port: nobody
+                          ///< got it
+    int unsent = 0;       ///< tries without a reply whose frame this computer could not send:
+                          ///< nobody got it
+    int sendError = 0;    ///< why: the system's error number (errno) at the last such frame, that
+                          ///< of a mode change included; 0: every frame was sent
+    int refusedPort = 0;  ///< how often the PLC's computer said that nothing listens on the port
+    int strange = 0;      ///< datagrams that came while it waited and were no reply to it
+    int wrongLength = 0;  ///< replies of a wrong length that carried no error
+    int endCode = -1;     ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
+    bool refused = false; ///< the last reply carried an error
+    bool modeChange = false;             ///< the driver asked the PLC to change to MONITOR mode
+    int modeChangeEnd = -1;              ///< end code of that; -1: no answer
     int refusalBeforeModeChange = -1;    ///< end code that led to it
     bool refusedAfterModeChange = false; ///< the PLC has changed its mode, and refused all the same
     /// The line was closed before this was answered, or (`tries` 0) before it was sent.
     bool closed = false;
-    qint64 waited = 0;     ///< microseconds from the first frame to the end
-    qint64 roundTrip = -1; ///< microseconds to the reply to the first try; -1: it had none
+    qint64 waited = 0;      ///< microseconds from the first frame to the end
+    qint64 roundTrip = -1;  ///< microseconds to the reply to the first try; -1: it had none
+    qint64 answeredAt = -1; ///< microseconds from the first frame to the last reply; -1: none came
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
 
-    /// Every try, if there was one, met a closed port or was answered by an error that is not
-    /// doubtful: the PLC has not executed the request.
+    /// Every try, if there was one, could not be sent, met a closed port, or was answered by an
+    /// error that is not doubtful: the PLC has not executed the request.
     VELKOR_HOST_EXPORT bool surelyNotExecuted() const;
 };
 
@@ -70,8 +75,9 @@ VELKOR_HOST_EXPORT QString requestText(const RequestEnd& end);
 VELKOR_HOST_EXPORT QString failureReason(const RequestEnd& end, const LineSettings& settings,
                                          const SettingNames& names = SettingNames());
 
-/// The same for a line of limited width, the key words first: "no answer: ...", "port unreachable:
-/// ...", "refused: ...", "wrong length: ...", "not sent: ...". Empty when nothing has failed.
+/// The same for a line of limited width, the key words first: "no answer: ...", "cannot send:
+/// ...", "port unreachable: ...", "refused: ...", "wrong length: ...", "not sent: ...". Empty when
+/// nothing has failed.
 VELKOR_HOST_EXPORT QString shortReason(const RequestEnd& end, const LineSettings& settings);
 
 /// The likely causes, the likeliest first; none when the PLC has had no chance to answer, or

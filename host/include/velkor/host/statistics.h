@@ -40,6 +40,7 @@ class VELKOR_HOST_EXPORT LinkStatistics {
 public:
     void received(Verdict verdict);
     void timedOut() { ++m_timeouts; }
+    void notSent() { ++m_unsent; }
     /// What the line has asked the driver for has ended, well or not.
     void requestEnded(const RequestEnd& end, qint64 now);
     /// Nothing more is sent of this block: `whole` is all that was sent of it together.
@@ -48,8 +49,10 @@ public:
     const RoundTrips& roundTrips() const { return m_roundTrips; }
     qint64 exchanges() const { return m_exchanges; }
     qint64 retries() const { return m_retries; }
-    /// Frames, those of mode changes included, that no reply came to in time.
+    /// Frames, those of mode changes included, that were sent and no reply came to in time.
     qint64 timeouts() const { return m_timeouts; }
+    /// Frames, those of mode changes included, that this computer could not send.
+    qint64 unsent() const { return m_unsent; }
     /// Datagrams that were no reply to the frame in flight.
     qint64 dropped() const { return m_dropped; }
     qint64 failures() const { return m_failures; }
@@ -61,6 +64,8 @@ public:
     qint64 lastErrorAt() const { return m_lastErrorAt; }
     /// Since when no request has been answered; -1: the last one was.
     qint64 silentSince() const { return m_silentSince; }
+    /// No frame of the last request could be sent.
+    bool cannotSend() const { return m_cannotSend; }
 
     /// Exchanges that have ended, per second over the last two seconds.
     double exchangeRate(qint64 now) const;
@@ -71,6 +76,7 @@ private:
     qint64 m_exchanges = 0;
     qint64 m_retries = 0;
     qint64 m_timeouts = 0;
+    qint64 m_unsent = 0;
     qint64 m_dropped = 0;
     qint64 m_failures = 0;
     int m_lastEndCode = -1;
@@ -78,6 +84,7 @@ private:
     int m_lastError = -1;
     qint64 m_lastErrorAt = -1;
     qint64 m_silentSince = -1;
+    bool m_cannotSend = false;
 };
 
 } // namespace velkor_host

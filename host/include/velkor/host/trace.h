@@ -12,6 +12,7 @@ namespace velkor_host {
 
 /// "send sid=5 0101 read DM 100 count=2, 18 bytes" and so on; without the time.
 VELKOR_HOST_EXPORT QString traceSent(const QByteArray& frame, int attempt);
+VELKOR_HOST_EXPORT QString traceNotSent(const QByteArray& frame, int attempt, int error);
 VELKOR_HOST_EXPORT QString traceReceived(const QByteArray& datagram, Verdict verdict);
 VELKOR_HOST_EXPORT QString traceTimedOut(const QByteArray& frame);
 
@@ -20,6 +21,7 @@ public:
     /// Borrows `out`. `name`, if not empty, stands in each line behind the time: which line it is.
     explicit Trace(QTextStream& out, const QString& name = QString()) : m_out(out), m_name(name) {}
     void sent(const QByteArray& frame, int attempt) override;
+    void notSent(const QByteArray& frame, int attempt, int error) override;
     void received(const QByteArray& datagram, Verdict verdict) override;
     void timedOut(const QByteArray& frame) override;
     void portRefused() override;

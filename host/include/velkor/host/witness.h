@@ -24,10 +24,18 @@ public:
     FrameWitness(const FrameWitness&) = delete;
     FrameWitness& operator=(const FrameWitness&) = delete;
     virtual ~FrameWitness() = default;
-    /// Before the frame is handed to the socket. `attempt` counts the tries of the request from 1.
+    /// The system has taken the frame. `attempt` counts the tries of the request from 1.
     virtual void sent(const QByteArray& frame, int attempt) = 0;
+    /// It has not: nothing of the frame has left this computer. `error` is the system's error
+    /// number (errno).
+    virtual void notSent(const QByteArray& frame, int attempt, int error) {
+        Q_UNUSED(frame)
+        Q_UNUSED(attempt)
+        Q_UNUSED(error)
+    }
     /// As soon as the datagram has been taken from the socket and judged.
     virtual void received(const QByteArray& datagram, Verdict verdict) = 0;
+    /// No reply has come in time to a frame that was sent.
     virtual void timedOut(const QByteArray& frame) = 0;
     virtual void portRefused() = 0;
 };
