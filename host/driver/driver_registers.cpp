@@ -1,4 +1,4 @@
-#include <velkor/host/driver_registers.h>
+#include <velkor/host/registers.h>
 
 #include "host/driver/api_catalogue.h"
 #include "host/driver/driver_copy.h"

@@ -1,4 +1,4 @@
-#include <velkor/host/limits.h>
+#include <velkor/host/scaled_value.h>
 
 #include "host/values/raw_number.h"
 

@@ -1,4 +1,4 @@
-#include <velkor/host/capture_file.h>
+#include <velkor/host/witness.h>
 
 #include "host/watch/udp_packet.h"
 

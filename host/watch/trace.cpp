@@ -1,4 +1,4 @@
-#include <velkor/host/trace.h>
+#include <velkor/host/witness.h>
 
 #include "host/wire/fins_decode.h"
 #include <velkor/host/end_codes.h>

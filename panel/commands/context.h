@@ -7,7 +7,7 @@
 #include "panel/options/options.h"
 #include "panel/output/exit_code.h"
 
-#include <velkor/host/driver_registers.h>
+#include <velkor/host/registers.h>
 
 namespace panel {
 

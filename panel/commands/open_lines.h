@@ -5,9 +5,8 @@
 
 #include "panel/commands/context.h"
 
-#include <velkor/host/capture_file.h>
 #include <velkor/host/line.h>
-#include <velkor/host/trace.h>
+#include <velkor/host/witness.h>
 
 #include <memory>
 #include <vector>

@@ -1,7 +1,7 @@
 #ifndef VELKOR_PANEL_WATCH_PANEL_TAG_H
 #define VELKOR_PANEL_WATCH_PANEL_TAG_H
 
-#include <velkor/host/limits.h>
+#include <velkor/host/scaled_value.h>
 #include <velkor/host/tag.h>
 
 #include <QtCore/QStringList>

@@ -6,7 +6,7 @@
 #include "fuzz/own_catalogue.h"
 #include "host/line/line_core.h"
 
-#include <velkor/host/trace.h>
+#include <velkor/host/witness.h>
 
 #include <QtCore/QTextStream>
 

@@ -2,7 +2,7 @@
 
 #include "host/driver/driver_copy.h"
 
-#include <velkor/host/driver_registers.h>
+#include <velkor/host/registers.h>
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>

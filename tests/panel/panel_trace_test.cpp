@@ -1,4 +1,4 @@
-#include <velkor/host/trace.h>
+#include <velkor/host/witness.h>
 
 #include "panel/text.h"
 

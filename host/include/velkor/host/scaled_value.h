@@ -2,7 +2,7 @@
 #define VELKOR_HOST_SCALED_VALUE_H
 
 /// Values in the unit that people use: value = raw * scale + offset, where raw is the number that
-/// the PLC keeps.
+/// the PLC keeps; and limits in that unit.
 
 #include <velkor/host/export.h>
 #include <velkor/host/value.h>
@@ -33,6 +33,23 @@ VELKOR_HOST_EXPORT QVector<std::optional<double>> scaledValues(ValueType type, c
 /// text names the nearest that can be written: nothing is rounded in secret.
 VELKOR_HOST_EXPORT QString parseScaled(ValueType type, const QStringList& texts,
                                        const Scaling& scaling, int wordsForString, Items* items);
+
+struct Limits {
+    std::optional<double> low;
+    std::optional<double> high;
+};
+
+enum class Limit { Inside, Below, Above };
+
+/// Where the values lie: that of the first one outside. A value at a limit is inside: the limit is
+/// taken for the number that the PLC keeps for it, as parseScaled() would write it. With a limit,
+/// an infinite float is Below or Above by its sign, and one that is no number is Above; what else
+/// is no number is Inside.
+VELKOR_HOST_EXPORT Limit limitOf(ValueType type, const Items& items, const Scaling& scaling,
+                                 const Limits& limits);
+
+/// The number in as few digits as give the very same number back, 15 at least if it has them.
+VELKOR_HOST_EXPORT QString exactNumberText(double value);
 
 } // namespace velkor_host
 

@@ -1,11 +1,16 @@
 #ifndef VELKOR_HOST_WITNESS_H
 #define VELKOR_HOST_WITNESS_H
 
-/// Something that watches the datagrams of a line: a trace, a capture.
+/// What watches the datagrams of a line: a trace, a capture, or one of the host's own.
+
+#include <velkor/host/endpoint.h>
+#include <velkor/host/export.h>
 
 #include <QtCore/QByteArray>
 #include <QtCore/QString>
-#include <velkor/host/export.h>
+#include <QtCore/QTextStream>
+
+#include <memory>
 
 namespace velkor_host {
 
@@ -38,6 +43,57 @@ public:
     /// No reply has come in time to a frame that was sent.
     virtual void timedOut(const QByteArray& frame) = 0;
     virtual void portRefused() = 0;
+};
+
+/// "send sid=5 0101 read DM 100 count=2, 18 bytes" and so on; without the time.
+VELKOR_HOST_EXPORT QString traceSent(const QByteArray& frame, int attempt);
+VELKOR_HOST_EXPORT QString traceNotSent(const QByteArray& frame, int attempt, int error);
+VELKOR_HOST_EXPORT QString traceReceived(const QByteArray& datagram, Verdict verdict);
+VELKOR_HOST_EXPORT QString traceTimedOut(const QByteArray& frame);
+
+/// Frames and replies in words, one line each, with the time.
+class VELKOR_HOST_EXPORT Trace : public FrameWitness {
+public:
+    /// Borrows `out`. `name`, if not empty, stands in each line behind the time: which line it is.
+    explicit Trace(QTextStream& out, const QString& name = QString()) : m_out(out), m_name(name) {}
+    void sent(const QByteArray& frame, int attempt) override;
+    void notSent(const QByteArray& frame, int attempt, int error) override;
+    void received(const QByteArray& datagram, Verdict verdict) override;
+    void timedOut(const QByteArray& frame) override;
+    void portRefused() override;
+
+private:
+    void line(const QString& text);
+
+    QTextStream& m_out;
+    const QString m_name;
+};
+
+/// A capture of the datagrams of one or more lines for Wireshark and its kin, readable while it is
+/// being written. Off port 9600 Wireshark is told: -d udp.port==N,omron
+///
+/// One file, used on one thread. Its witnesses must not outlive it.
+class VELKOR_HOST_EXPORT CaptureFile {
+public:
+    CaptureFile();
+    ~CaptureFile();
+    CaptureFile(const CaptureFile&) = delete;
+    CaptureFile& operator=(const CaptureFile&) = delete;
+
+    /// Begins the file anew. The result is empty or says why it cannot be written.
+    QString open(const QString& path);
+
+    /// For one line, between these two addresses (see Line::localEndpoint()).
+    std::unique_ptr<FrameWitness> witness(const Endpoint& local, const Endpoint& plc);
+
+    /// Empty while every packet has been written; else why one could not, and the file ends before
+    /// it.
+    QString fault() const;
+
+private:
+    class File;
+    class Witness;
+    std::unique_ptr<File> m_file;
 };
 
 } // namespace velkor_host
