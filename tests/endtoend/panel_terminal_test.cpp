@@ -1,34 +1,18 @@
 // velkor-panel's live table on a pseudo terminal.
 
-#include "endtoend/process_signal.h"
 #include "endtoend/programs.h"
-#include "screen/terminal_emulator.h"
+#include "support/terminal_program.h"
 
 #include <QtCore/QRegularExpression>
 
-#include <cstring>
-#include <poll.h>
-#include <pty.h>
-#include <stdexcept>
-#include <sys/ioctl.h>
-#include <sys/resource.h>
+#include <csignal>
 #include <sys/wait.h>
-#include <termios.h>
-#include <unistd.h>
-#include <vector>
 
 namespace {
 
-class PanelTerminal : public Programs {
+class PanelTerminal : public Programs, protected TerminalProgram {
 protected:
-    ~PanelTerminal() override {
-        if (signalProcess(m_pid, SIGKILL)) {
-            waitpid(m_pid, nullptr, 0);
-        }
-        if (m_terminal >= 0) {
-            close(m_terminal);
-        }
-    }
+    PanelTerminal() : TerminalProgram(100, 24) {}
 
     void watch(const QStringList& arguments) {
         QList<QByteArray> words{"--plc", plcAddress().toUtf8(), "watch", "--scan-interval", "20"};
@@ -40,108 +24,29 @@ protected:
 
     void run(QList<QByteArray> words) {
         words.prepend(VELKOR_PANEL_PROGRAM);
-        std::vector<char*> argv;
-        for (QByteArray& word : words) {
-            argv.push_back(word.data());
-        }
-        argv.push_back(nullptr);
-        winsize size = {};
-        size.ws_row = 24;
-        size.ws_col = 100;
-        m_pid = forkpty(&m_terminal, nullptr, nullptr, &size);
-        if (m_pid < 0) {
-            throw std::runtime_error("velkor-panel did not start");
-        }
-        if (m_pid == 0) {
-            if (m_mostFiles > 0) {
-                const rlimit most = {m_mostFiles, m_mostFiles};
-                setrlimit(RLIMIT_NOFILE, &most);
-            }
-            setenv("LC_ALL", "C.UTF-8", 1);
-            setenv("TERM", "xterm-256color", 1);
-            execv(argv.front(), argv.data());
-            _exit(127);
-        }
-        tcgetattr(m_terminal, &m_before);
-    }
-
-    /// Reads on until `text` stands on the screen.
-    bool shows(const QString& text) {
-        return waitFor([&] { return m_screen.find(text) >= 0; });
-    }
-    /// Reads on until it stands there no longer.
-    bool showsNoLonger(const QString& text) {
-        return waitFor([&] { return m_screen.find(text) < 0; });
-    }
-
-    template <typename Condition> bool waitFor(Condition holds) {
-        QElapsedTimer timer;
-        timer.start();
-        while (!holds()) {
-            if (timer.elapsed() > PATIENCE_MS || !readSome()) {
-                return false;
-            }
-        }
-        return true;
-    }
-
-    /// False when the program has closed the terminal.
-    bool readSome() {
-        pollfd wait = {m_terminal, POLLIN, 0};
-        if (::poll(&wait, 1, 100) <= 0) {
-            return true;
-        }
-        char buffer[4096];
-        const ssize_t length = ::read(m_terminal, buffer, sizeof buffer);
-        if (length <= 0) {
-            return false;
-        }
-        m_printed.append(buffer, static_cast<int>(length));
-        m_screen.feed(QByteArray(buffer, static_cast<int>(length)));
-        return true;
-    }
-
-    void type(const char* keys) {
-        ASSERT_EQ(::write(m_terminal, keys, strlen(keys)), static_cast<ssize_t>(strlen(keys)));
+        start(words, {}, m_mostFiles);
     }
 
     /// The exit code, once the program has ended and all it showed has been read.
     int exitCode() {
-        QElapsedTimer timer;
-        timer.start();
-        while (readSome() && timer.elapsed() < PATIENCE_MS) {
-        }
-        int status = 0;
-        const pid_t ended = waitpid(m_pid, &status, timer.elapsed() < PATIENCE_MS ? 0 : WNOHANG);
-        if (ended != m_pid) {
-            return -1;
-        }
-        m_pid = -1;
+        const int status = waitForEnd();
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
     /// Normal screen, visible cursor, echo and line mode; on it one line that says what has been.
     void expectRestored() {
-        EXPECT_FALSE(m_screen.isAlternate());
-        EXPECT_TRUE(m_screen.cursorShown());
+        EXPECT_FALSE(screen().isAlternate());
+        EXPECT_TRUE(screen().cursorShown());
         EXPECT_TRUE(QRegularExpression("^watched 1 tag: \\d+ scans?, \\d+ exchanges?, 0 retries, "
                                        "0 failures, 0 dropped$")
-                        .match(m_screen.lines().first())
+                        .match(screen().lines().first())
                         .hasMatch())
-            << plain(m_screen.lines().join('\n'));
-        termios after = {};
-        if (tcgetattr(m_terminal, &after) == 0) {
-            EXPECT_EQ(after.c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
-                      static_cast<tcflag_t>(ICANON | ECHO));
-        }
+            << plain(screen().lines().join('\n'));
+        EXPECT_EQ(modes().c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
+                  static_cast<tcflag_t>(ICANON | ECHO));
     }
 
-    rlim_t m_mostFiles = 0; ///< file descriptors of the program; 0: as many as the test
-    pid_t m_pid = -1;
-    int m_terminal = -1;
-    termios m_before = {};
-    QByteArray m_printed; ///< as it came, before the screen has broken it into lines
-    TerminalEmulator m_screen{100, 24};
+    int m_mostFiles = 0; ///< file descriptors of the program; 0: as many as the test
 };
 
 TEST_F(PanelTerminal, watch_showsTheTableAndQuitsWithQ) {
@@ -200,7 +105,7 @@ TEST_F(PanelTerminal, watch_longWriteWhoseFirstPieceIsRefused_saysSoAndWritesNot
     EXPECT_TRUE(panel({"read", "AR", "448", "--format", "csv"}).out.endsWith("AR,448,0\n"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
-    EXPECT_LT(m_screen.find("written: AR"), 0);
+    EXPECT_LT(screen().find("written: AR"), 0);
 }
 
 /// One read, then nothing until the write, none of whose tries arrives.
@@ -209,10 +114,10 @@ TEST_F(PanelTerminal, watch_writeWithoutAnswer_isPendingAndThenNotKnown) {
     watch({"DM:5", "--scan-interval", "60000", "--timeout", "600"});
     ASSERT_TRUE(shows("last end code 0000 normal"));
     type("\r77\r");
-    EXPECT_TRUE(waitFor([&] { return m_screen.line(2).contains("writing"); }));
-    EXPECT_TRUE(waitFor([&] { return m_screen.line(2).contains("stale"); }));
+    EXPECT_TRUE(waitUntil([&] { return screen().line(2).contains("writing"); }));
+    EXPECT_TRUE(waitUntil([&] { return screen().line(2).contains("stale"); }));
     EXPECT_TRUE(shows("writing DM 5 (1 word) failed; perhaps written: DM 5 (1 word), though no"));
-    EXPECT_FALSE(m_screen.line(2).contains("77"));
+    EXPECT_FALSE(screen().line(2).contains("77"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }
@@ -224,7 +129,7 @@ TEST_F(PanelTerminal, watch_writeThatNeedsMonitorMode_isDoneAndTheSwitchIsTold) 
     type("\r8\r");
     EXPECT_TRUE(shows("written: DM 5 (1 word); for it the PLC was switched to MONITOR mode"));
     type("\r8\r");
-    EXPECT_TRUE(showsNoLonger("; for it the PLC")); // no switch this time
+    EXPECT_TRUE(hides("; for it the PLC")); // no switch this time
     EXPECT_TRUE(shows("written: DM 5 (1 word)"));
     EXPECT_TRUE(panel({"read", "DM", "5", "--format", "csv"}).out.endsWith("DM,5,8\n"));
     type("q");
@@ -268,11 +173,7 @@ TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
     startPlc();
     watch({"DM:5"});
     ASSERT_TRUE(shows("last end code"));
-    winsize size = {};
-    size.ws_row = 10;
-    size.ws_col = 40;
-    m_screen.resize(40, 10);
-    ASSERT_EQ(ioctl(m_terminal, TIOCSWINSZ, &size), 0);
+    resize(40, 10);
     EXPECT_TRUE(shows(plcAddress() + "  1 tag"));
     EXPECT_TRUE(shows("DM:5"));
     type("q");
@@ -323,14 +224,14 @@ TEST_P(PanelTerminalFewFiles, watch_withSoManyDescriptors_isNotDeafToSignals) {
     GTEST_SKIP() << "the sanitizer needs descriptors of its own";
 #endif
     startPlc();
-    m_mostFiles = static_cast<rlim_t>(GetParam());
+    m_mostFiles = GetParam();
     watch({"DM:5"});
     if (shows("DM:5")) { // in the table, or in a line for each change
-        ASSERT_TRUE(signalProcess(m_pid, SIGTERM));
+        ASSERT_TRUE(sendSignal(SIGTERM));
         EXPECT_EQ(exitCode(), 0);
     } else {
-        EXPECT_TRUE(m_printed.contains("Too many open files") || m_printed.contains("Error 24"))
-            << m_printed.constData();
+        EXPECT_TRUE(printed().contains("Too many open files") || printed().contains("Error 24"))
+            << printed().constData();
         EXPECT_GT(exitCode(), 0);
     }
 }
@@ -343,7 +244,7 @@ TEST_P(PanelTerminalSignal, watch_endedByASignal_restoresTheTerminal) {
     startPlc();
     watch({"DM:5"});
     ASSERT_TRUE(shows("last end code"));
-    ASSERT_TRUE(signalProcess(m_pid, GetParam()));
+    ASSERT_TRUE(sendSignal(GetParam()));
     EXPECT_EQ(exitCode(), 0);
     expectRestored();
 }

@@ -3,7 +3,7 @@
 // silence.
 #pragma once
 
-#include "endtoend/process_signal.h"
+#include "support/process_signal.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "endtoend/programs.h"
 
-#include "endtoend/process_signal.h"
+#include "support/process_signal.h"
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>

@@ -1,7 +1,7 @@
 // The tests' own hold on the programs they start.
 
-#include "endtoend/process_signal.h"
 #include "endtoend/programs.h"
+#include "support/process_signal.h"
 
 #include <stdexcept>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "screen/terminal_emulator.h"
+#include "support/terminal_emulator.h"
 
 #include "panel/picture/cells.h"
 

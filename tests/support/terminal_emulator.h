@@ -1,5 +1,5 @@
-#ifndef VELKOR_TESTS_SCREEN_TERMINAL_EMULATOR_H
-#define VELKOR_TESTS_SCREEN_TERMINAL_EMULATOR_H
+#ifndef VELKOR_TESTS_SUPPORT_TERMINAL_EMULATOR_H
+#define VELKOR_TESTS_SUPPORT_TERMINAL_EMULATOR_H
 
 /// As much of a terminal of the xterm and vt100 families as a screen needs: what a program has
 /// written becomes what a person would see. Anything it does not know is noted in unknown().
