@@ -17,7 +17,7 @@ PlcDeeds::PlcDeeds(const QString& trace) : m_events(readPlcTrace(trace)) {
     for (const TraceEvent& event : m_events) {
         if (event.kind == TraceEvent::Received) {
             m_sids[event.request] = event.sid;
-        } else if (event.kind == TraceEvent::Executed && event.whole) {
+        } else if (event.kind == TraceEvent::Executed && event.isWholeWordCommand()) {
             execute(event);
         }
     }
@@ -69,8 +69,8 @@ bool PlcDeeds::hasEverTaken(const TracedRange& range, const QVector<quint16>& va
 
 bool PlcDeeds::wasSent(const TracedRange& range, const QVector<quint16>& values) const {
     return std::any_of(m_events.begin(), m_events.end(), [&](const TraceEvent& event) {
-        return event.kind == TraceEvent::Received && event.whole && event.command.write &&
-               event.command.range == range && event.command.data == values;
+        return event.kind == TraceEvent::Received && event.isWholeWordCommand() &&
+               event.command.write && event.command.range == range && event.command.data == values;
     });
 }
 

@@ -3,7 +3,7 @@
 
 /// What a PLC has done, by its trace, and what its memory has come to.
 
-#include "endtoend/plc_trace.h"
+#include "support/plc_trace.h"
 
 #include <QtCore/QHash>
 #include <QtCore/QPair>

@@ -3,7 +3,7 @@
 
 /// The writes of a run, what the line said became of them, and whether that is so.
 
-#include "load/plc_trace.h"
+#include "load/traced_writes.h"
 
 #include <velkor/host/outcome.h>
 

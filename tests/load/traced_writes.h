@@ -1,5 +1,5 @@
-#ifndef VELKOR_TESTS_LOAD_PLC_TRACE_H
-#define VELKOR_TESTS_LOAD_PLC_TRACE_H
+#ifndef VELKOR_TESTS_LOAD_TRACED_WRITES_H
+#define VELKOR_TESTS_LOAD_TRACED_WRITES_H
 
 /// What a PLC has executed, out of the trace that it printed.
 
