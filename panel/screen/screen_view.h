@@ -36,6 +36,9 @@ public:
 private:
     enum class Mode { Select, TypeValue, TypeFilter, Trend };
 
+    static constexpr int SPANS[] = {60, 120, 300, 600}; ///< of the trend, in seconds
+    static constexpr int LAST_SPAN = 3;
+
     /// What the last lines say.
     struct Message {
         QString text;

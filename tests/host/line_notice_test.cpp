@@ -1,6 +1,6 @@
 // When a line tells what, and that a host may do anything from inside.
 
-#include "host/line_fixture.h"
+#include "host/line_notice_fixture.h"
 
 #include <QtCore/QEventLoop>
 #include <QtCore/QTimer>
@@ -8,68 +8,9 @@
 #include <algorithm>
 #include <memory>
 
-using namespace velkor_host;
+using namespace line_notice_fixture;
 
 namespace {
-
-enum class Kind { Tags, Scan, Write, Read, Recipe, Progress, Request };
-const Kind KINDS[] = {Kind::Tags,   Kind::Scan,     Kind::Write,  Kind::Read,
-                      Kind::Recipe, Kind::Progress, Kind::Request};
-
-RecipeVariable variable(int address, const Items& words) {
-    RecipeVariable out;
-    out.reg = QStringLiteral("DM");
-    out.address = address;
-    out.count = static_cast<int>(words.size());
-    out.words = words;
-    return out;
-}
-
-class LineNotice : public LineFixture {
-protected:
-    LineNotice() : line(std::make_unique<Line>(settings())) {}
-
-    void open() { ASSERT_EQ(line->open().toStdString(), ""); }
-
-    /// Has `act` called in every notice of this kind.
-    void on(Kind kind, const std::function<void()>& act) const {
-        switch (kind) {
-        case Kind::Tags:
-            line->onTags = [act](const QVector<int>&) { act(); };
-            return;
-        case Kind::Scan:
-            line->onScan = act;
-            return;
-        case Kind::Write:
-            line->onWrite = [act](const WriteOutcome&) { act(); };
-            return;
-        case Kind::Read:
-            line->onRead = [act](const ReadOutcome&) { act(); };
-            return;
-        case Kind::Recipe:
-            line->onRecipe = [act](const RecipeOutcome&) { act(); };
-            return;
-        case Kind::Progress:
-            line->onRecipeProgress = [act](quint64, int, int) { act(); };
-            return;
-        case Kind::Request:
-            line->onRequest = [act](const RequestEnd&) { act(); };
-            return;
-        }
-    }
-
-    /// Gives the line something of every kind to tell.
-    void everything() const {
-        EXPECT_EQ(line->setTags({wordTag(100), wordTag(300)}).toStdString(), "");
-        EXPECT_NE(line->write("DM", 100, {1}), 0U);
-        EXPECT_NE(line->read("DM", 100, 1), 0U);
-        EXPECT_NE(line->download({variable(500, {1, 2})}), 0U);
-        EXPECT_NE(line->write("DM", 101, {1}), 0U);
-        EXPECT_NE(line->upload({variable(500, {0, 0})}), 0U);
-    }
-
-    std::unique_ptr<Line> line;
-};
 
 class EachNotice : public LineNotice, public testing::WithParamInterface<Kind> {};
 
@@ -312,72 +253,6 @@ TEST_F(LineNotice, destructor_tellsNothing) {
     EXPECT_EQ(told, 0);
 }
 
-TEST_F(LineNotice, closedLine_takesNothingAndSaysSo) {
-    QString fault;
-    EXPECT_NE(line->setTags({wordTag(1)}).toStdString(), "");
-    EXPECT_TRUE(line->tags().isEmpty());
-    EXPECT_EQ(line->write("DM", 1, {1}, &fault), 0U);
-    EXPECT_NE(fault.toStdString(), "");
-    EXPECT_EQ(line->read("DM", 1, 1, &fault), 0U);
-    EXPECT_NE(fault.toStdString(), "");
-    EXPECT_EQ(line->download({variable(1, {1})}, false, &fault), 0U);
-    EXPECT_NE(fault.toStdString(), "");
-    EXPECT_EQ(line->upload({variable(1, {1})}, &fault), 0U);
-    EXPECT_NE(fault.toStdString(), "");
-    line->giveUpRecipe(1);
-    line->close();
-    EXPECT_EQ(line->pending(), 0);
-    EXPECT_TRUE(line->localEndpoint().address.isNull());
-    EXPECT_FALSE(line->requestInTrouble().has_value());
-    EXPECT_EQ(line->statistics().exchanges(), 0);
-}
-
-TEST_F(LineNotice, wrongItems_areNotQueuedAndTheFaultSaysWhy) {
-    open();
-    const struct {
-        const char* reg;
-        int address;
-        Items items;
-    } wrong[] = {{"XX", 1, {1}},          {"DM", -1, {1}}, {"DM", 32767, {1, 2}},
-                 {"DM", 32768, {1}},      {"DM", 1, {}},   {"WR_bit", 512 * 16, {1}},
-                 {"WR_bit", 8191, {1, 1}}};
-    for (const auto& item : wrong) {
-        QString fault;
-        EXPECT_EQ(line->write(item.reg, item.address, item.items, &fault), 0U) << item.reg;
-        EXPECT_NE(fault.toStdString(), "") << item.reg << item.address;
-        fault.clear();
-        EXPECT_EQ(line->read(item.reg, item.address, static_cast<int>(item.items.size()), &fault),
-                  0U);
-        EXPECT_NE(fault.toStdString(), "") << item.reg << item.address;
-    }
-    EXPECT_EQ(line->read("DM", 1, -5), 0U);
-    EXPECT_EQ(line->pending(), 0);
-    QString fault = "as it was";
-    EXPECT_NE(line->write("DM", 32767, {1}, &fault), 0U);
-    EXPECT_EQ(fault.toStdString(), "");
-}
-
-TEST_F(LineNotice, write_otherThanZeroAndOneToABit_isNotQueued) {
-    open();
-    QString fault;
-    EXPECT_EQ(line->write("WR_bit", 1, {1, 2}, &fault), 0U);
-    EXPECT_NE(fault.toStdString(), "");
-}
-
-TEST_F(LineNotice, setTags_wrongTag_saysWhichAndChangesNothing) {
-    open();
-    EXPECT_EQ(line->setTags({wordTag(5)}).toStdString(), "");
-    ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
-    Tag bits = wordTag(1);
-    bits.reg = QStringLiteral("CIO_bit");
-    for (const Tag& wrong : {wordTag(1, 0), wordTag(40000), wordTag(1, 1, "XX"), bits}) {
-        const QString fault = line->setTags({wordTag(7), wrong});
-        EXPECT_TRUE(fault.startsWith("tag 1 ")) << qPrintable(fault);
-    }
-    EXPECT_EQ(line->tags().size(), 1);
-    EXPECT_TRUE(line->allFresh());
-}
-
 TEST_F(LineNotice, setTags_inANotice_tellsNothingOfTheOldList) {
     open();
     plc.set(1, 11);
@@ -440,26 +315,6 @@ TEST_F(LineNotice, onTags_indicesAscendAndComeOnce) {
     plc.set(5, 50);
     ASSERT_TRUE(waitUntil([&] { return heard.size() >= 2; }));
     EXPECT_EQ(heard, (QVector<int>{1, 3}));
-}
-
-TEST_F(LineNotice, statistics_areKeptWhenClosed) {
-    open();
-    EXPECT_EQ(line->setTags({wordTag(1)}).toStdString(), "");
-    ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
-    line->close();
-    EXPECT_GT(line->statistics().exchanges(), 0);
-}
-
-TEST_F(LineNotice, ids_areNeverZeroAndDiffer) {
-    open();
-    QSet<quint64> ids;
-    for (int count = 0; count < 10; ++count) {
-        ids.insert(line->write("DM", count, {1}));
-        ids.insert(line->read("DM", count, 1));
-    }
-    EXPECT_EQ(ids.size(), 20);
-    EXPECT_FALSE(ids.contains(0));
-    EXPECT_TRUE(waitUntil([&] { return line->pending() == 0; }));
 }
 
 } // namespace
