@@ -106,7 +106,7 @@ protected:
     void carryOut(PanelRun* run) {
         const int tries = upTo(2) == 1 ? 2 : 12; // some are to fail
         QStringList arguments = QString("--bind 127.0.0.1:%1 --timeout 20 --retries %2 "
-                                        "--words-per-frame %3 --format csv")
+                                        "--words-per-frame %3")
                                     .arg(m_localPort)
                                     .arg(tries)
                                     .arg(run->wordsPerFrame)
@@ -117,7 +117,8 @@ protected:
             arguments.append(QString::number(value));
         }
         if (!run->write) {
-            arguments.append(QString::number(run->range.count));
+            arguments << QString::number(run->range.count) << "--format"
+                      << "csv";
         }
         run->span.begin = QFileInfo(path("trace.txt")).size();
         run->ended = panel(arguments);
