@@ -2,6 +2,7 @@
 /// library's and Qt's included, while it is told to.
 
 #include "contract/loaded_driver.h"
+#include "support/silence.h"
 
 #include <gmock/gmock.h>
 
@@ -9,6 +10,7 @@
 
 using ::testing::Each;
 using ::testing::IsEmpty;
+using ::testing::Le;
 using ::testing::SizeIs;
 
 extern "C" {
@@ -70,7 +72,6 @@ class Allocation : public LoadedDriver {
 protected:
     /// Polls 15 blocks of 64 words, and has read each of them twice.
     Allocation() {
-        qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
         QList<host::KeyAddress> keys;
         for (int i = 0; i < blocks * wordsPerBlock; ++i) {
             keys.append(makeKey("DM", i, 1));
@@ -81,7 +82,9 @@ protected:
             EXPECT_EQ(answer(frame, std::vector<int>(wordsPerBlock, 0)), 1U);
         }
     }
-    ~Allocation() override { qInstallMessageHandler(nullptr); }
+
+private:
+    Silence m_silence; // debug lines are formatted all the same
 };
 
 TEST_F(Allocation, anAllocationOfTheLibrary_isCounted) {
@@ -90,13 +93,13 @@ TEST_F(Allocation, anAllocationOfTheLibrary_isCounted) {
     EXPECT_THAT(allocations.stop(), SizeIs(1));
 }
 
-TEST_F(Allocation, getSendFrame_steadyPoll_theRecordOfTheFrameQueueAlone) {
+TEST_F(Allocation, getSendFrame_steadyPoll_atMostTheRecordOfTheFrameQueue) {
     host::FramePro frame = host::FramePro();
     for (int i = 0; i < 4 * blocks; ++i) {
         AllocationCount allocations;
         ASSERT_EQ(intf.getSendFrame(frame), 1U);
         const std::vector<size_t> sizesOfIt = allocations.stop();
-        ASSERT_THAT(sizesOfIt, SizeIs(1));
+        ASSERT_THAT(sizesOfIt, SizeIs(Le(1U))); // none where the queue keeps its room, as with Qt 6
         ASSERT_THAT(sizesOfIt, Each(sizeof(host::FramePro)));
         ASSERT_EQ(answer(frame, std::vector<int>(wordsPerBlock, 0)), 1U);
     }

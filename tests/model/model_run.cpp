@@ -11,8 +11,6 @@
 #include "model/shrink.h"
 #include "support/message_handler.h"
 
-#include <QtCore/QString>
-
 #include <unistd.h>
 
 #include <chrono>
@@ -20,7 +18,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 namespace {
 
@@ -38,10 +35,6 @@ struct Options {
 };
 
 volatile unsigned seedUnderWay = 0;
-
-void hearMessage(const std::string& text) {
-    model::Session::hearDebugLine(QString::fromUtf8(text.c_str()));
-}
 
 /// A crash, or a call that does not come back: says where, without allocating.
 extern "C" void die(int signal) {
@@ -187,7 +180,7 @@ int main(int argc, char** argv) {
     if (!readEnvironment(options) || !readArguments(argc, argv, options)) {
         return 2;
     }
-    installMessageHandler(&handleMessage<hearMessage>);
+    installMessageHandler(&handleMessage<model::Session::hearDebugLine>);
     watchForDeath();
     const long share = options.sequences / options.parts;
     const long first = share * (options.part - 1);

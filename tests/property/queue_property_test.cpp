@@ -2,7 +2,7 @@
 
 #include "contract/loaded_driver.h"
 #include "model/random.h"
-#include "property/silence.h"
+#include "support/silence.h"
 
 #include <cstring>
 

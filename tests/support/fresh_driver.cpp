@@ -11,8 +11,8 @@ const std::size_t recipeWords = 4096;
 MessageRecorder* recorder = nullptr;
 MessageHandler previousHandler = nullptr;
 
-void recordMessage(const std::string& text) {
-    recorder->lines.push_back(text);
+void recordMessage(const QString& text) {
+    recorder->lines.push_back(text.toStdString());
 }
 
 } // namespace

@@ -7,24 +7,24 @@
 #include <QtCore/QString>
 #include <QtCore/QtGlobal>
 
-#include <string>
-
-/// `installMessageHandler(&handleMessage<take>)` hands the text of every message to `take`; the
-/// result is the handler before, and nullptr stands for Qt's own. Texts are UTF-8.
+/// `installMessageHandler(&handleMessage<take>)` hands the text of every message to `take`, and
+/// `&ignoreMessage` to nobody; the result is the handler before, and nullptr stands for Qt's own.
 #if QT_VERSION < QT_VERSION_CHECK(5, 0, 0)
 typedef QtMsgHandler MessageHandler;
-template <void (*take)(const std::string&)> void handleMessage(QtMsgType, const char* text) {
-    take(QString::fromLocal8Bit(text).toUtf8().constData());
+template <void (*take)(const QString&)> void handleMessage(QtMsgType, const char* text) {
+    take(QString::fromLocal8Bit(text));
 }
+inline void ignoreMessage(QtMsgType, const char*) {}
 inline MessageHandler installMessageHandler(MessageHandler handler) {
     return qInstallMsgHandler(handler);
 }
 #else
 typedef QtMessageHandler MessageHandler;
-template <void (*take)(const std::string&)>
+template <void (*take)(const QString&)>
 void handleMessage(QtMsgType, const QMessageLogContext&, const QString& text) {
-    take(text.toStdString());
+    take(text);
 }
+inline void ignoreMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
 inline MessageHandler installMessageHandler(MessageHandler handler) {
     return qInstallMessageHandler(handler);
 }
