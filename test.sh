@@ -6,9 +6,9 @@ cd "$(dirname "$0")"
 preset=${1:-release}
 
 case $preset in
+release | debug) tools/install_dependencies.sh ;;
 arm) tools/install_dependencies.sh --ci && tools/make_arm_sysroot.sh ;;
-qt6) tools/install_dependencies.sh --ci ;;
-*) tools/install_dependencies.sh ;;
+*) tools/install_dependencies.sh --ci ;; # the other compiler, the other Qt
 esac
 werror=OFF
 [ "${CI:-}" = true ] && werror=ON
