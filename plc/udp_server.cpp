@@ -1,8 +1,6 @@
 #include "plc/udp_server.h"
 
 #include <QtCore/QDateTime>
-#include <QtNetwork/QNetworkDatagram>
-#include <QtNetwork/QNetworkProxy>
 
 #include <limits>
 
@@ -14,14 +12,6 @@ namespace plc {
 namespace {
 
 constexpr int kProcessStepMs = 100;
-
-Bytes toBytes(const QByteArray& data) {
-    return Bytes(data.begin(), data.end());
-}
-
-QByteArray toByteArray(const Bytes& bytes) {
-    return QByteArray(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()));
-}
 
 ClockTime localTime() {
     const QDateTime now = QDateTime::currentDateTime();
@@ -44,14 +34,12 @@ QString peerText(const Peer& peer) {
 
 UdpServer::UdpServer(const Settings& settings)
     : settings_(settings), core_(settings.options),
-      line_(core_, FaultPlan(settings.faults, settings.seed)) {
+      line_(core_, FaultPlan(settings.faults, settings.seed)),
+      socket_([this](const Bytes& datagram, const Peer& from) { receive(datagram, from); }) {
     core_.setClock(localTime);
     if (settings.endCode) {
         core_.forceEndCode(*settings.endCode, std::numeric_limits<unsigned>::max());
     }
-    // Qt 6 would ask for the system's proxy on a thread of its own, which gets our signals.
-    socket_.setProxy(QNetworkProxy::NoProxy);
-    QObject::connect(&socket_, &QUdpSocket::readyRead, &socket_, [this] { receiveAll(); });
     QObject::connect(&processTimer_, &QTimer::timeout, &processTimer_, [this] { letTimePass(); });
 }
 
@@ -60,17 +48,9 @@ void UdpServer::restore(const Memory& memory) {
 }
 
 QString UdpServer::listen() {
-    // Without sharing, so that a second PLC on the port is told instead of stealing datagrams.
-    if (!socket_.bind(settings_.address, settings_.port, QAbstractSocket::DontShareAddress)) {
-        const QString where =
-            QStringLiteral("%1:%2").arg(settings_.address.toString()).arg(settings_.port);
-        return socket_.error() == QAbstractSocket::AddressInUseError
-                   ? QStringLiteral("%1 is in use by another program; end that program, or choose "
-                                    "another port with --listen (port 0 takes a free one)")
-                         .arg(where)
-                   : QStringLiteral("cannot listen on %1: %2; choose an address of this machine "
-                                    "with --listen")
-                         .arg(where, socket_.errorString());
+    const QString error = socket_.bind(settings_.address, settings_.port);
+    if (!error.isEmpty()) {
+        return error;
     }
     if (settings_.tank) {
         if (Tank::isIn(core_.memory())) {
@@ -102,17 +82,6 @@ QString UdpServer::counts() const {
         }
     }
     return text + (faults.isEmpty() ? QStringLiteral(" none") : faults.join(QLatin1Char(',')));
-}
-
-void UdpServer::receiveAll() {
-    while (traceError_.isEmpty() && socket_.hasPendingDatagrams()) {
-        const QNetworkDatagram datagram = socket_.receiveDatagram();
-        if (datagram.isValid()) {
-            receive(toBytes(datagram.data()),
-                    Peer{datagram.senderAddress().toIPv4Address(),
-                         static_cast<std::uint16_t>(datagram.senderPort())});
-        }
-    }
 }
 
 void UdpServer::receive(const Bytes& datagram, const Peer& from) {
@@ -159,7 +128,7 @@ void UdpServer::settle(const FaultyLine::Result& result) {
 }
 
 void UdpServer::later(unsigned milliseconds, std::function<void()> what) {
-    auto* timer = new QTimer(&socket_);
+    auto* timer = new QTimer(&processTimer_);
     timer->setSingleShot(true);
     timer->setTimerType(Qt::PreciseTimer);
     QObject::connect(timer, &QTimer::timeout, timer, [timer, what = std::move(what)] {
@@ -170,10 +139,9 @@ void UdpServer::later(unsigned milliseconds, std::function<void()> what) {
 }
 
 void UdpServer::send(const Outgoing& outgoing) {
-    const QByteArray bytes = toByteArray(outgoing.bytes);
-    if (socket_.writeDatagram(bytes, QHostAddress(outgoing.peer.address), outgoing.peer.port) < 0) {
-        complain({QStringLiteral("no reply sent to %1: %2")
-                      .arg(peerText(outgoing.peer), socket_.errorString())});
+    const QString error = socket_.send(outgoing.bytes, outgoing.peer);
+    if (!error.isEmpty()) {
+        complain({QStringLiteral("no reply sent to %1: %2").arg(peerText(outgoing.peer), error)});
         return;
     }
     ++sent_;
@@ -196,6 +164,7 @@ void UdpServer::trace(const QString& line) {
     }
     traceError_ = say(line + QLatin1Char('\n'));
     if (!traceError_.isEmpty()) {
+        socket_.stop();
         onTraceLost();
     }
 }

@@ -5,11 +5,11 @@
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QObject>
 #include <QtCore/QTimer>
-#include <QtNetwork/QUdpSocket>
 
 #include <functional>
 
 #include "plc/command_line.h"
+#include "plc/datagram_socket.h"
 #include "plc/faulty_line.h"
 #include "plc/tank.h"
 
@@ -25,8 +25,8 @@ public:
     // Empty, or what stands in the way and what to do about it.
     QString listen();
 
-    QHostAddress address() const { return socket_.localAddress(); }
-    quint16 port() const { return socket_.localPort(); }
+    QHostAddress address() const { return socket_.address(); }
+    quint16 port() const { return socket_.port(); }
     const Memory& memory() const { return core_.memory(); }
 
     // "stopped: requests 40, replies 37, refused 2, ignored 1; faults: drop 3"
@@ -38,7 +38,6 @@ public:
     const QString& traceError() const { return traceError_; }
 
 private:
-    void receiveAll();
     void receive(const Bytes& datagram, const Peer& from);
     void traceRequest(const Bytes& datagram, const Peer& from, const FaultyLine::Result& result);
     void settle(const FaultyLine::Result& result);
@@ -53,7 +52,7 @@ private:
     Tank tank_;
     unsigned long sent_ = 0;
     QString traceError_;
-    QUdpSocket socket_;
+    DatagramSocket socket_;
     QTimer processTimer_;
     QElapsedTimer sinceLastStep_;
 };
