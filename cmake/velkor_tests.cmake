@@ -44,6 +44,9 @@ function(velkor_test_program name)
     # What is tested is compiled as it is shipped; the tests themselves only have to build fast: -g1 keeps
     # the lines of a backtrace and leaves out the types, a fifth of the time.
     target_compile_options(${name} PRIVATE -O0 -g1)
+    if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+        target_compile_definitions(${name} PRIVATE VELKOR_SANITIZED) # what counts memory or descriptors skips
+    endif()
     target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${T_LIBRARIES} GTest::gmock GTest::gtest_main)
     set_target_properties(${name} PROPERTIES

@@ -269,7 +269,7 @@ TEST_F(PanelCommands, watch_changedValue_printsALine) {
 
 /// However many file descriptors there are, it ends when it is told to, or says why it cannot run.
 TEST_F(PanelCommands, watch_fewFileDescriptors_isNeverDeafToSignals) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELKOR_SANITIZED
     GTEST_SKIP() << "the sanitizer needs descriptors of its own";
 #endif
     startPlc();

@@ -220,7 +220,7 @@ class PanelTerminalFewFiles : public PanelTerminal, public testing::WithParamInt
 /// It ends when it is told to, or says why it cannot run: it never holds signals that it cannot
 /// receive.
 TEST_P(PanelTerminalFewFiles, watch_withSoManyDescriptors_isNotDeafToSignals) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELKOR_SANITIZED
     GTEST_SKIP() << "the sanitizer needs descriptors of its own";
 #endif
     startPlc();

@@ -82,7 +82,7 @@ TEST(DriverCopy, two_shareNothing) {
 }
 
 TEST(DriverCopy, loadedAndUnloadedAThousandTimes_leavesNothing) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELKOR_SANITIZED
     GTEST_SKIP() << "the sanitizer keeps freed memory, and a record of each library";
 #endif
     DriverCopy first; // what is loaded once stays

@@ -246,7 +246,7 @@ TEST_F(LineOpen, open_temporaryFolderCannotBeWritten_takesAnother) {
 }
 
 TEST_F(LineOpen, openAndClose_aThousandTimes_leaksNothing) {
-#ifdef __SANITIZE_ADDRESS__
+#ifdef VELKOR_SANITIZED
     GTEST_SKIP() << "the sanitizer keeps freed memory, and a record of each library";
 #endif
     QTemporaryDir folder;
