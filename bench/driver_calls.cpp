@@ -3,18 +3,17 @@
 /// tools/instructions.sh.
 
 #include "loaded_library.h"
+#include "poll_keys.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <random>
 #include <string>
 #include <vector>
 
 namespace {
 
-const int wordsPerBlock = 64;
 const int mostRounds = 4;
 
 enum { WRONG_USAGE = 2 };
@@ -25,34 +24,6 @@ void require(bool holds, const char* what) {
         std::fprintf(stderr, "driver_calls: %s\n", what);
         std::exit(1);
     }
-}
-
-KEY_ADDRESS wordKey(int address) {
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = 1;
-    key.regName = QLatin1String("DM");
-    key.addr = address;
-    key.len = 1;
-    return key;
-}
-
-/// Keys of one word each, of consecutive words; the same disorder in every run.
-QList<KEY_ADDRESS> wordKeys(int count, bool shuffled) {
-    std::vector<int> addresses(static_cast<size_t>(count));
-    for (int i = 0; i < count; ++i) {
-        addresses[static_cast<size_t>(i)] = i;
-    }
-    if (shuffled) {
-        std::mt19937 chance(1); // the engine's own numbers: a library's shuffle may differ
-        for (size_t i = addresses.size() - 1; i > 0; --i) {
-            std::swap(addresses[i], addresses[chance() % (i + 1)]);
-        }
-    }
-    QList<KEY_ADDRESS> keys;
-    for (int address : addresses) {
-        keys.append(wordKey(address));
-    }
-    return keys;
 }
 
 /// What is asked for, e.g. "exchange-changed 1000 shuffled".

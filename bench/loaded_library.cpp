@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include <dlfcn.h>
 
@@ -49,11 +50,11 @@ LentMemory::LentMemory()
     : block(HOST_RECIPE_UPLOAD_REQUEST + 1), status(HOST_COMMUNICATION_STATUS_DETAIL + 1),
       recipe(1024) {}
 
-void bindDriver(const DriverEntries& entries, LentMemory& memory) {
+void bindDriver(const DriverEntries& entries, LentMemory& memory, int wordsPerFrame) {
     int ignored = 0;
     entries.setAddrValueChangeCallBack(ignoreChange);
     entries.initProperty(memory.block.data(), memory.status.data(), memory.recipe.data(), &ignored,
-                         "7#0#0#3#64", &memory.mutex);
+                         ("7#0#0#3#" + std::to_string(wordsPerFrame)).c_str(), &memory.mutex);
 }
 
 void dropDebugLines() {

@@ -32,8 +32,8 @@ struct LentMemory {
     QMutex mutex;
 };
 
-/// Binds the driver to `memory` with a callback that does nothing, 64 words a frame.
-void bindDriver(const DriverEntries& entries, LentMemory& memory);
+/// Binds the driver to `memory` with a callback that does nothing.
+void bindDriver(const DriverEntries& entries, LentMemory& memory, int wordsPerFrame = 64);
 
 /// Swallows the driver's debug lines, as a host does that has no log.
 void dropDebugLines();
