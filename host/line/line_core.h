@@ -71,6 +71,7 @@ private:
     int dealWithReply(QByteArray reply, QString* message) override {
         return m_driver.dealWithReply(reply, message);
     }
+    void frameLeaving() override;
     void frameSent(const QByteArray& frame, int attempt) override;
     void frameNotSent(const QByteArray& frame, int attempt, int error) override;
     void datagramReceived(const QByteArray& datagram, Verdict verdict) override;

@@ -9,6 +9,12 @@ const qint64 OVERDUE = 1000000; ///< a read without an answer for so long
 
 } // namespace
 
+void LineCore::frameLeaving() {
+    for (FrameWitness* witness : m_witnesses) {
+        witness->leaving();
+    }
+}
+
 void LineCore::frameSent(const QByteArray& frame, int attempt) {
     for (FrameWitness* witness : m_witnesses) {
         witness->sent(frame, attempt);

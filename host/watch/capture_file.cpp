@@ -92,8 +92,9 @@ public:
     Witness(File& file, const Endpoint& local, const Endpoint& plc)
         : m_file(file), m_local(local), m_plc(plc) {}
 
+    void leaving() override { m_leaving = now(); }
     void sent(const QByteArray& frame, int /*attempt*/) override {
-        m_file.write(m_local, m_plc, frame, now());
+        m_file.write(m_local, m_plc, frame, m_leaving);
     }
     void received(const QByteArray& datagram, Verdict /*verdict*/) override {
         m_file.write(m_plc, m_local, datagram, now());
@@ -116,6 +117,7 @@ private:
     File& m_file;
     const Endpoint m_local;
     const Endpoint m_plc;
+    timeval m_leaving = {};
 };
 
 CaptureFile::CaptureFile() = default;

@@ -84,8 +84,8 @@ QString traceTimedOut(const QByteArray& frame) {
            QStringLiteral(": no reply in time");
 }
 
-void Trace::line(const QString& text) {
-    m_out << QDateTime::currentDateTime().toString(QStringLiteral("HH:mm:ss.zzz "));
+void Trace::line(const QString& text, const QDateTime& when) {
+    m_out << when.toString(QStringLiteral("HH:mm:ss.zzz "));
     if (!m_name.isEmpty()) {
         m_out << m_name << ' ';
     }
@@ -93,8 +93,12 @@ void Trace::line(const QString& text) {
     m_out.flush();
 }
 
+void Trace::leaving() {
+    m_leaving = QDateTime::currentDateTime();
+}
+
 void Trace::sent(const QByteArray& frame, int attempt) {
-    line(traceSent(frame, attempt));
+    line(traceSent(frame, attempt), m_leaving);
 }
 
 void Trace::notSent(const QByteArray& frame, int attempt, int error) {

@@ -60,6 +60,7 @@ void Exchange::sendFrame() {
     // Before the frame leaves: the reply may be there as soon as the socket has taken it.
     m_sentAt = m_clock.now();
     m_deadline = m_sentAt + m_timeout;
+    m_observer.frameLeaving();
     m_sendError = m_link.send(m_bytes);
     m_portRefused = false; // what the link has told of meanwhile is the refusal of an earlier frame
     if (m_sendError != 0) {

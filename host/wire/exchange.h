@@ -72,6 +72,8 @@ public:
     ExchangeObserver(const ExchangeObserver&) = delete;
     ExchangeObserver& operator=(const ExchangeObserver&) = delete;
     virtual ~ExchangeObserver() = default;
+    /// The system is about to be asked to take a frame; one of the next two follows.
+    virtual void frameLeaving() {}
     /// The system has taken the frame.
     virtual void frameSent(const QByteArray& frame, int attempt) = 0;
     /// It has not; `error` as of Link::send(). The try waits on all the same, as for a reply: that

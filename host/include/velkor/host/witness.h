@@ -7,6 +7,7 @@
 #include <velkor/host/export.h>
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDateTime>
 #include <QtCore/QString>
 #include <QtCore/QTextStream>
 
@@ -29,6 +30,9 @@ public:
     FrameWitness(const FrameWitness&) = delete;
     FrameWitness& operator=(const FrameWitness&) = delete;
     virtual ~FrameWitness() = default;
+    /// The system is about to be asked to take a frame: the time to note for it, because when
+    /// sent() comes the PLC may have it already. sent() or notSent() follows.
+    virtual void leaving() {}
     /// The system has taken the frame. `attempt` counts the tries of the request from 1.
     virtual void sent(const QByteArray& frame, int attempt) = 0;
     /// It has not: nothing of the frame has left this computer. `error` is the system's error
@@ -56,6 +60,7 @@ class VELKOR_HOST_EXPORT Trace : public FrameWitness {
 public:
     /// Borrows `out`. `name`, if not empty, stands in each line behind the time: which line it is.
     explicit Trace(QTextStream& out, const QString& name = QString()) : m_out(out), m_name(name) {}
+    void leaving() override;
     void sent(const QByteArray& frame, int attempt) override;
     void notSent(const QByteArray& frame, int attempt, int error) override;
     void received(const QByteArray& datagram, Verdict verdict) override;
@@ -63,10 +68,11 @@ public:
     void portRefused() override;
 
 private:
-    void line(const QString& text);
+    void line(const QString& text, const QDateTime& when = QDateTime::currentDateTime());
 
     QTextStream& m_out;
     const QString m_name;
+    QDateTime m_leaving;
 };
 
 /// A capture of the datagrams of one or more lines for Wireshark and its kin, readable while it is
