@@ -13,13 +13,28 @@ bool sameRange(const RequestEnd& one, const RequestEnd& other) {
     return one.reg == other.reg && one.address == other.address && one.length == other.length;
 }
 
-/// Whether a read of whole words asked for one of the tag's.
-bool askedFor(const RequestEnd& read, const Tag& tag) {
+/// The words that a tag lies in, as a read would ask for them.
+RequestEnd wordsOf(const Tag& tag) {
     const int wordItems = tag.bitRegister() ? 16 : 1;
-    const int first = tag.address / wordItems;
-    const int last = (tag.address + tag.itemCount() - 1) / wordItems;
-    return read.reg == wordRegisterName(tag.reg) && first < read.address + read.length &&
-           read.address <= last;
+    RequestEnd words;
+    words.reg = wordRegisterName(tag.reg);
+    words.address = tag.address / wordItems;
+    words.length = (tag.address + tag.itemCount() - 1) / wordItems - words.address + 1;
+    return words;
+}
+
+/// Those of the words of `part` that are among the words of `whole`, counted from its first one.
+struct Common {
+    int first = 0;
+    int behind = 0; ///< no word is common where it is not above `first`
+};
+
+Common commonWords(const RequestEnd& whole, const RequestEnd& part) {
+    if (whole.reg != part.reg) {
+        return Common();
+    }
+    return {std::max(0, part.address - whole.address),
+            std::min(whole.length, part.address + part.length - whole.address)};
 }
 
 } // namespace
@@ -51,12 +66,23 @@ void WatchProgress::requestEnded(int line, const RequestEnd& end) {
     if (end.write) {
         return;
     }
-    QVector<RequestEnd>& failures = m_lines[line].failures;
+    QVector<FailedRead>& failures = m_lines[line].failures;
+    if (end.ok) {
+        for (FailedRead& failure : failures) {
+            const Common read = commonWords(failure.end, end);
+            if (read.first < read.behind) {
+                failure.missing.fill(false, read.first, read.behind);
+            }
+        }
+    }
     failures.erase(std::remove_if(failures.begin(), failures.end(),
-                                  [&](const RequestEnd& old) { return sameRange(old, end); }),
+                                  [&](const FailedRead& old) {
+                                      return sameRange(old.end, end) ||
+                                             old.missing.count(true) == 0;
+                                  }),
                    failures.end());
-    if (!end.ok) {
-        failures.append(end);
+    if (!end.ok && end.length > 0) {
+        failures.append({end, QBitArray(end.length, true)});
     }
 }
 
@@ -88,14 +114,32 @@ QString WatchProgress::missingTags(const QVector<int>& missing) const {
            (more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString());
 }
 
+/// The failed read that the tag has no fresh value for, null when none is known. What is refused is
+/// narrowed down by shorter and shorter reads: the shortest names the words that are to blame. Of
+/// other failures the last one tells how things stand.
+const RequestEnd* WatchProgress::failureOf(int index) const {
+    const bool refused = m_tags.status(index).state == TagState::Refused;
+    const RequestEnd words = wordsOf(m_tags.tag(index).tag);
+    const RequestEnd* found = nullptr;
+    for (const FailedRead& failure : m_lines.at(m_tags.lineIndexOf(index)).failures) {
+        const Common asked = commonWords(failure.end, words);
+        bool missing = false;
+        for (int word = asked.first; word < asked.behind; ++word) {
+            missing = missing || failure.missing.testBit(word);
+        }
+        const bool fits = missing && (!refused || failure.end.refused);
+        if (fits && (found == nullptr || !refused || failure.end.length <= found->length)) {
+            found = &failure.end;
+        }
+    }
+    return found;
+}
+
 /// The failed request that the tag was not read by, with what to check; else what is known of it.
 QString WatchProgress::reasonOf(int index, const SettingNames& names) const {
     const Line& line = m_tags.lineOf(index);
-    const QVector<RequestEnd>& failures = m_lines.at(m_tags.lineIndexOf(index)).failures;
-    const auto failure =
-        std::find_if(failures.rbegin(), failures.rend(),
-                     [&](const RequestEnd& end) { return askedFor(end, m_tags.tag(index).tag); });
-    if (failure != failures.rend()) {
+    const RequestEnd* failure = failureOf(index);
+    if (failure != nullptr) {
         const QString plc = m_tags.lineName(m_tags.lineIndexOf(index));
         const QString text = failureText(*failure, line.settings(), line.nodes(), names);
         return m_tags.lines() > 1 ? plc + QStringLiteral(": ") + text : text;

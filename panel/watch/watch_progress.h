@@ -6,6 +6,8 @@
 
 #include "panel/watch/watched_tags.h"
 
+#include <QtCore/QBitArray>
+
 namespace panel {
 
 class WatchProgress {
@@ -28,13 +30,19 @@ public:
 private:
     static const int STABLE_SCANS = 3;
 
+    /// A read that failed, and which of its words no read has brought since.
+    struct FailedRead {
+        RequestEnd end;
+        QBitArray missing; ///< by word, from the first; never all of them 0
+    };
     struct OfLine {
         int quietScans = 0; ///< in a row
         bool changedInScan = false;
         int scansSinceAChange = STABLE_SCANS; ///< of a value; so many, too, when there was none
-        QVector<RequestEnd> failures; ///< the last one of each range that has not been read since
+        QVector<FailedRead> failures;         ///< the last one of each range, oldest first
     };
 
+    const RequestEnd* failureOf(int index) const;
     QString tagName(int index) const;
     QString missingTags(const QVector<int>& missing) const;
     QString reasonOf(int index, const SettingNames& names) const;

@@ -44,6 +44,31 @@ TEST_F(PanelWatchEnd, failureOfAnotherPlcThatIsOver_isNotTheReason) {
     EXPECT_FALSE(ended.err.contains("no usable answer")) << plain(ended.err);
 }
 
+/// Most words of the block that failed first have been read since, one side of it whole.
+TEST_F(PanelWatchEnd, someWordsOfABlockAreRefused_reasonNamesTheseAlone) {
+    startPlc({"--refuse", "DM 105"});
+    const Ended ended = panel(
+        {"watch", "DM:100:4", "DM:104:2", "DM:106:4", "--scan-interval", "50", "--seconds", "2"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(
+        ended.err.contains("without a fresh value when the time was up: DM:104:2 (refused)"))
+        << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("reading DM 104 (2 words) failed: the PLC refused: end code"))
+        << plain(ended.err);
+    EXPECT_FALSE(ended.err.contains("DM 100")) << plain(ended.err);
+    EXPECT_FALSE(ended.err.contains("wrong node numbers")) << plain(ended.err);
+}
+
+TEST_F(PanelWatchEnd, plcThatFallsSilentBehindARefusal_isTheReasonOfTheTagsThatWereRead) {
+    startPlc({"--refuse", "DM 105", "--faults", "silent 60-100000"});
+    const Ended ended = panel({"--timeout", "50", "--retries", "1", "watch", "DM:100:4", "DM:104:2",
+                               "--scan-interval", "20", "--seconds", "4"});
+    EXPECT_EQ(ended.exitCode, 1);
+    EXPECT_TRUE(ended.err.contains("DM:100:4 (stale), DM:104:2 (refused)")) << plain(ended.err);
+    EXPECT_TRUE(ended.err.contains("reading DM 100 (4 words) failed: no usable answer"))
+        << plain(ended.err);
+}
+
 TEST_F(PanelWatchEnd, tagsOfOneName_areToldApartByTheirPlcs) {
     startPlc();
     startOther({"--end-code", "1103"});
