@@ -144,6 +144,13 @@ QStringList modeCauses(int endCode, const RequestEnd& end, const Place& place) {
     return causes << QStringLiteral("the mode switch or a program that holds the mode");
 }
 
+/// The end code tells of the way to the PLC, not of the command. Who has looked at the command was
+/// asked at the right address and by the right node numbers: a PLC answers no others.
+bool refusedOnTheWay(int endCode) {
+    const int kind = plainEndCode(endCode) >> 8;
+    return kind < 0x04 || kind == 0x05;
+}
+
 QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place) {
     const int code = plainEndCode(endCode);
     const int kind = code >> 8;
@@ -156,7 +163,7 @@ QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place
         return end.write ? causes << modeCause() : causes;
     }
     if (code == 0x1103 || code == 0x1104 || code == 0x1101) {
-        return {rangeCause(end), nodesCause(place)};
+        return {rangeCause(end)};
     }
     if (kind == 0x10 || kind == 0x11) {
         return {QStringLiteral("the block is longer than this PLC takes: fewer words a frame "
@@ -168,7 +175,18 @@ QStringList refusalCauses(int endCode, const RequestEnd& end, const Place& place
     if (kind == 0x01 || kind == 0x02 || kind == 0x05) {
         return {nodesCause(place), addressCause(place)};
     }
-    return {QStringLiteral("the PLC's own state: look at its error display"), nodesCause(place)};
+    QStringList causes{QStringLiteral("the PLC's own state: look at its error display")};
+    if (refusedOnTheWay(code)) {
+        causes += nodesCause(place);
+    }
+    if (kind == 0x04 && place.nodes.value(2) != 0) {
+        causes +=
+            QStringLiteral("another unit of the PLC than the one meant: unit %1 is asked, the "
+                           "CPU is unit 0 (%2)")
+                .arg(place.nodes.value(2))
+                .arg(place.names.nodes);
+    }
+    return causes;
 }
 
 /// This computer has not let the frame out: the PLC has nothing to do with it.

@@ -201,6 +201,32 @@ TEST(LikelyCauses, addressRefused_startsWithThePlcsRange) {
                     .contains("beyond this PLC's range"));
 }
 
+/// A PLC answers only its own node number, so whoever has answered was asked by the right one.
+TEST(LikelyCauses, refusalByThePlcItself_doubtsNeitherNodesNorAddress) {
+    for (const int endCode : {0x1101, 0x1103, 0x1104, 0x110B, 0x2101, 0x2203, 0x3001, 0x4001}) {
+        const QStringList causes = likelyCauses(refusedRead(endCode), settings(), NODES);
+        EXPECT_FALSE(causes.isEmpty());
+        for (const QString& cause : causes) {
+            EXPECT_FALSE(cause.contains("node numbers")) << endCode << plain(cause);
+            EXPECT_FALSE(cause.contains("wrong address or port")) << endCode << plain(cause);
+        }
+    }
+}
+
+/// Said by whatever stands on the way to the PLC: the frame may have gone astray.
+TEST(LikelyCauses, refusalOnTheWay_startsWithTheNodes) {
+    EXPECT_TRUE(likelyCauses(refusedRead(0x0205), settings(), NODES)
+                    .first()
+                    .startsWith("wrong node numbers"));
+}
+
+TEST(LikelyCauses, commandThatAnotherUnitDoesNotKnow_namesTheUnitThatIsAsked) {
+    const QStringList asked = likelyCauses(refusedRead(0x0401), settings(), {0, 1, 16, 0, 10, 0});
+    EXPECT_TRUE(asked.last().contains("unit 16 is asked, the CPU is unit 0"))
+        << plain(asked.last());
+    EXPECT_EQ(likelyCauses(refusedRead(0x0401), settings(), NODES).size(), 1);
+}
+
 TEST(LikelyCauses, modeRefused_startsWithTheMode) {
     EXPECT_TRUE(
         likelyCauses(refusedWrite(0x2203), settings(), NODES).first().contains("operating mode"));
