@@ -11,6 +11,8 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <vector>
+
 namespace velkor_host {
 namespace {
 
@@ -29,8 +31,36 @@ QString ownFolder() {
     return QDir::isAbsolutePath(file) ? QDir::cleanPath(QFileInfo(file).path()) : QString();
 }
 
+/// The folders that the system's loader goes through: LD_LIBRARY_PATH as it was when the program
+/// was started, the program's run path, and the system's own, which on Debian bear the
+/// architecture's name. What only /etc/ld.so.conf names is not told. Asked for by folders, not by
+/// loading the library under its name: the loader takes any copy of the driver for that, once one
+/// is loaded.
+QStringList loadersFolders() {
+    QStringList folders;
+    void* program = dlopen(nullptr, RTLD_LAZY);
+    Dl_serinfo size = Dl_serinfo();
+    if (program != nullptr && dlinfo(program, RTLD_DI_SERINFOSIZE, &size) == 0) {
+        // Room of the size that it asks for, aligned as the structure wants it.
+        std::vector<Dl_serinfo> room(size.dls_size / sizeof(Dl_serinfo) + 1);
+        room.front().dls_size = size.dls_size;
+        room.front().dls_cnt = size.dls_cnt;
+        if (dlinfo(program, RTLD_DI_SERINFO, room.data()) == 0) {
+            const Dl_serpath* paths = room.front().dls_serpath;
+            for (unsigned int index = 0; index < room.front().dls_cnt; ++index) {
+                folders.append(QFile::decodeName(paths[index].dls_name));
+            }
+        }
+    }
+    if (program != nullptr) {
+        dlclose(program);
+    }
+    return folders;
+}
+
 /// Where it lies in a build folder; where it is installed to, seen from this layer and from the
-/// program; then where the system's loader looks first, and its usual folders.
+/// program; then where the system's loader looks first, where this layer was to be installed, and
+/// the loader's other folders.
 QStringList libraryFolders() {
     const QDir program(QCoreApplication::applicationDirPath());
     const QString installed = program.absoluteFilePath(QStringLiteral(VELKOR_LIBRARY_FROM_PROGRAM));
@@ -42,7 +72,7 @@ QStringList libraryFolders() {
         }
     }
     folders << QStringLiteral(VELKOR_INSTALLED_LIBRARIES) << QStringLiteral("/usr/local/lib")
-            << QStringLiteral("/usr/lib") << QStringLiteral("/lib");
+            << loadersFolders();
     folders.removeAll(QString());
     folders.removeDuplicates();
     return folders;

@@ -23,7 +23,8 @@ public:
 
     /// Loads a copy of `file`, or, when it is empty, of libvelkor.so.1 from the program's own
     /// folder, else from that of the shared library which this is a part of, else from where the
-    /// installation puts libraries, else from where the system looks.
+    /// installation puts libraries, else from a folder of the system's loader; of those that only
+    /// /etc/ld.so.conf names nothing is known.
     /// The result is empty or says what is wrong; then nothing is loaded.
     QString load(const QString& file);
     void unload();

@@ -6,6 +6,7 @@
 
 #include <QtCore/QDir>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -155,6 +156,31 @@ TEST(DriverCopy, unreadableFile_isNamed) {
     ASSERT_TRUE(QFile::setPermissions(file, QFileDevice::WriteOwner));
     DriverCopy copy;
     EXPECT_NE(copy.load(file).indexOf("cannot read"), -1);
+}
+
+/// The folder from which the system's loader has taken the C library.
+QString systemsFolder() {
+    std::ifstream maps("/proc/self/maps");
+    for (std::string line; std::getline(maps, line);) {
+        if (line.find("/libc.so.6") != std::string::npos) {
+            return QFileInfo(QString::fromStdString(line.substr(line.find('/')))).path();
+        }
+    }
+    return QString();
+}
+
+TEST(DriverCopy, nowhere_errorNamesTheSystemsOwnFolderToo) {
+    const QString folder = systemsFolder();
+    ASSERT_FALSE(folder.isEmpty());
+    DriverCopy copy;
+    const QString fault = copy.load(QString());
+    if (copy.isLoaded()) {
+        GTEST_SKIP() << "a driver is installed on this computer";
+    }
+    EXPECT_TRUE(fault.startsWith("cannot load the driver: there is no libvelkor.so.1 in "))
+        << fault.toStdString();
+    EXPECT_TRUE(fault.contains(", " + folder)) << fault.toStdString();
+    EXPECT_EQ(fault.indexOf(", /lib,"), fault.lastIndexOf(", /lib,")) << fault.toStdString();
 }
 
 TEST(DriverCopy, temporaryFolderThatTakesNoFile_isGoneRound) {

@@ -65,7 +65,8 @@ struct LineSettings {
     int refusedRetryMs = 10000; ///< between tries of words that the PLC has refused to give
     /// The driver's file; empty: libvelkor.so.1 beside the program, else where this layer's shared
     /// library lies (whatever folder it was installed into), else in ../lib seen from the program,
-    /// else where the system looks.
+    /// else in LD_LIBRARY_PATH, /usr/local/lib, the program's run path and the system's own
+    /// folders (such as /usr/lib/x86_64-linux-gnu); not in those that only /etc/ld.so.conf names.
     QString driverFile;
 };
 
