@@ -361,7 +361,7 @@ int Line::pending() const {
     return (isOpen() ? d->core()->pending() : 0) + d->outcomesNotTold();
 }
 
-const LinkStatistics& Line::statistics() const {
+LinkStatistics Line::statistics() const {
     return d->connection ? d->core()->statistics() : d->statistics;
 }
 

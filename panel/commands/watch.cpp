@@ -148,7 +148,7 @@ private:
         qint64 failures = 0;
         qint64 dropped = 0;
         for (int line = 0; line < m_tags.lines(); ++line) {
-            const LinkStatistics& statistics = m_tags.line(line).statistics();
+            const LinkStatistics statistics = m_tags.line(line).statistics();
             exchanges += statistics.exchanges();
             retries += statistics.retries();
             failures += statistics.failures();

@@ -106,7 +106,7 @@ QVector<screen::PlcStatus> ScreenSource::plcs() const {
     QVector<screen::PlcStatus> all;
     for (int index = 0; index < m_tags.lines(); ++index) {
         const Line& line = m_tags.line(index);
-        const LinkStatistics& statistics = line.statistics();
+        const LinkStatistics statistics = line.statistics();
         screen::PlcStatus plc;
         plc.name = m_tags.lineName(index);
         plc.endpoint = endpointText(line.settings().plc);

@@ -2,6 +2,8 @@
 
 #include "host/line_notice_fixture.h"
 
+#include <type_traits>
+
 using namespace line_notice_fixture;
 
 namespace {
@@ -78,6 +80,22 @@ TEST_F(LineNotice, statistics_areKeptWhenClosed) {
     ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
     line->close();
     EXPECT_GT(line->statistics().exchanges(), 0);
+}
+
+TEST_F(LineNotice, statisticsThatAreKept_outliveTheLineThatBeginsAnewAndEnds) {
+    open();
+    EXPECT_EQ(line->setTags({wordTag(1)}).toStdString(), "");
+    ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
+    EXPECT_FALSE(std::is_reference<decltype(line->statistics())>::value);
+    const LinkStatistics& kept = line->statistics();
+    const qint64 exchanges = kept.exchanges();
+    EXPECT_GT(exchanges, 0);
+    line->close();
+    open();
+    EXPECT_EQ(line->statistics().exchanges(), 0);
+    line.reset();
+    EXPECT_EQ(kept.exchanges(), exchanges);
+    EXPECT_GT(kept.roundTrips().count(), 0);
 }
 
 TEST_F(LineNotice, ids_areNeverZeroAndDiffer) {

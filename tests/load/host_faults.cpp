@@ -319,7 +319,7 @@ int FaultRun::report() {
         ++results[static_cast<int>(entry.outcome.result)];
         switched += entry.outcome.modeSwitched ? 1 : 0;
     }
-    const LinkStatistics& link = m_line->statistics();
+    const LinkStatistics link = m_line->statistics();
     out() << "faults            " << (m_settings.faults.isEmpty() ? "none" : m_settings.faults)
           << "\nwrites            " << m_ledger.size() << ": " << results[0] << " taken, "
           << results[1] << " refused, " << results[2] << " unknown, " << results[3] << " not sent"

@@ -90,6 +90,7 @@ public:
     void close();
     bool isOpen() const;
 
+    /// As handed to the constructor. The reference holds as long as the line.
     const LineSettings& settings() const;
     /// As used: DNA, DA1, DA2, SNA, SA1, SA2. Empty before the first open().
     QVector<int> nodes() const;
@@ -101,6 +102,8 @@ public:
     /// touched. A text says which tag is wrong (register unknown to the driver, address out of its
     /// range, type that does not fit, count below 1); then nothing has changed. Needs an open line.
     QString setTags(const QVector<Tag>& tags);
+    /// The list last taken by setTags(), also when closed. The reference holds as long as the line;
+    /// references to tags in it until the next setTags().
     const QVector<Tag>& tags() const;
     /// `index` as in the list handed to setTags(). Of an index outside that list: NotRead, with a
     /// reason that says so. The reference holds until the next call of setTags(), open() or
@@ -146,7 +149,9 @@ public:
     /// Every request to the PLC, polls included, as it ends.
     std::function<void(const RequestEnd& end)> onRequest;
 
-    const LinkStatistics& statistics() const;
+    /// What the link has been like since open(), where the counts begin anew; when closed, until
+    /// close(). A copy, which costs little: it stays as it is, whatever becomes of the line.
+    LinkStatistics statistics() const;
     /// The request under way, so far, once a try of it has gone unanswered or has met a closed
     /// port: why values grow old is known before it has failed for good.
     std::optional<RequestEnd> requestInTrouble() const;

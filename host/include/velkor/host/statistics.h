@@ -46,7 +46,8 @@ public:
     /// Nothing more is sent of this block: `whole` is all that was sent of it together.
     void exchangeEnded(const RequestEnd& whole, qint64 now);
 
-    const RoundTrips& roundTrips() const { return m_roundTrips; }
+    /// A copy, as LinkStatistics itself is one of the line's.
+    RoundTrips roundTrips() const { return m_roundTrips; }
     qint64 exchanges() const { return m_exchanges; }
     qint64 retries() const { return m_retries; }
     /// Frames, those of mode changes included, that were sent and no reply came to in time.
