@@ -122,8 +122,9 @@ public:
     quint64 read(const QString& reg, int address, int count, QString* fault = nullptr);
 
     /// Queues a download or an upload. Variables name word registers, share no words, and may come
-    /// in any order. With `readBack` a download is read back and compared. The outcome comes by
-    /// onRecipe. Polling rests while a recipe moves. Returns as write() does.
+    /// in any order, 65536 words together at most. With `readBack` a download is read back and
+    /// compared. The outcome comes by onRecipe. Polling rests while a recipe moves. Returns as
+    /// write() does.
     quint64 download(const QVector<RecipeVariable>& recipe, bool readBack = false,
                      QString* fault = nullptr);
     quint64 upload(const QVector<RecipeVariable>& recipe, QString* fault = nullptr);

@@ -21,14 +21,15 @@ struct RegisterInfo {
     QString lowest;  ///< address text
     QString highest; ///< address text
     bool bit = false;
-    QString access;
+    QString access; ///< "0": may not be accessed; "1", as in every register of this driver: it may
 };
 
 /// Where an address was found wanting; `text` says what would be right.
 struct AddressVerdict {
     bool valid = false;
-    bool syntaxFault = false;
-    int address = 0; ///< as the driver counts: word, or word * 16 + bit
+    bool syntaxFault = false; ///< `text` is no address in the register's syntax; false with `valid`
+                              ///< false: an address outside it, or too many items from it on
+    int address = 0;          ///< as the driver counts: word, or word * 16 + bit
     QString text;
 };
 
@@ -80,8 +81,11 @@ public:
         QString text;
         int address = 0;
     };
-    /// `count` addresses from `start`, `step` apart. Addresses beyond the register's last are
-    /// replaced by it; `*cut`, if given, says whether one was. Empty for an unknown register.
+    /// `count` addresses from `start`, `step` apart: both count words, or bits (word * 16 + bit) in
+    /// a bit register; the step may be 0 or negative. Addresses beyond the register's last are
+    /// replaced by it; `*cut`, if given, says whether one was. Addresses below 0 are not looked
+    /// for: `start` and the run's last address have to be 0 or more. Empty for an unknown register,
+    /// and for a `count` below 1.
     QVector<Address> layout(const QString& reg, int start, int count, int step,
                             bool* cut = nullptr) const;
 

@@ -12,6 +12,8 @@
 /// is a failure all the same, and the recipe begins again with new exchanges. Changes of the mode
 /// count as nothing. Exchanges are counted when they end; what the line's closing has cut short is
 /// not counted.
+///
+/// Points in time are microseconds on the clock of Line::now().
 
 #include <velkor/host/export.h>
 #include <velkor/host/request_end.h>
@@ -28,7 +30,7 @@ public:
     void add(qint64 microseconds);
     int count() const { return static_cast<int>(m_samples.size()); }
     /// The smallest sample that at least `percent` of all samples do not exceed (nearest rank);
-    /// -1 without a sample. 0 gives the minimum.
+    /// -1 without a sample. `percent` from 0, the minimum, to 100, the maximum.
     qint64 percentile(int percent) const;
 
 private:
@@ -57,18 +59,21 @@ public:
     /// Datagrams that were no reply to the frame in flight.
     qint64 dropped() const { return m_dropped; }
     qint64 failures() const { return m_failures; }
-    /// MRES * 256 + SRES of the last reply, and when its request ended; -1: none so far.
+    /// MRES * 256 + SRES of the last reply, flags included, and when its request ended; -1: none so
+    /// far.
     int lastEndCode() const { return m_lastEndCode; }
     qint64 lastEndCodeAt() const { return m_lastEndCodeAt; }
-    /// The last end code that was an error, and when it came; -1: none so far.
+    /// The last end code that was an error, and when its request ended; -1: none so far.
     int lastError() const { return m_lastError; }
     qint64 lastErrorAt() const { return m_lastErrorAt; }
-    /// Since when no request has been answered; -1: the last one was.
+    /// Since when no request has been answered: when the first frame of the first of them left. -1:
+    /// the last one was.
     qint64 silentSince() const { return m_silentSince; }
     /// No frame of the last request could be sent.
     bool cannotSend() const { return m_cannotSend; }
 
-    /// Exchanges that have ended, per second over the last two seconds.
+    /// Exchanges that have ended, per second over the two seconds before `now`, which is
+    /// Line::now() or later than all that was counted.
     double exchangeRate(qint64 now) const;
 
 private:

@@ -46,6 +46,8 @@ public:
     virtual void received(const QByteArray& datagram, Verdict verdict) = 0;
     /// No reply has come in time to a frame that was sent.
     virtual void timedOut(const QByteArray& frame) = 0;
+    /// The PLC's computer has said that nothing listens at the PLC's port ("port unreachable"). Of
+    /// which frame it does not say: perhaps of one sent earlier than the last.
     virtual void portRefused() = 0;
 };
 
@@ -89,7 +91,9 @@ public:
     /// Begins the file anew. The result is empty or says why it cannot be written.
     QString open(const QString& path);
 
-    /// For one line, between these two addresses (see Line::localEndpoint()).
+    /// For one line, between these two addresses (see Line::localEndpoint()). To be called after
+    /// open(), whatever that said; the host owns the witness, which must go before the next open()
+    /// and before this.
     std::unique_ptr<FrameWitness> witness(const Endpoint& local, const Endpoint& plc);
 
     /// Empty while every packet has been written; else why one could not, and the file ends before
