@@ -1,6 +1,7 @@
 // Two PLCs by the host layer: polls tags of both, writes a set point, and moves a recipe from one
 // to the other, reading back what was written. Usage: two_lines HOST:PORT HOST:PORT Ends with 0
-// when everything was done, with 1 when something was not, which is then told.
+// when everything was done, with 1 when something was not, which is then told, with 2 when it was
+// called wrongly.
 
 #include <velkor/host/line.h>
 
@@ -14,9 +15,9 @@ using namespace velkor_host;
 
 namespace {
 
-LineSettings settingsFor(const QString& plc) { // "127.0.0.1:9600"
+LineSettings settingsFor(const Endpoint& plc) {
     LineSettings settings;
-    settings.plc = {QHostAddress(plc.section(':', 0, 0)), plc.section(':', 1).toUShort()};
+    settings.plc = plc;
     return settings;
 }
 
@@ -48,8 +49,16 @@ void fail(const QString& text) {
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
     const QStringList arguments = QCoreApplication::arguments();
-    Line left(settingsFor(arguments.value(1)));
-    Line right(settingsFor(arguments.value(2)));
+    Endpoint plcs[2];
+    for (int index = 0; index < 2; ++index) {
+        const QString fault = endpointFromText(arguments.value(index + 1), &plcs[index]);
+        if (!fault.isEmpty()) {
+            std::fprintf(stderr, "usage: two_lines HOST:PORT HOST:PORT: %s\n", qPrintable(fault));
+            return 2;
+        }
+    }
+    Line left(settingsFor(plcs[0]));
+    Line right(settingsFor(plcs[1]));
     showChanges("left", left);
     showChanges("right", right);
 

@@ -5,8 +5,6 @@
 
 #include <QtNetwork/QHostInfo>
 
-#include <algorithm>
-
 namespace panel {
 namespace {
 
@@ -16,17 +14,6 @@ bool isNumeric(const QString& host) {
     bool decimal = false;
     last.toULongLong(&decimal, 10);
     return decimal || last.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
-}
-
-/// As everybody writes an address. What else the system takes for one, "127.1" or "010.0.0.1", is
-/// hardly what was meant.
-bool isFourParts(const QString& host) {
-    const QStringList parts = host.split(QLatin1Char('.'));
-    return parts.size() == 4 && std::all_of(parts.begin(), parts.end(), [](const QString& part) {
-               bool ok = false;
-               const uint number = part.toUInt(&ok);
-               return ok && number <= 255 && part == QString::number(number);
-           });
 }
 
 /// HOST or HOST:PORT of a --plc as an endpoint; the address stays null where a name is to be looked
@@ -41,13 +28,18 @@ QString parseEndpoint(const QString& text, Endpoint* plc, QString* host) {
                               "name, not an IPv6 address")
             .arg(text);
     }
-    if (isNumeric(*host) && !isFourParts(*host)) {
+    Endpoint known;
+    if (endpointFromText(*host, &known).isEmpty()) {
+        plc->address = known.address;
+        return QString();
+    }
+    if (isNumeric(*host)) {
         return QStringLiteral(
                    "--plc \"%1\": right is an IPv4 address of four numbers from 0 to 255, "
                    "such as 192.168.250.1, or a name")
             .arg(*host);
     }
-    plc->address = isFourParts(*host) ? QHostAddress(*host) : QHostAddress();
+    plc->address = QHostAddress();
     return QString();
 }
 

@@ -181,10 +181,7 @@ private:
         if (given.isEmpty()) {
             return;
         }
-        QString host = QStringLiteral("0.0.0.0");
-        if (!splitHostPort(given, &host, &m_options.link.local.port) ||
-            !m_options.link.local.address.setAddress(host) ||
-            m_options.link.local.address.protocol() != QAbstractSocket::IPv4Protocol) {
+        if (!endpointFromText(given, &m_options.link.local).isEmpty()) {
             fault("bind", given,
                   QStringLiteral("an IPv4 address of this computer and a port, for example "
                                  "192.168.250.10:9600"));

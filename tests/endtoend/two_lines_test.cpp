@@ -42,6 +42,17 @@ TEST_F(TwoLines, bothPlcs_recipeGoesFromTheLeftToTheRight) {
     EXPECT_TRUE(bare(read + QStringList{"HR", "100"}).out.endsWith("HR,100,77\n"));
 }
 
+TEST_F(TwoLines, wrongAddress_isWrongUsageAndSaysWhatWouldBeRight) {
+    for (const QString wrong : {"nowhere:9600", "127.0.0.1:96000", "127.0.0.1:96oo"}) {
+        Running host;
+        host.start(VELKOR_TWO_LINES, {plcAddress(), wrong});
+        const Ended ended = host.waitForEnd();
+        EXPECT_EQ(ended.exitCode, 2) << plain(ended.out);
+        EXPECT_TRUE(ended.out.contains('"' + wrong + "\" is no address and port; right is"))
+            << plain(ended.out);
+    }
+}
+
 TEST_F(TwoLines, plcThatDoesNotAnswer_isTold) {
     m_plc.kill();
     Running host;

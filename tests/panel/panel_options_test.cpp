@@ -142,6 +142,7 @@ const Wrong WRONG[] = {
     {"nodesTooFew", {"--nodes", "0,1,0", "probe"}, "SA2; given are 3"},
     {"nodesTooLarge", {"--nodes", "0,256,0,0,1,0", "probe"}, "six numbers from 0 to 255"},
     {"bind", {"--bind", "nowhere:1", "probe"}, "IPv4 address"},
+    {"bindShortened", {"--bind", "127.1:1", "probe"}, "IPv4 address"},
     {"plcTwice", {"--plc", "a=10.0.0.1", "--plc", "a=10.0.0.2", "watch", "a/DM:1"}, "of its own"},
     {"plcWithoutName",
      {"--plc", "a=10.0.0.1", "--plc", "10.0.0.2", "watch", "a/DM:1"},
@@ -224,6 +225,35 @@ TEST(ParseCommandLine, help_namesEveryCommandAndOption) {
                              "--verify",
                              "Exit codes"}) {
         EXPECT_TRUE(help.contains(part)) << part;
+    }
+}
+
+TEST(EndpointFromText, whatEndpointTextMakes_isTaken) {
+    for (const char* text : {"192.168.250.1:9600", "0.0.0.0:0", "255.255.255.255:65535"}) {
+        Endpoint endpoint;
+        EXPECT_EQ(plain(endpointFromText(text, &endpoint)), "") << text;
+        EXPECT_EQ(plain(endpointText(endpoint)), text);
+    }
+}
+
+TEST(EndpointFromText, partThatIsMissing_staysAsItWas) {
+    Endpoint endpoint{QHostAddress("10.0.0.1"), 9600};
+    EXPECT_EQ(plain(endpointFromText("10.0.0.2", &endpoint)), "");
+    EXPECT_EQ(plain(endpointText(endpoint)), "10.0.0.2:9600");
+    EXPECT_EQ(plain(endpointFromText(":9601", &endpoint)), "");
+    EXPECT_EQ(plain(endpointText(endpoint)), "10.0.0.2:9601");
+}
+
+TEST(EndpointFromText, anythingElse_isNamedAndChangesNothing) {
+    for (const char* text :
+         {"", ":", "10.0.0.1:", "10.0.0.1:65536", "10.0.0.1:-1", "10.0.0.1:+1", "10.0.0.1: 1",
+          "10.0.0.1:96oo", "10.0.0.1:9600:1", "10.0.0.256:1", "10.0.0:1", "127.1", "010.0.0.1:1",
+          "::1", "[::1]:9600", "plc:9600", " 10.0.0.1:1", "10.0.0.1:09600", "4294967297.0.0.1:1"}) {
+        Endpoint endpoint{QHostAddress("10.0.0.1"), 9600};
+        const QString fault = endpointFromText(text, &endpoint);
+        EXPECT_TRUE(fault.startsWith(QString("\"%1\" is no address and port; right is").arg(text)))
+            << text << plain(fault);
+        EXPECT_EQ(plain(endpointText(endpoint)), "10.0.0.1:9600") << text;
     }
 }
 

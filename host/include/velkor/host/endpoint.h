@@ -16,6 +16,13 @@ struct Endpoint {
 /// "127.0.0.1:9600"
 VELKOR_HOST_EXPORT QString endpointText(const Endpoint& endpoint);
 
+/// The inverse of endpointText(). Takes ADDRESS:PORT, ADDRESS or :PORT, without blanks: four
+/// numbers from 0 to 255, a port from 0 to 65535. A part that is missing stays in `*endpoint` as it
+/// was. Names of computers are not looked up. The result is empty, or says what would be right;
+/// then
+/// `*endpoint` is as it was.
+VELKOR_HOST_EXPORT QString endpointFromText(const QString& text, Endpoint* endpoint);
+
 } // namespace velkor_host
 
 #endif
