@@ -7,24 +7,26 @@
 namespace velkor_host {
 namespace {
 
-QString outOfBounds(const char* name, int value, int lowest, int highest) {
-    return value >= lowest && value <= highest ? QString()
-                                               : QStringLiteral("%1 is %2; right is %3 to %4")
-                                                     .arg(QLatin1String(name))
-                                                     .arg(value)
-                                                     .arg(lowest)
-                                                     .arg(highest);
+QString outOfRange(const char* name, int value, const SettingRange& range) {
+    return value >= range.lowest && value <= range.highest
+               ? QString()
+               : QStringLiteral("%1 is %2; right is %3 to %4")
+                     .arg(QLatin1String(name))
+                     .arg(value)
+                     .arg(range.lowest)
+                     .arg(range.highest);
 }
 
 } // namespace
 
 QString settingsFault(const LineSettings& settings) {
-    for (const QString& fault : {outOfBounds("wordsPerFrame", settings.wordsPerFrame, 1, 503),
-                                 outOfBounds("retries", settings.retries, 1, 100),
-                                 outOfBounds("timeoutMs", settings.timeoutMs, 1, 60000),
-                                 outOfBounds("scanMs", settings.scanMs, 10, 60000),
-                                 outOfBounds("refusedRetryMs", settings.refusedRetryMs, 1, 2000000),
-                                 outOfBounds("plc.port", settings.plc.port, 1, 65535)}) {
+    for (const QString& fault :
+         {outOfRange("wordsPerFrame", settings.wordsPerFrame, LineSettings::WORDS_PER_FRAME),
+          outOfRange("retries", settings.retries, LineSettings::RETRIES),
+          outOfRange("timeoutMs", settings.timeoutMs, LineSettings::TIMEOUT_MS),
+          outOfRange("scanMs", settings.scanMs, LineSettings::SCAN_MS),
+          outOfRange("refusedRetryMs", settings.refusedRetryMs, LineSettings::REFUSED_RETRY_MS),
+          outOfRange("plc.port", settings.plc.port, {1, 65535})}) {
         if (!fault.isEmpty()) {
             return fault;
         }
@@ -39,9 +41,11 @@ QString settingsFault(const LineSettings& settings) {
         return QStringLiteral("local.address is \"%1\"; right is an IPv4 address, or none")
             .arg(local.toString());
     }
-    if (settings.allowModeChange && settings.retries < 2) {
-        return QStringLiteral("retries is 1 and allowModeChange is set; right are retries of 2 or "
-                              "more, because the change takes one");
+    if (settings.allowModeChange && settings.retries < LineSettings::MODE_CHANGE_RETRIES) {
+        return QStringLiteral("retries is %1 and allowModeChange is set; right are retries of %2 "
+                              "or more, because the change takes one")
+            .arg(settings.retries)
+            .arg(LineSettings::MODE_CHANGE_RETRIES);
     }
     const auto wrong = [](int node) { return node < 0 || node > 255; };
     if (!settings.nodes.isEmpty() &&

@@ -254,9 +254,11 @@ QString failureReason(const RequestEnd& end, const LineSettings& settings,
             text += modeChangeText(end);
         } else if (end.sendError != 0) {
             text += QStringLiteral("; the change to MONITOR mode: ") + cannotSendText(end);
-        } else if (isModeRefusal(endCode) && settings.allowModeChange && settings.retries < 2) {
-            text += QStringLiteral(" (the change to MONITOR mode needs %1 2 or more)")
-                        .arg(names.retries);
+        } else if (isModeRefusal(endCode) && settings.allowModeChange &&
+                   settings.retries < LineSettings::MODE_CHANGE_RETRIES) {
+            text += QStringLiteral(" (the change to MONITOR mode needs %1 %2 or more)")
+                        .arg(names.retries)
+                        .arg(LineSettings::MODE_CHANGE_RETRIES);
         }
         return text + QStringLiteral(" (%1)").arg(tries);
     }

@@ -49,10 +49,11 @@ public:
         m_options.force = m_parser.isSet(QStringLiteral("force"));
         m_options.link.allowModeChange = m_parser.isSet(QStringLiteral("allow-mode-change"));
         m_options.link.driverFile = m_options.library;
-        whole("words-per-frame", 1, 503, &m_options.link.wordsPerFrame);
-        whole("retries", 1, 100, &m_options.link.retries);
-        whole("timeout", 1, 60000, &m_options.link.timeoutMs);
-        whole("scan-interval", 10, 60000, &m_options.link.scanMs);
+        LineSettings& link = m_options.link;
+        whole("words-per-frame", LineSettings::WORDS_PER_FRAME, &link.wordsPerFrame);
+        whole("retries", LineSettings::RETRIES, &link.retries);
+        whole("timeout", LineSettings::TIMEOUT_MS, &link.timeoutMs);
+        whole("scan-interval", LineSettings::SCAN_MS, &link.scanMs);
         readPlcs();
         readNodes();
         readBind();
@@ -86,16 +87,18 @@ private:
         }
     }
 
-    void whole(const char* name, int lowest, int highest, int* value) {
+    void whole(const char* name, const SettingRange& range, int* value) {
         const QString given = text(name);
         if (given.isEmpty() && !m_parser.isSet(QString::fromLatin1(name))) {
             return;
         }
         bool ok = false;
         *value = given.toInt(&ok);
-        if (!ok || *value < lowest || *value > highest) {
+        if (!ok || *value < range.lowest || *value > range.highest) {
             fault(name, given,
-                  QStringLiteral("a whole number from %1 to %2").arg(lowest).arg(highest));
+                  QStringLiteral("a whole number from %1 to %2")
+                      .arg(range.lowest)
+                      .arg(range.highest));
         }
     }
 
@@ -243,10 +246,12 @@ QString argumentFault(const Options& options) {
         {"recipe", 2, 2, "recipe download|upload RECIPE.csv [--values FILE]"},
         {"probe", 0, 0, "probe"},
     };
-    if (options.link.allowModeChange && options.link.retries < 2) {
+    if (options.link.allowModeChange && options.link.retries < LineSettings::MODE_CHANGE_RETRIES) {
         return QStringLiteral(
-            "--allow-mode-change and --retries 1: the change takes one try; right "
-            "is --retries 2 or more");
+                   "--allow-mode-change and --retries %1: the change takes one try; right "
+                   "is --retries %2 or more")
+            .arg(options.link.retries)
+            .arg(LineSettings::MODE_CHANGE_RETRIES);
     }
     const auto count = options.arguments.size();
     for (const Command& command : commands) {

@@ -228,6 +228,27 @@ TEST(ParseCommandLine, help_namesEveryCommandAndOption) {
     }
 }
 
+/// The manual is text: its numbers are written by hand.
+TEST(ParseCommandLine, help_namesTheRangesOfTheLine) {
+    int argc = 1;
+    char name[] = "velkor-panel";
+    char* argv[] = {name, nullptr};
+    const QCoreApplication application(argc, argv); // whose name stands in the help
+    const QString help = parse({"--help"}).text.simplified();
+    const struct {
+        const char* form;
+        SettingRange range;
+    } rows[] = {{"Longest block, %1 to %2 words.", LineSettings::WORDS_PER_FRAME},
+                {"before its request fails, %1 to %2;", LineSettings::RETRIES},
+                {"Wait for a reply, %1 to %2 ms.", LineSettings::TIMEOUT_MS},
+                {"time from scan to scan, %1 to %2 ms.", LineSettings::SCAN_MS}};
+    for (const auto& row : rows) {
+        EXPECT_TRUE(help.contains(
+            QString::fromLatin1(row.form).arg(row.range.lowest).arg(row.range.highest)))
+            << row.form;
+    }
+}
+
 TEST(EndpointFromText, whatEndpointTextMakes_isTaken) {
     for (const char* text : {"192.168.250.1:9600", "0.0.0.0:0", "255.255.255.255:65535"}) {
         Endpoint endpoint;

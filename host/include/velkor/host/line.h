@@ -47,22 +47,36 @@
 
 namespace velkor_host {
 
+/// What a number may be, both included.
+struct SettingRange {
+    int lowest;
+    int highest;
+};
+
 struct LineSettings {
+    static constexpr SettingRange WORDS_PER_FRAME{1, 503};
+    static constexpr SettingRange RETRIES{1, 100};
+    static constexpr SettingRange TIMEOUT_MS{1, 60000};
+    static constexpr SettingRange SCAN_MS{10, 60000};
+    static constexpr SettingRange REFUSED_RETRY_MS{1, 2000000};
+    static constexpr int MODE_CHANGE_RETRIES = 2; ///< the least with `allowModeChange`
+
     Endpoint plc;   ///< its IPv4 address and UDP port; these PLCs leave the factory as
                     ///< 192.168.250.1, port 9600
     Endpoint local; ///< to send from; the default is any address, any port
     /// FINS network, node and unit of the PLC (DNA, DA1, DA2), then of this line (SNA, SA1, SA2), 0
     /// to 255 each. Empty: the nodes are the last octets of the two IPv4 addresses, all else 0.
     QVector<int> nodes;
-    int wordsPerFrame = 256; ///< longest block, 1 to 503 words; 256 fits every PLC of the family
-    int retries = 3;         ///< tries of a request, 1 to 100
-    int timeoutMs = 500;     ///< wait for the reply to one try, 1 to 60000
-    int scanMs = 200;        ///< from scan to scan, 10 to 60000
+    int wordsPerFrame = 256; ///< longest block; 256 words fit every PLC of the family
+    int retries = 3;         ///< tries of a request
+    int timeoutMs = 500;     ///< wait for the reply to one try, milliseconds
+    int scanMs = 200;        ///< from scan to scan, milliseconds
     /// Whether the driver may switch a PLC that refuses a write by its mode to MONITOR. That starts
     /// the program of a PLC that was stopped, so it is forbidden unless somebody asks for it. With
-    /// it, `retries` of 2 or more are needed.
+    /// it, MODE_CHANGE_RETRIES are needed.
     bool allowModeChange = false;
-    int refusedRetryMs = 10000; ///< between tries of words that the PLC has refused to give
+    /// Between tries of words that the PLC has refused to give, milliseconds.
+    int refusedRetryMs = 10000;
     /// The driver's file; empty: libvelkor.so.1 beside the program, else where this layer's shared
     /// library lies (whatever folder it was installed into), else in ../lib seen from the program,
     /// else in LD_LIBRARY_PATH, /usr/local/lib, the program's run path and the system's own
