@@ -62,13 +62,20 @@ run "$prefix/project/build/two_lines"
 away=$prefix/away/from/it
 mkdir -p "$away"
 mv "$prefix/elsewhere" "$away"
-status=0
-env -u LD_LIBRARY_PATH "$away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
-if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/out"; then
-    echo "a host outside the prefix ended with $status:" >&2
-    cat "$prefix/out" >&2
-    exit 1
-fi
+# The static one has no layer to look beside: what is left is its run path.
+# shellcheck disable=SC2046
+"$compiler" -std=c++17 "$@" "$source/examples/two_lines.cpp" -o "$away/static" \
+    $(pkg-config --cflags velkor-host) "$libdir/libvelkor-host.a" \
+    $(pkg-config --libs "Qt${qt}Network") -lpcap "-Wl,-rpath,$libdir"
+for host in elsewhere static; do
+    status=0
+    env -u LD_LIBRARY_PATH "$away/$host" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
+    if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/out"; then
+        echo "a host outside the prefix ($host) ended with $status:" >&2
+        cat "$prefix/out" >&2
+        exit 1
+    fi
+done
 # With the driver taken away it says where it has looked, and what the host may set.
 rm "$libdir"/libvelkor.so*
 env -u LD_LIBRARY_PATH "$away/elsewhere" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || true
