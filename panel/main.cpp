@@ -1,5 +1,5 @@
 #include "panel/commands/commands.h"
-#include "panel/commands/named_files.h"
+#include "panel/context/named_files.h"
 #include "panel/output/printable.h"
 #include "panel/output/standard_output.h"
 #include "panel/watch/end_signals.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the documentation: every row of docs/irregularities.md names a test, every test that it names
+# Checks the documentation: every row of docs/irregularities.md names a test, every test that a page names
 # exists, and every relative link leads somewhere, to a heading where it names one. Exit 1 with the
 # lines that are wrong.
 set -eu
@@ -14,9 +14,10 @@ while IFS= read -r row; do
     echo "docs/irregularities.md: no test in the row $row"
     bad=1
 done < <(grep '^|' docs/irregularities.md | grep -vE "^\|-|^\| What looks wrong \||$test_name")
-for name in $(grep -oE "$test_name" docs/irregularities.md |
-    tr -d '`'); do
-    grep -qxF "$name" <<<"$declared" || { echo "docs/irregularities.md: no test $name"; bad=1; }
+for page in README.md docs/*.md; do
+    for name in $(grep -oE "$test_name" "$page" | tr -d '`'); do
+        grep -qxF "$name" <<<"$declared" || { echo "$page: no test $name"; bad=1; }
+    done
 done
 
 # headings PAGE: the anchors that its headings have.

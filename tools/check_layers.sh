@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks who includes whom, and prints file:line of each breach.
+# Checks who includes whom, and prints file:line of each breach; and that no room of host/ and panel/ has
+# more than a dozen files.
 #
 #   driver <- data <- scan <- fins   a folder includes itself, those left of it, <QtCore/...> and
 #                                    the C++ standard library
@@ -11,7 +12,7 @@
 #                                    system's sockets
 #   host/include/                    installed: includes only what is installed, Qt, libpcap and the
 #                                    C++ standard library
-#   picture <- screen <- output <- watch <- files <- options <- commands
+#   picture <- screen <- output <- watch <- files <- options <- context <- commands
 #                                    the rooms of panel/: a room includes itself and those left of it,
 #                                    and panel/host_names.h; main.cpp includes any of them
 #   panel/                           of the host layer <velkor/host/...>, of the library nothing
@@ -30,7 +31,7 @@ fi
 cd "${1:-$(dirname "$0")/..}" || exit 2
 
 readonly layers=(driver data scan fins)
-readonly panel_rooms=(picture screen output watch files options commands)
+readonly panel_rooms=(picture screen output watch files options context commands)
 readonly host_rooms=(values wire driver poll jobs watch line)
 breaches=0
 
@@ -228,6 +229,18 @@ check_panel() {
     done
 }
 
+# A room of host/ or panel/ with more than a dozen files is two rooms.
+check_sizes() {
+    local folder files
+    for folder in host/*/ host/include/velkor/host/ panel/*/; do
+        files=("$folder"*)
+        if [ -e "${files[0]}" ] && [ "${#files[@]}" -gt 12 ]; then
+            echo "$folder has ${#files[@]} files; right are 12 at most"
+            breaches=$((breaches + 1))
+        fi
+    done
+}
+
 for layer in "${layers[@]}"; do
     if [ ! -d "$layer" ]; then
         echo "no folder $layer/ in $PWD: nothing would be checked there" >&2
@@ -243,11 +256,12 @@ for layer in "${layers[@]}"; do
 done
 check_host
 check_panel
+check_sizes
 check_outsider panel yes
 check_outsider examples yes
 check_outsider plc no
 
 if [ "$breaches" -ne 0 ]; then
-    echo "$breaches include(s) break the layers" >&2
+    echo "$breaches place(s) break the layers" >&2
     exit 1
 fi

@@ -7,7 +7,7 @@
 /// came about.
 
 #include "host/driver/bound_driver.h"
-#include "host/line/work_queue.h"
+#include "host/jobs/work_queue.h"
 #include "host/poll/poller.h"
 #include "host/wire/exchange.h"
 

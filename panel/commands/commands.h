@@ -3,7 +3,7 @@
 
 /// The commands. Each returns the program's exit code.
 
-#include "panel/commands/context.h"
+#include "panel/context/context.h"
 
 namespace panel {
 

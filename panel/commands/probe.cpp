@@ -1,5 +1,5 @@
 #include "panel/commands/commands.h"
-#include "panel/commands/open_lines.h"
+#include "panel/context/open_lines.h"
 #include "panel/output/output.h"
 #include <velkor/host/end_codes.h>
 

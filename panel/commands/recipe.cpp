@@ -1,5 +1,5 @@
 #include "panel/commands/commands.h"
-#include "panel/commands/open_lines.h"
+#include "panel/context/open_lines.h"
 #include "panel/files/file_access.h"
 #include "panel/files/recipe_file.h"
 #include "panel/output/outcome_text.h"

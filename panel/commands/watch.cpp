@@ -1,6 +1,6 @@
 #include "panel/commands/commands.h"
-#include "panel/commands/open_lines.h"
-#include "panel/commands/tag_arguments.h"
+#include "panel/context/open_lines.h"
+#include "panel/context/tag_arguments.h"
 #include "panel/output/outcome_text.h"
 #include "panel/output/standard_output.h"
 #include "panel/screen/screen.h"

@@ -43,6 +43,7 @@ faulty() {
 faulty 'docs/irregularities.md: no test Suite.none_any_holds' \
     '| Odd | `Suite.none_any_holds` |' "$good_link"
 faulty 'docs/irregularities.md: no test in the row | Odd | nothing |' '| Odd | nothing |' "$good_link"
+faulty 'README.md: no test Suite.gone_any_holds' "$good_row" "$good_link, see \`Suite.gone_any_holds\`"
 faulty 'README.md: nothing at docs/none.md' "$good_row" '[x](docs/none.md)'
 faulty 'README.md: no heading for docs/guide.md#3-none' "$good_row" '[x](docs/guide.md#3-none)'
 faulty 'README.md: no heading for #none' "$good_row" '[x](#none)'

@@ -117,8 +117,8 @@ breach 'the panel looks inside by brackets' panel/files/below.cpp '#include <dat
 breach 'the panel sees the driver' panel/watch/driver.cpp '#include <velkor/host_interface.h>'
 breach 'the panel sees a room of the host layer' panel/watch/host_room.cpp '#include "host/line/core.h"'
 breach 'a picture sees the screen' panel/picture/screen.cpp '#include "panel/screen/screen.h"'
-breach 'output sees a command' panel/output/exit.cpp '#include "panel/commands/context.h"'
-breach 'a screen sees a command' panel/screen/command.cpp '#include "panel/commands/context.h"'
+breach 'output sees a command' panel/output/exit.cpp '#include "panel/context/context.h"'
+breach 'a screen sees a command' panel/screen/command.cpp '#include "panel/context/context.h"'
 breach 'a way round in the panel' panel/picture/round.cpp '#include "../screen/screen.h"'
 breach 'main sees the driver' panel/second_main.cpp '#include <velkor/records.h>'
 breach 'the panel takes what is not installed' panel/taken.cpp '#include <velkor/velkor.h>'
@@ -164,6 +164,12 @@ expect 'a room that is not known is a breach' 1 'host/extra/ is no room'
 good_tree
 put panel/extra/file.cpp '#include <vector>'
 expect 'a room of the panel that is not known is a breach' 1 'panel/extra/ is no room'
+
+good_tree
+for number in {1..13}; do
+    put "panel/files/file$number.h" '#include <vector>'
+done
+expect 'a room of many files is a breach' 1 'panel/files/ has 1'
 
 tree_before=$tree
 tree=$tree_before/not_there

@@ -1,4 +1,4 @@
-#include "panel/commands/tag_arguments.h"
+#include "panel/context/tag_arguments.h"
 
 #include "panel/files/file_access.h"
 #include "panel/files/tag_file.h"

@@ -1,4 +1,4 @@
-#include "panel/commands/named_files.h"
+#include "panel/context/named_files.h"
 
 #include "panel/files/file_access.h"
 

@@ -1,9 +1,9 @@
-#ifndef VELKOR_PANEL_COMMANDS_OPEN_LINES_H
-#define VELKOR_PANEL_COMMANDS_OPEN_LINES_H
+#ifndef VELKOR_PANEL_CONTEXT_OPEN_LINES_H
+#define VELKOR_PANEL_CONTEXT_OPEN_LINES_H
 
 /// The lines to the PLCs of the command line, with trace and capture.
 
-#include "panel/commands/context.h"
+#include "panel/context/context.h"
 
 #include <velkor/host/line.h>
 #include <velkor/host/witness.h>

@@ -1,4 +1,4 @@
-#include "panel/commands/context.h"
+#include "panel/context/context.h"
 
 #include "panel/output/printable.h"
 

@@ -1,4 +1,4 @@
-#include "panel/commands/open_lines.h"
+#include "panel/context/open_lines.h"
 
 #include "panel/files/file_access.h"
 #include "panel/watch/end_signals.h"

@@ -1,7 +1,7 @@
-#ifndef VELKOR_PANEL_COMMANDS_TAG_ARGUMENTS_H
-#define VELKOR_PANEL_COMMANDS_TAG_ARGUMENTS_H
+#ifndef VELKOR_PANEL_CONTEXT_TAG_ARGUMENTS_H
+#define VELKOR_PANEL_CONTEXT_TAG_ARGUMENTS_H
 
-#include "panel/commands/context.h"
+#include "panel/context/context.h"
 #include "panel/watch/panel_tag.h"
 
 namespace panel {

@@ -1,5 +1,5 @@
-#ifndef VELKOR_HOST_LINE_WORK_QUEUE_H
-#define VELKOR_HOST_LINE_WORK_QUEUE_H
+#ifndef VELKOR_HOST_JOBS_WORK_QUEUE_H
+#define VELKOR_HOST_JOBS_WORK_QUEUE_H
 
 /// The host's writes, one-shot reads and recipes in the order in which they were handed over. The
 /// first one is in hand; the others wait.
