@@ -76,7 +76,7 @@ breach() {
 # Every breach of the tree is named, each once, and nothing else is.
 expect_breaches() {
     local i found
-    expect 'all breaches' 1 "${#places[@]} include(s)"
+    expect 'all breaches' 1 "${#places[@]} place(s)"
     found=$(sed -nE 's/^([^: ]+:[0-9]+): includes .*/\1/p' <<<"$output" | sort)
     for i in "${!places[@]}"; do
         grep -qxF -- "${places[i]}" <<<"$found" || fail "${names[i]}: ${places[i]} is not named"
@@ -91,7 +91,7 @@ expect 'a good tree passes' 0 ''
 
 put driver/bad.cpp '// a comment' '#include "data/data_area.h"'
 expect 'one breach is enough' 1 'driver/bad.cpp:2:'
-expect 'one breach is counted' 1 '1 include(s)'
+expect 'one breach is counted' 1 '1 place(s)'
 
 good_tree
 breach 'driver sees data' driver/data.cpp '#include "data/data_area.h"'
