@@ -48,7 +48,7 @@ void UdpServer::restore(const Memory& memory) {
 }
 
 QString UdpServer::listen() {
-    const QString error = socket_.bind(settings_.address, settings_.port);
+    QString error = socket_.bind(settings_.address, settings_.port);
     if (!error.isEmpty()) {
         return error;
     }

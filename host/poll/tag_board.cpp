@@ -171,6 +171,10 @@ void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 
 void TagBoard::timePasses(qint64 now, qint64 staleAfter) {
     m_staleAfter = staleAfter;
     for (int index = 0; index < size(); ++index) {
+        Entry& entry = m_entries[index];
+        if (now - entry.status.readAt > staleAfter) {
+            entry.grownOld = entry.status.readAt;
+        }
         judge(index, now);
     }
 }
@@ -185,7 +189,7 @@ void TagBoard::judge(int index, qint64 now) {
     const bool known = status.readAt >= 0 && !status.m_items.isEmpty();
     TagState state = TagState::NotRead;
     if (known) {
-        const bool old = now - status.readAt > m_staleAfter;
+        const bool old = now - status.readAt > m_staleAfter || entry.grownOld == status.readAt;
         state = failed || old ? TagState::Stale : TagState::Fresh;
     }
     if (state != status.state) {

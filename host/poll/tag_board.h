@@ -41,7 +41,8 @@ public:
     /// Every word has been asked for since the last call: tags that come in several reads, and of
     /// which every word has been read since then, are whole now.
     void scanEnded(const FetchFunction& fetch, qint64 now);
-    /// Lets values grow old.
+    /// Lets values grow old. What has grown old stays so until it is read again, also with a
+    /// longer limit.
     void timePasses(qint64 now, qint64 staleAfter);
 
     /// The driver has announced a change of a word, or of a bit of a bit register.
@@ -89,6 +90,9 @@ private:
         QVector<qint64> wordReadAt;
         qint64 answeredAt = -1; ///< when the last reading came: later than `readAt`
         qint64 failedAt = -1;
+        /// Which reading is too old. It stays so, however far the limit grows: only another
+        /// reading makes the tag fresh again.
+        qint64 grownOld = -1;
         bool dirty = true;    ///< the driver may have another value
         int writes = 0;       ///< not settled
         bool written = false; ///< and not read since

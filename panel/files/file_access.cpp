@@ -120,7 +120,7 @@ QString synchroniseFile(const QString& path) {
     }
     const int descriptor = ::open(name.constData(), O_WRONLY | O_CLOEXEC);
     const bool done = descriptor >= 0 && synchronise(descriptor);
-    const QString fault =
+    QString fault =
         done ? QString() : QStringLiteral("%1 may not be whole: %2").arg(path, systemError());
     if (descriptor >= 0) {
         ::close(descriptor);

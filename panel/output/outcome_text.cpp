@@ -7,6 +7,21 @@
 #include <algorithm>
 
 namespace panel {
+namespace {
+
+/// Of the PLC's mode: a program may be running that was stopped.
+template <typename Outcome> QStringList modeLines(const Outcome& outcome) {
+    if (outcome.modeSwitched) {
+        return {QStringLiteral("the PLC was switched to MONITOR mode")};
+    }
+    if (outcome.modeUnknown) {
+        return {QStringLiteral("the PLC was asked to change to MONITOR mode; whether it has is "
+                               "unknown")};
+    }
+    return {};
+}
+
+} // namespace
 
 QStringList leftBehind(const WriteOutcome& outcome) {
     QStringList lines;
@@ -34,8 +49,9 @@ QStringList leftBehind(const RecipeOutcome& outcome) {
     const bool touched =
         std::any_of(outcome.blocks.begin(), outcome.blocks.end(),
                     [](const RecipeBlock& block) { return block.state != RecipeBlock::NotMoved; });
-    if (outcome.direction != RecipeDirection::Download || outcome.result == RecipeResult::Done ||
-        !touched) {
+    const bool whole =
+        outcome.result == RecipeResult::Done || outcome.result == RecipeResult::NotVerified;
+    if (outcome.direction != RecipeDirection::Download || whole || !touched) {
         return {};
     }
     const auto moved =
@@ -69,22 +85,21 @@ QStringList interruptedText(const WriteOutcome& outcome) {
                  ? left
                  : QStringList{QStringLiteral("not written: ") +
                                requestText(outcome.reg, outcome.address, outcome.count)};
-    if (outcome.modeSwitched || outcome.modeUnknown) {
-        lines.append(outcome.modeSwitched
-                         ? QStringLiteral("the PLC was switched to MONITOR mode")
-                         : QStringLiteral("the PLC was asked to change to MONITOR mode; whether it "
-                                          "has is unknown"));
-    }
-    return lines;
+    return lines + modeLines(outcome);
 }
 
 QStringList interruptedText(const RecipeOutcome& outcome) {
+    if (outcome.result == RecipeResult::NotVerified) {
+        return QStringList{QStringLiteral("ended by a signal before the download was compared; the "
+                                          "PLC has acknowledged every block of it")} +
+               modeLines(outcome);
+    }
     QStringList lines{QStringLiteral("ended by a signal before the recipe was downloaded")};
     const QStringList left = leftBehind(outcome);
     lines += !left.isEmpty()
                  ? left
                  : QStringList{QStringLiteral("nothing of the recipe has been written")};
-    return lines;
+    return lines + modeLines(outcome);
 }
 
 QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,

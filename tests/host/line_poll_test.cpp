@@ -209,6 +209,36 @@ TEST(LinePoll, slowReply_isAsOldAsItsQuestion) {
     EXPECT_GE(line.clock.time - line.status(0).readAt, 4 * SECOND);
 }
 
+/// Scans that wait for a silent PLC take long, and what they take counts for the limit.
+TEST(LinePoll, plcFallsSilent_whatGrewOldStaysStale) {
+    LineSettings settings = lineSettings();
+    settings.timeoutMs = 500;
+    SimulatedLine line(settings);
+    QVector<Tag> tags;
+    for (int i = 0; i < 10; ++i) {
+        tags.append(tagAt("DM", 1000 * i));
+    }
+    line.setTags(tags);
+    ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+    line.run(SECOND);
+    int frames = 0;
+    line.fate = [&frames](const QByteArray&, int) {
+        Fate fate;
+        fate.loseRequest = ++frames > 4; // in the middle of a scan
+        return fate;
+    };
+    QVector<bool> stale(tags.size(), false);
+    for (int step = 0; step < 600; ++step) {
+        line.run(SECOND / 10);
+        for (int i = 0; i < tags.size(); ++i) {
+            const bool now = line.shown(i) == "stale";
+            ASSERT_TRUE(now || !stale.at(i)) << "tag " << i << " after " << step << " steps";
+            stale[i] = now;
+        }
+    }
+    EXPECT_EQ(stale.count(true), tags.size());
+}
+
 // --- Fairness ------------------------------------------------------------------------------------
 
 TEST(LinePoll, writesWithoutEnd_doNotStarveIt) {

@@ -62,6 +62,21 @@ protected:
     int m_fetches = 0;
 };
 
+TEST_F(HostTagBoard, valueThatGrewOld_limitBecomesLonger_isFreshOnlyWhenReadAgain) {
+    tags({tagAt("DM", 100), tagAt("DM", 200)});
+    read(100, 1);
+    pass(LIMIT / 2);
+    read(200, 1);
+    pass(LIMIT / 2 + 1);
+    ASSERT_EQ(state(0), TagState::Stale);
+    ASSERT_EQ(state(1), TagState::Fresh);
+    m_board.timePasses(m_now, 10 * LIMIT); // scans that take long, because the PLC is silent
+    EXPECT_EQ(state(0), TagState::Stale);
+    EXPECT_EQ(state(1), TagState::Fresh);
+    read(100, 1);
+    EXPECT_EQ(state(0), TagState::Fresh);
+}
+
 TEST_F(HostTagBoard, beforeTheFirstRead_isNotReadAndHasNoValue) {
     tags({tagAt("DM", 100)});
     EXPECT_EQ(state(0), TagState::NotRead);

@@ -59,6 +59,33 @@ RecipeOutcome failedDownload() {
     return outcome;
 }
 
+/// Every block acknowledged, not read back.
+RecipeOutcome downloadNotCompared() {
+    RecipeOutcome outcome;
+    outcome.result = RecipeResult::NotVerified;
+    outcome.blocks = {{"DM", 100, 4, RecipeBlock::Moved}, {"DM", 200, 2, RecipeBlock::Moved}};
+    return outcome;
+}
+
+TEST(LeftBehind, downloadNotCompared_isNoPartOfARecipe) {
+    EXPECT_TRUE(leftBehind(downloadNotCompared()).isEmpty());
+}
+
+TEST(InterruptedText, downloadNotCompared_wasDownloaded) {
+    EXPECT_EQ(interruptedText(downloadNotCompared()),
+              QStringList({"ended by a signal before the download was compared; the PLC has "
+                           "acknowledged every block of it"}));
+}
+
+TEST(InterruptedText, downloadThatAskedForAMode_saysSo) {
+    RecipeOutcome outcome = failedDownload();
+    outcome.modeUnknown = true;
+    EXPECT_EQ(interruptedText(outcome).last(),
+              "the PLC was asked to change to MONITOR mode; whether it has is unknown");
+    outcome.modeSwitched = true;
+    EXPECT_EQ(interruptedText(outcome).last(), "the PLC was switched to MONITOR mode");
+}
+
 TEST(LeftBehind, recipe_tellsEachBlock) {
     EXPECT_EQ(leftBehind(failedDownload()),
               QStringList({"the PLC now holds a part of the recipe: blocks written before that: 1",
