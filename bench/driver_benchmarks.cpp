@@ -242,16 +242,15 @@ void addMergesAndPolls() {
 void addHostCalls() {
     for (int words : {1000, 10000}) {
         for (int count : {1, 64}) {
-            const std::string of =
-                std::to_string(count) + (count == 1 ? " word of " : " words of ");
-            const std::string ofBits =
-                std::to_string(count) + (count == 1 ? " bit of " : " bits of ");
-            const std::string cached = std::to_string(words) + " words";
-            add("driver", "read " + of + cached, read<Driver>, words, count, "DM");
-            add("textbook", "read " + of + cached, read<Textbook>, words, count, "DM");
-            add("driver", "read " + ofBits + cached, read<Driver>, words, count, "DM_bit");
-            add("driver", "write " + of + cached, write, words, count, "DM");
-            add("driver", "write " + ofBits + cached, write, words, count, "DM_bit");
+            const std::string wordsOf =
+                named(count == 1 ? "1 word of" : "64 words of", words, "words", false);
+            const std::string bitsOf =
+                named(count == 1 ? "1 bit of" : "64 bits of", words, "words", false);
+            add("driver", "read " + wordsOf, read<Driver>, words, count, "DM");
+            add("textbook", "read " + wordsOf, read<Textbook>, words, count, "DM");
+            add("driver", "read " + bitsOf, read<Driver>, words, count, "DM_bit");
+            add("driver", "write " + wordsOf, write, words, count, "DM");
+            add("driver", "write " + bitsOf, write, words, count, "DM_bit");
         }
     }
     add("driver", "each of a burst of 600 writes", writeBurst);
