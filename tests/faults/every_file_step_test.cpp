@@ -178,7 +178,7 @@ TEST_F(EveryFileStep, capture_notWholeIsToldAndTheExitCodeIsOne) {
     const QStringList command{QStringLiteral("--pcap"), out("frames.pcap"),  QStringLiteral("read"),
                               QStringLiteral("DM"),     QStringLiteral("1"), QStringLiteral("2")};
     ASSERT_EQ(panel(command).exitCode, 0);
-    const int whole = content("frames.pcap").size();
+    const auto whole = content("frames.pcap").size();
     const auto capture = [&](const QStringList& failing) {
         QFile::remove(out("frames.pcap"));
         return panelInShell(failing.join(QLatin1Char(' ')), command);
