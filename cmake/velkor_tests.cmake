@@ -4,7 +4,7 @@
 # Where programs run under an emulator, only these kinds of tests do: what they test starts no process.
 # Under a user-mode emulator Qt cannot start one, believes in a child with the process ID -1, and a
 # signal to that goes to every process of the machine.
-set(VELKOR_EMULATED_LABELS unit contract plc panel loop model property)
+set(VELKOR_EMULATED_LABELS unit contract plc panel host loop model property)
 
 # For tests that compile and start something by themselves: see tests/contract/install_check.sh.
 set(VELKOR_CROSS_ENVIRONMENT)
