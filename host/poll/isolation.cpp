@@ -71,14 +71,10 @@ void Isolation::ended(const RequestEnd& end) {
     if (finished()) {
         return;
     }
-    const Task asked = m_tasks.takeLast();
     if (!end.ok && !isAddressRefusal(end)) {
-        m_cutShort = true;
-        m_tasks.clear();
-        m_refused.clear();
-        m_gaps.clear();
-        return;
+        return; // it tells nothing of these words
     }
+    const Task asked = m_tasks.takeLast();
     if (!end.ok) {
         divide(asked.first, asked.last, end);
     }

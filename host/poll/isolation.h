@@ -33,14 +33,12 @@ public:
 
     /// What to read next; nothing when the search has ended.
     std::optional<WordRange> next() const;
-    /// How the read of next() ended. Anything but success or a refusal of the address ends the
-    /// search without a result.
+    /// How the read of next() ended. Anything but success or a refusal of the address leaves all as
+    /// it is: next() asks for the same words again.
     void ended(const RequestEnd& end);
 
     const WordRange& block() const { return m_block; }
     bool finished() const { return m_tasks.isEmpty(); }
-    /// It has ended without a result because a read met something else than a refusal.
-    bool cutShort() const { return m_cutShort; }
     /// Runs of tags' words that the PLC refuses.
     const QVector<RefusedRange>& refused() const { return m_refused; }
     /// Words that no tag wants and that no read may go over: both sides are given, but not as one.
@@ -64,7 +62,6 @@ private:
     WordRange m_block;
     QVector<WordRange> m_segments; ///< sorted, disjoint
     QVector<Task> m_tasks;         ///< the last one is next
-    bool m_cutShort = false;
     QVector<RefusedRange> m_refused;
     QVector<WordRange> m_gaps;
 };

@@ -29,6 +29,7 @@ void Poller::setTags(const QVector<Tag>& tags, qint64 now) {
     m_refused.clear();
     m_gaps.clear();
     m_isolations.clear();
+    m_searchRests = false;
     m_searchedLast = false;
     m_fruitless.clear();
     m_retries.clear();
@@ -59,6 +60,7 @@ void Poller::plan() {
 void Poller::beginScan(qint64 now) {
     m_blocksLeft = static_cast<int>(m_plan.blocks.size());
     m_apartNext = 0;
+    m_searchRests = false;
     m_nextScan = std::max(m_nextScan + qint64(m_settings.scanMs) * 1000, now);
 }
 
@@ -108,7 +110,7 @@ void Poller::fillRetries(qint64 now) {
 Poller::OneShot Poller::nextOneShot() const {
     const bool apart = m_apartNext < m_plan.apart.size();
     if (!(apart && m_searchedLast)) {
-        if (!m_isolations.empty()) {
+        if (!m_isolations.empty() && !m_searchRests) {
             return OneShot::Probe;
         }
         if (!m_retries.isEmpty()) {
@@ -131,12 +133,23 @@ qint64 Poller::nextDue() const {
 }
 
 void Poller::blockEnded(const RequestEnd& end, qint64 now) {
-    credit(rangeOf(end), end, now);
     if (m_blocksLeft > 0) {
         --m_blocksLeft;
-        partOfScanEnded(now);
     }
-    searchFor(rangeOf(end), end, now);
+    rangeEnded(rangeOf(end), end, now);
+}
+
+/// Of the scan: a block, or a range apart.
+void Poller::rangeEnded(const WordRange& range, const RequestEnd& end, qint64 now) {
+    if (!isAddressRefusal(end) || !beingSearched(range)) {
+        credit(range, end, now);
+    } // else it is refused as before, which says nothing of what the search has read of it since
+    partOfScanEnded(now);
+    if (end.ok) {
+        dropSearch(range);
+    } else {
+        searchFor(range, end, now);
+    }
 }
 
 void Poller::oneShotEnded(const RequestEnd& end, qint64 now) {
@@ -147,15 +160,10 @@ void Poller::oneShotEnded(const RequestEnd& end, qint64 now) {
         ++m_apartNext;
         // The driver announces changes of the words only that it polls itself.
         m_board.lookAt(m_oneShotRange);
-        credit(m_oneShotRange, end, now);
-        partOfScanEnded(now);
-        searchFor(m_oneShotRange, end, now);
+        rangeEnded(m_oneShotRange, end, now);
         return;
     case OneShot::Probe:
-        m_isolations.front().ended(end);
-        if (m_isolations.front().finished()) {
-            isolationEnded(now);
-        }
+        probeEnded(end, now);
         return;
     case OneShot::Retry:
         retryEnded(end, now);
@@ -204,19 +212,46 @@ void Poller::searchFor(const WordRange& block, const RequestEnd& end, qint64 now
     }
 }
 
-bool Poller::searchedFor(const WordRange& block) const {
+bool Poller::beingSearched(const WordRange& block) const {
     return std::any_of(m_isolations.begin(), m_isolations.end(),
-                       [&](const Isolation& search) { return same(search.block(), block); }) ||
+                       [&](const Isolation& search) { return same(search.block(), block); });
+}
+
+bool Poller::searchedFor(const WordRange& block) const {
+    return beingSearched(block) ||
            std::any_of(m_searched.begin(), m_searched.end(),
                        [&](const WordRange& searched) { return same(searched, block); });
+}
+
+/// The PLC has given the block after all.
+void Poller::dropSearch(const WordRange& block) {
+    // What has been asked for the first search is still to be told to it.
+    const auto begin = m_isolations.begin() + (m_oneShot == OneShot::Probe ? 1 : 0);
+    m_isolations.erase(
+        std::remove_if(begin, m_isolations.end(),
+                       [&](const Isolation& search) { return same(search.block(), block); }),
+        m_isolations.end());
+}
+
+/// A read of the search counts as any other for the tags in it. Where it got no answer to its
+/// question, it rests, because an error that comes at once would be asked for without a pause; and
+/// the other searches go on before it, because it may never get one.
+void Poller::probeEnded(const RequestEnd& end, qint64 now) {
+    m_board.lookAt(m_oneShotRange); // as with a range apart
+    credit(m_oneShotRange, end, now);
+    m_isolations.front().ended(end);
+    if (m_isolations.front().finished()) {
+        isolationEnded(now);
+    } else if (!end.ok && !isAddressRefusal(end)) {
+        m_searchRests = true;
+        m_isolations.push_back(std::move(m_isolations.front()));
+        m_isolations.pop_front();
+    }
 }
 
 void Poller::isolationEnded(qint64 now) {
     const Isolation isolation = m_isolations.front();
     m_isolations.pop_front();
-    if (isolation.cutShort()) {
-        return; // the next refusal of the block begins it again
-    }
     if (isolation.refused().isEmpty() && isolation.gaps().isEmpty()) {
         m_fruitless.erase(std::remove_if(m_fruitless.begin(), m_fruitless.end(),
                                          [now](const Fruitless& old) { return now >= old.until; }),

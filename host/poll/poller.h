@@ -57,7 +57,11 @@ private:
     void beginScan(qint64 now);
     void partOfScanEnded(qint64 now);
     void credit(const WordRange& asked, const RequestEnd& end, qint64 now);
+    void rangeEnded(const WordRange& range, const RequestEnd& end, qint64 now);
     void searchFor(const WordRange& block, const RequestEnd& end, qint64 now);
+    bool beingSearched(const WordRange& block) const;
+    void dropSearch(const WordRange& block);
+    void probeEnded(const RequestEnd& end, qint64 now);
     void isolationEnded(qint64 now);
     void fillRetries(qint64 now);
     OneShot nextOneShot() const;
@@ -85,7 +89,9 @@ private:
     QVector<RefusedRange> m_refused;
     QVector<WordRange> m_gaps;          ///< no read may go over them
     std::deque<Isolation> m_isolations; ///< the first one is under way
-    QVector<WordRange> m_searched;      ///< blocks of the plan whose search has found something
+    bool m_searchRests =
+        false; ///< until the next scan: its last read got no answer to its question
+    QVector<WordRange> m_searched; ///< blocks of the plan whose search has found something
     struct Fruitless {
         WordRange block;
         qint64 until = 0;

@@ -135,20 +135,41 @@ TEST(Isolation, passingRefusal_findsNothing) {
     search(&isolation, {});
     EXPECT_TRUE(isolation.refused().isEmpty());
     EXPECT_TRUE(isolation.gaps().isEmpty());
-    EXPECT_FALSE(isolation.cutShort());
 }
 
-TEST(Isolation, noAnswerInBetween_endsItWithoutAResult) {
+TEST(Isolation, noAnswerInBetween_asksForThatPieceAgainAndKeepsWhatWasFound) {
     Isolation isolation({"DM", 100, 8}, singles(100, 8), refusalWith(0x1103));
     isolation.ended(refusalWith(0x1103));
     isolation.ended(refusalWith(0x1103));
     isolation.ended(refusalWith(0x1103)); // DM 100 is found
-    isolation.ended(noAnswer());
-    EXPECT_TRUE(isolation.finished());
-    EXPECT_TRUE(isolation.refused().isEmpty());
-    EXPECT_TRUE(isolation.cutShort());
+    for (int time = 0; time < 3; ++time) {
+        ASSERT_TRUE(isolation.next().has_value());
+        EXPECT_EQ(plain(QVector<WordRange>{*isolation.next()}), "DM 101+1");
+        isolation.ended(noAnswer());
+    }
+    EXPECT_EQ(search(&isolation, {}), 3); // DM 101, then the other halves
+    EXPECT_EQ(plain(isolation.refused()), "DM 100+1");
+    EXPECT_TRUE(isolation.gaps().isEmpty());
     isolation.ended(okEnd()); // too late: does nothing
     EXPECT_TRUE(isolation.finished());
+}
+
+/// Whatever goes unanswered costs its own repetition, and changes nothing of what is found.
+TEST(Isolation, eachReadUnansweredOnce_findsTheSameInTwiceTheReads) {
+    const QVector<WordRange> tags{{"DM", 0, 1}, {"DM", 5, 1}, {"DM", 10, 1}, {"DM", 15, 1}};
+    const QVector<WordRange> bad{{"DM", 5, 1}, {"DM", 12, 1}};
+    Isolation smooth({"DM", 0, 16}, tags, refusalWith(0x1103));
+    const int reads = search(&smooth, bad);
+    Isolation bumpy({"DM", 0, 16}, tags, refusalWith(0x1103));
+    int asked = 0;
+    while (const std::optional<WordRange> next = bumpy.next()) {
+        ASSERT_LT(asked, 1000);
+        const RequestEnd answer = crosses(*next, bad) ? refusalWith(0x1103) : okEnd();
+        bumpy.ended(++asked % 2 == 1 ? noAnswer() : answer);
+    }
+    EXPECT_EQ(asked, 2 * reads);
+    EXPECT_EQ(plain(bumpy.refused()), "DM 5+1");
+    EXPECT_EQ(plain(bumpy.gaps()), "DM 11+4");
 }
 
 TEST(Isolation, blockThatNoTagWants_isFinished) {
