@@ -90,6 +90,13 @@ QString wrongTag(const Catalogue& registers, const Tag& tag) {
                               "in word registers")
             .arg(valueTypeName(tag.type), tag.reg);
     }
+    if (tag.scaling.scale == 0) {
+        return QStringLiteral("its scale is 0; right is any other number");
+    }
+    if (tag.limits.low && tag.limits.high && *tag.limits.low > *tag.limits.high) {
+        return QStringLiteral("its low limit, %1, lies above the high one, %2")
+            .arg(exactNumberText(*tag.limits.low), exactNumberText(*tag.limits.high));
+    }
     return wrongItems(registers, tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
 }
 

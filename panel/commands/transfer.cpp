@@ -165,8 +165,8 @@ int parseTagWrite(const Context& context, WriteTarget* target) {
     if (!wrongName.isEmpty()) {
         return context.fail(EXIT_WRONG_USAGE, arguments.at(0) + wrongName);
     }
-    const QString wrong = parseTagValues(tag, arguments.mid(2), context.options.force,
-                                         QStringLiteral("--force"), &target->items);
+    const QString wrong = parseTagValues(tag.tag, arguments.mid(2), &target->items,
+                                         context.options.force, QStringLiteral("--force"));
     target->reg = tag.tag.reg;
     target->address = tag.tag.address;
     target->line = lineNamed(context, tag.plc);

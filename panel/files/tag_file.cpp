@@ -165,7 +165,7 @@ private:
         }
         tag.tag.reg = info->name;
         tag.tag.address = verdict.address;
-        tag.unit = field("unit").text;
+        tag.tag.unit = field("unit").text;
         tag.comment = field("comment").text;
         m_list.tags.append(tag);
     }
@@ -187,8 +187,8 @@ private:
         std::optional<double> offset;
         number("scale", &scale);
         number("offset", &offset);
-        number("low", &tag->limits.low);
-        number("high", &tag->limits.high);
+        number("low", &tag->tag.limits.low);
+        number("high", &tag->tag.limits.high);
         scaling.scale = scale.value_or(1);
         scaling.offset = offset.value_or(0);
         const CsvField decimals = column("decimals");
@@ -204,7 +204,8 @@ private:
                          QStringLiteral("%1 has no scale, offset, decimals or limits; numbers have")
                              .arg(valueTypeName(tag->tag.type)));
         }
-        if (tag->limits.low && tag->limits.high && *tag->limits.low > *tag->limits.high) {
+        if (tag->tag.limits.low && tag->tag.limits.high &&
+            *tag->tag.limits.low > *tag->tag.limits.high) {
             bad |= fault(column("low"), QStringLiteral("low"),
                          QStringLiteral("lies above high; right is a low that does not"));
         }

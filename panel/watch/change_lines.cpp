@@ -31,7 +31,7 @@ Record ChangeLines::record(int index) const {
     record.append(tag.tag.name);
     record.append(tagAddressText(tag.tag));
     if (m_format == OutputFormat::Table) {
-        record.append(shownValue(tag, status));
+        record.append(tagText(tag.tag, status));
         if (!status.reason.isEmpty()) {
             record.append(QLatin1Char('(') + status.reason + QLatin1Char(')'));
         }
@@ -40,10 +40,10 @@ Record ChangeLines::record(int index) const {
     const bool known = status.state == TagState::Fresh || status.state == TagState::Stale;
     record.append(known ? formatScaled(tag.tag.type, status.lastRead(), tag.tag.scaling)
                         : QString());
-    record.append(tag.unit);
+    record.append(tag.tag.unit);
     record.append(tagStateName(status.state));
     record.append(status.reason);
-    record.append(limitMark(tag, status));
+    record.append(limitMark(tag.tag, status));
     return record;
 }
 

@@ -72,8 +72,8 @@ screen::TagLabel ScreenSource::label(int tag) const {
     label.name = named.tag.name;
     label.address = tagAddressText(named.tag);
     label.type = valueTypeName(named.tag.type);
-    label.low = named.limits.low;
-    label.high = named.limits.high;
+    label.low = named.tag.limits.low;
+    label.high = named.tag.limits.high;
     return label;
 }
 
@@ -83,7 +83,7 @@ screen::TagNow ScreenSource::status(int tag) const {
     screen::TagNow now;
     now.state = stateOf(status.state);
     now.pending = status.pending;
-    now.limit = limitOnScreen(limitOf(named, status.lastRead()));
+    now.limit = limitOnScreen(limitOf(named.tag, status.lastRead()));
     now.readAt = status.readAt;
     now.changedAt = status.changedAt;
     now.changes = status.changes;
@@ -96,7 +96,7 @@ screen::TagTexts ScreenSource::texts(int tag) const {
     const TagStatus& status = m_tags.status(tag);
     screen::TagTexts texts;
     if (!status.lastRead().isEmpty()) {
-        texts.value = valueWithUnit(m_tags.tag(tag), status.lastRead(), m_unicode, FLOAT_DIGITS);
+        texts.value = valueText(m_tags.tag(tag).tag, status.lastRead(), m_unicode, FLOAT_DIGITS);
     }
     texts.reason = reasonSince(status, now());
     return texts;
@@ -129,12 +129,9 @@ QVector<screen::PlcStatus> ScreenSource::plcs() const {
 
 QString ScreenSource::startWrite(int tag, const QString& typed, bool force) {
     const PanelTag& named = m_tags.tag(tag);
-    const QStringList texts = named.tag.type == ValueType::String
-                                  ? QStringList(typed)
-                                  : typed.simplified().split(QLatin1Char(' '));
     Items items;
-    QString wrong = parseTagValues(named, texts, force || m_force,
-                                   QStringLiteral("\"!\" behind the value"), &items);
+    const QString wrong = parseTagText(named.tag, typed, &items, force || m_force,
+                                       QStringLiteral("\"!\" behind the value"));
     if (!wrong.isEmpty()) {
         return wrong;
     }

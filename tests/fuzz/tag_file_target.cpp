@@ -21,8 +21,8 @@ void checkTag(const panel::PanelTag& tag, const QStringList& plcs) {
     require(plcs.contains(tag.plc) || plcs.size() == 1, "its PLC is one");
     require(tag.tag.scaling.scale != 0 && std::isfinite(tag.tag.scaling.scale),
             "its scale is none");
-    const std::optional<double>& low = tag.limits.low;
-    const std::optional<double>& high = tag.limits.high;
+    const std::optional<double>& low = tag.tag.limits.low;
+    const std::optional<double>& high = tag.tag.limits.high;
     require(!low || !high || *low <= *high, "its limits are in order");
 }
 
@@ -32,12 +32,12 @@ void show(const panel::PanelTag& tag, Input& input) {
         const int word = input.upTo(65535);
         items.append(static_cast<quint16>(tag.tag.bitRegister() ? word & 1 : word));
     }
-    panel::limitOf(tag, items);
-    panel::limitsText(tag);
-    const QString shown = panel::valueWithUnit(tag, items, input.flag());
+    velkor_host::limitOf(tag.tag, items);
+    velkor_host::limitsText(tag.tag);
+    const QString shown = velkor_host::valueText(tag.tag, items, input.flag());
     require(!shown.isEmpty() || tag.tag.type == velkor_host::ValueType::String, "a value is shown");
     velkor_host::Items typed;
-    const QString fault = panel::parseTagValues(tag, {shown}, input.flag(), QString(), &typed);
+    const QString fault = velkor_host::parseTagValues(tag.tag, {shown}, &typed, input.flag());
     require(fault.isEmpty() || typed.isEmpty(), "a value that is refused gives nothing");
 }
 

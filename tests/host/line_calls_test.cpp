@@ -66,7 +66,12 @@ TEST_F(LineNotice, setTags_wrongTag_saysWhichAndChangesNothing) {
     ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
     Tag bits = wordTag(1);
     bits.reg = QStringLiteral("CIO_bit");
-    for (const Tag& wrong : {wordTag(1, 0), wordTag(40000), wordTag(1, 1, "XX"), bits}) {
+    Tag unscaled = wordTag(1);
+    unscaled.scaling.scale = 0;
+    Tag turned = wordTag(1);
+    turned.limits = {2.0, 1.0};
+    for (const Tag& wrong :
+         {wordTag(1, 0), wordTag(40000), wordTag(1, 1, "XX"), bits, unscaled, turned}) {
         const QString fault = line->setTags({wordTag(7), wrong});
         EXPECT_TRUE(fault.startsWith("tag 1 ")) << qPrintable(fault);
     }

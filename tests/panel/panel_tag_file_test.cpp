@@ -27,7 +27,7 @@ TEST(ReadTags, goodRow_givesTheTag) {
     EXPECT_EQ(tag.type, ValueType::Float32);
     EXPECT_EQ(tag.count, 2);
     EXPECT_EQ(tag.itemCount(), 4);
-    EXPECT_EQ(plain(list.tags.first().unit), "mm");
+    EXPECT_EQ(plain(list.tags.first().tag.unit), "mm");
     EXPECT_EQ(plain(list.tags.first().comment), "a, b");
 }
 
@@ -132,16 +132,16 @@ TEST(ReadTags, scaleAndLimits_areTaken) {
     EXPECT_DOUBLE_EQ(tag.tag.scaling.scale, 0.1);
     EXPECT_DOUBLE_EQ(tag.tag.scaling.offset, -5);
     EXPECT_EQ(tag.tag.scaling.decimals, 1);
-    EXPECT_EQ(tag.limits.low, 0.0);
-    EXPECT_EQ(tag.limits.high, 200.5);
+    EXPECT_EQ(tag.tag.limits.low, 0.0);
+    EXPECT_EQ(tag.tag.limits.high, 200.5);
 }
 
 TEST(ReadTags, emptyScaleAndLimits_leaveTheValueAsItIs) {
     const TagList list = readScaled("name,DM,0,string,,,,,,,\n");
     ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
     EXPECT_TRUE(list.tags.first().tag.scaling.isPlain());
-    EXPECT_FALSE(list.tags.first().limits.low);
-    EXPECT_FALSE(list.tags.first().limits.high);
+    EXPECT_FALSE(list.tags.first().tag.limits.low);
+    EXPECT_FALSE(list.tags.first().tag.limits.high);
 }
 
 TEST(ReadTags, oneNameInTwoPlcs_isFine) {

@@ -21,6 +21,9 @@ struct Tag {
     ValueType type = ValueType::Uint16;
     int count = 1;               ///< values; for a string, words
     Scaling scaling = Scaling(); ///< from the PLC's number to the host's unit; see scaled_value.h
+    QString unit = QString();    ///< that unit as people read it, such as "l"; may be empty
+    Limits limits = Limits();    ///< in that unit. The line polls and writes whatever they say:
+                                 ///< they are for limitOf() and parseTagText()
 
     bool bitRegister() const { return isBitRegister(reg); }
     /// Words, or bits in a bit register.
@@ -92,6 +95,38 @@ private:
     friend class TagBoard;
     Items m_items;
 };
+
+/// Where a value of the tag lies, as limitOf() in scaled_value.h.
+VELKOR_HOST_EXPORT Limit limitOf(const Tag& tag, const Items& items);
+
+/// "low" or "high" when the value is Fresh and lies outside the tag's limits; else empty.
+VELKOR_HOST_EXPORT QString limitMark(const Tag& tag, const TagStatus& status);
+
+/// "0 to 200 l", "at least 0 l"; empty when the tag has no limits.
+VELKOR_HOST_EXPORT QString limitsText(const Tag& tag);
+
+/// "46.371 l": scaled, with the tag's decimals and its unit. A unit that begins with a digit is a
+/// factor: "241 × 0.1 l", without `unicode` "241 x 0.1 l". `mostDigits` of a float that is not
+/// scaled, 6 to 9.
+VELKOR_HOST_EXPORT QString valueText(const Tag& tag, const Items& items, bool unicode = true,
+                                     int mostDigits = 9);
+
+/// What a host may show for the tag now: "70.6 l", "190.0 l (high)", "not read", "stale: 70.6 l",
+/// "refused". Never a value that was not read, never an old one without saying so; why it is not
+/// fresh stands in `status.reason`.
+VELKOR_HOST_EXPORT QString tagText(const Tag& tag, const TagStatus& status);
+
+/// The items that stand for what a person has typed, for Line::write(): the values in the tag's
+/// unit, separated by blanks, as many as the tag has or fewer, from its first; for a string the
+/// whole text. The result is empty, or says what would be right; then `*items` is unchanged. A
+/// value outside the tag's limits is refused unless `force` is set; `howToForce`, if not empty,
+/// says in the text what the person does then: "--force".
+VELKOR_HOST_EXPORT QString parseTagText(const Tag& tag, const QString& text, Items* items,
+                                        bool force = false, const QString& howToForce = QString());
+/// The same of values that stand apart: one text for each.
+VELKOR_HOST_EXPORT QString parseTagValues(const Tag& tag, const QStringList& texts, Items* items,
+                                          bool force = false,
+                                          const QString& howToForce = QString());
 
 } // namespace velkor_host
 
