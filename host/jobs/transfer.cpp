@@ -39,11 +39,13 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
         both.strange += first.strange;
         both.unreached += first.unreached;
         both.unsent += first.unsent;
+        both.modeChangeUnsent += first.modeChangeUnsent;
         both.refusedPort += first.refusedPort;
         both.wrongLength += first.wrongLength;
         both.answeredAt =
             second.answeredAt >= 0 ? first.waited + second.answeredAt : first.answeredAt;
         both.waited += first.waited;
+        both.answeredBefore = first.answeredBefore;
         both.roundTrip = first.roundTrip;
         if (second.sendError == 0) {
             both.sendError = first.sendError;

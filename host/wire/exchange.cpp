@@ -1,6 +1,7 @@
 #include "host/wire/exchange.h"
 
 #include "host/wire/fins_decode.h"
+#include "host/wire/request_facts.h"
 
 #include <velkor/host/end_codes.h>
 
@@ -48,6 +49,7 @@ void Exchange::beginRequest() {
     m_request.length = m_frame.var.len;
     m_request.tag = m_frame.var.type;
     m_request.write = m_frame.dataLen == 0;
+    m_request.answeredBefore = m_answeredAt < 0 ? -1 : m_begun - m_answeredAt;
 }
 
 void Exchange::sendFrame() {
@@ -65,6 +67,7 @@ void Exchange::sendFrame() {
     m_portRefused = false; // what the link has told of meanwhile is the refusal of an earlier frame
     if (m_sendError != 0) {
         m_request.sendError = m_sendError;
+        m_request.modeChangeUnsent += isModeChange(m_frame) ? 1 : 0;
         m_observer.frameNotSent(m_bytes, m_request.tries, m_sendError);
         return;
     }
@@ -100,6 +103,9 @@ void Exchange::receive(const QByteArray& datagram) {
     }
     const FinsFrame reply = decodeFins(datagram);
     m_request.answeredAt = receivedAt - m_begun;
+    if (!isErrorOnTheWay(reply.endCode)) {
+        m_answeredAt = receivedAt;
+    }
     m_request.replyNode[0] = reply.sna;
     m_request.replyNode[1] = reply.sa1;
     m_request.replyNode[2] = reply.sa2;

@@ -161,6 +161,7 @@ private:
     std::deque<qint64> m_unaccounted;
     Settled m_request;
     qint64 m_begun = 0;
+    qint64 m_answeredAt = -1; ///< the PLC's last answer; -1: none so far
     qint64 m_sentAt = 0;
     qint64 m_deadline = 0;
 };

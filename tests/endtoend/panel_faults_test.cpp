@@ -105,7 +105,7 @@ TEST_F(PanelFaults, silentPlc_failsAndSaysWhatToCheck) {
     for (const QString& part :
          {QString("reading DM 100 (3 words) failed"), plcAddress(),
           QString("in 2 tries of 100 ms each"), QString("1. a wrong address or port"),
-          QString("2. wrong node numbers: the PLC is asked as node 1, this panel is node 1")}) {
+          QString("2. wrong node numbers: the PLC is asked as node 1, this host is node 1 too")}) {
         EXPECT_TRUE(ended.err.contains(part)) << plain(part) << " in " << plain(ended.err);
     }
 }

@@ -1,49 +1,10 @@
-#include <velkor/host/line.h>
+// What a person at the panel is advised to check.
 
-#include "panel/text.h"
+#include "host/request_ends.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-
-using namespace velkor_host;
+using namespace request_ends;
 
 namespace {
-
-LineSettings settings() {
-    LineSettings result;
-    result.plc = {QHostAddress("192.168.250.1"), 9600};
-    result.retries = 3;
-    result.timeoutMs = 500;
-    return result;
-}
-
-const QVector<int> NODES{0, 1, 0, 0, 10, 0};
-
-RequestEnd failedRead() {
-    RequestEnd settled;
-    settled.reg = "DM";
-    settled.address = 100;
-    settled.length = 2;
-    settled.tries = 3;
-    settled.silent = 3;
-    settled.waited = 1500000;
-    return settled;
-}
-
-RequestEnd refusedRead(int endCode) {
-    RequestEnd settled = failedRead();
-    settled.silent = 0;
-    settled.endCode = endCode;
-    settled.refused = true;
-    return settled;
-}
-
-RequestEnd refusedWrite(int endCode) {
-    RequestEnd settled = refusedRead(endCode);
-    settled.write = true;
-    return settled;
-}
 
 TEST(FailureText, silence_namesRequestTriesAndWait) {
     const QString text = failureText(failedRead(), settings(), NODES);
@@ -56,39 +17,8 @@ TEST(LikelyCauses, silence_startsWithTheAddressAndThenTheNodes) {
     const QStringList causes = likelyCauses(failedRead(), settings(), NODES);
     ASSERT_GE(causes.size(), 4);
     EXPECT_TRUE(causes.at(0).contains("wrong address or port"));
-    EXPECT_TRUE(causes.at(1).contains("asked as node 1, this panel is node 10"));
+    EXPECT_TRUE(causes.at(1).contains("asked as node 1, this host is node 10"));
     EXPECT_TRUE(causes.at(3).contains("firewall"));
-}
-
-TEST(ShortReason, keyWords_standFirst) {
-    EXPECT_EQ(plain(shortReason(failedRead(), settings())),
-              "no answer: 3 tries of 500 ms to 192.168.250.1:9600");
-    RequestEnd closed = failedRead();
-    closed.refusedPort = 3;
-    closed.unreached = 3;
-    EXPECT_EQ(plain(shortReason(closed, settings())),
-              "port unreachable: nothing listens on 192.168.250.1:9600");
-    EXPECT_EQ(plain(shortReason(refusedRead(0x2101), settings())),
-              "refused: end code 2101 read-only when reading DM 100 (2 words)");
-    RequestEnd cut = failedRead();
-    cut.silent = 0;
-    cut.wrongLength = 3;
-    EXPECT_EQ(plain(shortReason(cut, settings())),
-              "wrong length: replies of 192.168.250.1:9600 to DM 100 (2 words)");
-}
-
-RequestEnd unsentRead(int sendError) {
-    RequestEnd end = failedRead();
-    end.unsent = 3;
-    end.sendError = sendError;
-    return end;
-}
-
-TEST(FailureReason, nothingCouldBeSent_isNoSilence) {
-    EXPECT_EQ(plain(failureReason(unsentRead(ENETUNREACH), settings())),
-              "cannot send: Network is unreachable (3 tries to 192.168.250.1:9600 in 1.50 s)");
-    EXPECT_EQ(plain(shortReason(unsentRead(ENETUNREACH), settings())),
-              "cannot send: Network is unreachable, to 192.168.250.1:9600");
 }
 
 TEST(LikelyCauses, nothingCouldBeSent_startsWithThisComputersNetwork) {
@@ -113,36 +43,6 @@ TEST(LikelyCauses, frameTooLong_isShorterFrames) {
         << plain(causes.first());
 }
 
-TEST(FailureReason, someTriesCouldNotBeSent_areCounted) {
-    RequestEnd end = unsentRead(ENETUNREACH);
-    end.unsent = 2;
-    EXPECT_EQ(plain(failureReason(end, settings())),
-              "no usable answer from 192.168.250.1:9600 in 3 tries of 500 ms each (1.50 s); 2 of 3 "
-              "tries never left this computer: cannot send: Network is unreachable");
-    EXPECT_TRUE(likelyCauses(end, settings(), NODES).first().startsWith("this computer's network"));
-}
-
-TEST(FailureReason, modeChangeThatCouldNotBeSent_isSaid) {
-    RequestEnd end = refusedWrite(0x2203);
-    end.sendError = ENETUNREACH;
-    EXPECT_EQ(
-        plain(failureReason(end, settings())),
-        "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode; the change to "
-        "MONITOR mode: cannot send: Network is unreachable (3 tries)");
-}
-
-TEST(SurelyNotExecuted, everyTryUnsentRefusedOrUnreached_holds) {
-    RequestEnd end = unsentRead(ENETUNREACH);
-    EXPECT_TRUE(end.surelyNotExecuted());
-    end.unsent = 1;
-    EXPECT_FALSE(end.surelyNotExecuted());
-    end.unreached = 1;
-    end.refusals = 1;
-    EXPECT_TRUE(end.surelyNotExecuted());
-    end.doubtful = 1;
-    EXPECT_FALSE(end.surelyNotExecuted());
-}
-
 TEST(LikelyCauses, silenceBehindAnAnswer_startsWithTheAnswer) {
     RequestEnd end = failedRead();
     end.refusals = 1;
@@ -150,49 +50,14 @@ TEST(LikelyCauses, silenceBehindAnAnswer_startsWithTheAnswer) {
     end.endCode = 0x1103;
     end.answeredAt = 10000;
     const QStringList causes = likelyCauses(end, settings(), NODES);
-    EXPECT_TRUE(causes.first().startsWith("the PLC has stopped answering: its last answer came "
-                                          "1.49 s before the end, so address and port are right"))
+    EXPECT_TRUE(causes.first().startsWith(
+        "the PLC has stopped answering: its last answer came "
+        "1.49 s before the end, so address, port and node numbers are right"))
         << plain(causes.first());
     for (const QString& cause : causes) {
         EXPECT_FALSE(cause.startsWith("a wrong address")) << plain(cause);
         EXPECT_FALSE(cause.startsWith("wrong node numbers")) << plain(cause);
     }
-}
-
-TEST(FailureReason, portUnreachable_isSaid) {
-    RequestEnd settled = failedRead();
-    settled.refusedPort = 3;
-    settled.unreached = 3;
-    EXPECT_TRUE(failureReason(settled, settings())
-                    .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
-}
-
-TEST(FailureReason, portUnreachableAtEachTryButOfAnEarlierFramePerhaps_isSaid) {
-    RequestEnd settled = failedRead();
-    settled.refusedPort = 3;
-    settled.unreached = 0;
-    EXPECT_TRUE(failureReason(settled, settings()).contains("nothing listens on UDP port 9600"));
-    EXPECT_TRUE(shortReason(settled, settings()).startsWith("port unreachable"));
-}
-
-TEST(FailureReason, portUnreachableInSomeTries_isNoHeadline) {
-    RequestEnd settled = failedRead();
-    settled.refusedPort = 2;
-    settled.unreached = 2;
-    EXPECT_EQ(plain(failureReason(settled, settings())),
-              "no usable answer from 192.168.250.1:9600 in 3 tries of 500 ms each (1.50 s); 2 of 3 "
-              "tries met a closed port");
-    EXPECT_EQ(plain(shortReason(settled, settings())),
-              "no answer: 3 tries of 500 ms to 192.168.250.1:9600; 2 of 3 tries met a closed port");
-    EXPECT_TRUE(likelyCauses(settled, settings(), NODES).size() > 2);
-    settled.unreached = 0;
-    EXPECT_TRUE(failureReason(settled, settings())
-                    .endsWith("; \"port unreachable\" came, perhaps to an earlier frame"));
-}
-
-TEST(FailureReason, refusal_isToldInWords) {
-    EXPECT_EQ(plain(failureReason(refusedRead(0x1103), settings())),
-              "the PLC refused: end code 1103 address out of range (3 tries)");
 }
 
 TEST(LikelyCauses, addressRefused_startsWithThePlcsRange) {
@@ -258,89 +123,6 @@ TEST(LikelyCauses, modeRefusedAndModeChangeForbidden_namesTheSettingAndItsPrice)
     }
 }
 
-TEST(ShortReason, nothingHasComeYet_saysThatItWaits) {
-    RequestEnd waiting;
-    waiting.reg = "DM";
-    waiting.length = 1;
-    waiting.tries = 1;
-    waiting.waited = 1200000;
-    EXPECT_EQ(plain(shortReason(waiting, settings())),
-              "no answer: still waiting in the first try of 500 ms to 192.168.250.1:9600");
-}
-
-TEST(FailureReason, refusalAfterModeChange_tellsBoth) {
-    RequestEnd settled = refusedRead(0x2206);
-    settled.modeChange = true;
-    settled.modeChangeEnd = 0;
-    settled.refusedAfterModeChange = true;
-    EXPECT_TRUE(failureReason(settled, settings()).contains("also after the change to MONITOR"));
-    settled.refusedAfterModeChange = false;
-    EXPECT_EQ(
-        plain(failureReason(settled, settings())),
-        "the PLC refused: end code 2206 wrong mode: the PLC is in RUN mode, before the change "
-        "to MONITOR mode (3 tries)");
-}
-
-TEST(FailureReason, modeChangeThatWasNotAnswered_isNoChange) {
-    RequestEnd settled = refusedRead(0x2203);
-    settled.tries = 1;
-    settled.modeChange = true;
-    EXPECT_EQ(
-        plain(failureReason(settled, settings())),
-        "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode; the change to "
-        "MONITOR mode was not answered, so it may be in that mode (1 try)");
-}
-
-TEST(FailureReason, silenceSinceTheModeChange_isNoRefusal) {
-    RequestEnd settled = failedRead();
-    settled.tries = 4;
-    settled.refusals = 1;
-    settled.endCode = 0x2203;
-    settled.modeChange = true;
-    settled.modeChangeEnd = 0;
-    settled.refusalBeforeModeChange = 0x2203;
-    EXPECT_EQ(
-        plain(failureReason(settled, settings())),
-        "no usable answer from 192.168.250.1:9600 in 3 of 4 tries of 500 ms each (1.50 s); the "
-        "PLC had refused 1 try before the change to MONITOR mode: end code 2203 wrong mode: "
-        "the PLC is in PROGRAM mode");
-    EXPECT_TRUE(shortReason(settled, settings()).startsWith("no answer: "));
-}
-
-TEST(FailureReason, refusedModeChange_isWhatDecides) {
-    RequestEnd settled = refusedRead(0x2206);
-    settled.modeChange = true;
-    settled.modeChangeEnd = 0x2002;
-    const QString reason = failureReason(settled, settings());
-    EXPECT_TRUE(reason.contains("2002 protected, to the change to MONITOR mode")) << plain(reason);
-}
-
-TEST(FailureReason, repliesOfAWrongLength_areNoSilence) {
-    RequestEnd settled = failedRead();
-    settled.silent = 0;
-    settled.endCode = 0;
-    settled.wrongLength = 3;
-    EXPECT_TRUE(failureReason(settled, settings()).contains("wrong length"));
-}
-
-TEST(FailureReason, lastTryUnansweredAfterRefusals_tellsTheRefusals) {
-    RequestEnd end = failedRead();
-    end.refusals = 2;
-    end.silent = 1;
-    end.endCode = 0x1103;
-    EXPECT_TRUE(
-        failureReason(end, settings())
-            .endsWith("; the PLC had refused 2 tries before that: end code 1103 address out "
-                      "of range"));
-}
-
-TEST(FailureReason, datagramsThatWereNoReply_areCounted) {
-    RequestEnd end = failedRead();
-    end.strange = 3;
-    EXPECT_TRUE(failureReason(end, settings())
-                    .endsWith("(1.50 s); 3 datagrams came that were no reply to it"));
-}
-
 TEST(FailureText, nothingHasFailed_isEmpty) {
     RequestEnd good = failedRead();
     good.ok = true;
@@ -390,17 +172,137 @@ TEST(FailureText, closedAfterTriesWithoutAnswer_namesTheCauses) {
 }
 
 TEST(FailureText, closedBehindARefusal_tellsTheRefusal) {
-    RequestEnd closed = refusedRead(0x1103);
+    RequestEnd closed = refusedRead(0x1103); // between two requests: nothing was in flight
     closed.closed = true;
-    EXPECT_TRUE(failureText(closed, settings(), NODES).contains("end code 1103"));
+    EXPECT_TRUE(failureText(closed, settings(), NODES).contains("the PLC refused: end code 1103"));
 }
 
-TEST(RequestText, oneBit_isAddressedByWordAndBit) {
-    RequestEnd settled;
-    settled.reg = "CIO_bit";
-    settled.address = 53; // 3 * 16 + 5
-    settled.length = 1;
-    EXPECT_EQ(plain(requestText(settled)), "CIO_bit 3.5 (1 bit)");
+TEST(LikelyCauses, plcThatHasAnsweredBefore_isNotAskedForByAnotherAddressOrNode) {
+    RequestEnd silent = failedRead();
+    silent.answeredBefore = 500000;
+    RequestEnd unsent = unsentRead(ENETUNREACH);
+    unsent.answeredBefore = 500000;
+    RequestEnd barred = unsentRead(EPERM);
+    barred.answeredBefore = 500000;
+    RequestEnd closed = failedRead();
+    closed.unreached = 3;
+    closed.refusedPort = 3;
+    closed.answeredBefore = 500000;
+    RequestEnd lost = refusedRead(0x0205);
+    lost.answeredBefore = 500000;
+    RequestEnd strange = silent;
+    strange.strange = 2;
+    RequestEnd cut = silent;
+    cut.silent = 0;
+    cut.wrongLength = 3;
+    for (const RequestEnd& end : {silent, unsent, barred, closed, lost, strange, cut}) {
+        const QStringList causes = likelyCauses(end, settings(), NODES);
+        EXPECT_FALSE(causes.isEmpty());
+        for (const QString& cause : causes) {
+            EXPECT_FALSE(cause.contains("wrong address")) << plain(cause);
+            EXPECT_FALSE(cause.contains("wrong node numbers")) << plain(cause);
+        }
+    }
+    EXPECT_TRUE(likelyCauses(silent, settings(), NODES)
+                    .first()
+                    .startsWith("the PLC has stopped answering: its last answer came 2.00 s before "
+                                "the end, so "));
+}
+
+/// What a relay says for want of an answer is none of the PLC's.
+TEST(LikelyCauses, silenceBehindAnErrorOnTheWay_stillDoubtsTheNodes) {
+    RequestEnd end = failedRead();
+    end.refusals = 1;
+    end.silent = 2;
+    end.endCode = 0x0205;
+    end.answeredAt = 10000;
+    EXPECT_TRUE(likelyCauses(end, settings(), NODES).at(1).startsWith("wrong node numbers"));
+}
+
+TEST(LikelyCauses, whoAnswersSomethingElse_hasPowerAndNoFirewallBeforeIt) {
+    RequestEnd cut = failedRead();
+    cut.silent = 1;
+    cut.wrongLength = 2;
+    RequestEnd strange = failedRead();
+    strange.strange = 3;
+    for (const RequestEnd& end : {cut, strange}) {
+        for (const QString& cause : likelyCauses(end, settings(), NODES)) {
+            EXPECT_FALSE(cause.contains("power")) << plain(cause);
+            EXPECT_FALSE(cause.contains("firewall")) << plain(cause);
+            EXPECT_FALSE(cause.contains("switched off")) << plain(cause);
+        }
+    }
+    EXPECT_TRUE(likelyCauses(cut, settings(), NODES)
+                    .first()
+                    .contains("fewer words a frame (LineSettings::wordsPerFrame, now 256)"));
+    const QStringList causes = likelyCauses(strange, settings(), NODES);
+    EXPECT_EQ(plain(causes.at(0)), "replies that come too late: a slow link: a longer "
+                                   "LineSettings::timeoutMs (now 500 ms)");
+    EXPECT_TRUE(causes.at(1).contains("as the same node")) << plain(causes.at(1));
+}
+
+TEST(LikelyCauses, nodeNumbers_areNamedWithTheirNetworks) {
+    EXPECT_TRUE(likelyCauses(failedRead(), settings(), {2, 1, 0, 3, 10, 0})
+                    .at(1)
+                    .contains("the PLC is asked as node 1 of network 2, this host is node 10 of "
+                              "network 3; "));
+}
+
+TEST(LikelyCauses, oneNodeNumberForBoth_isSaid) {
+    EXPECT_TRUE(likelyCauses(failedRead(), settings(), {0, 10, 0, 0, 10, 0})
+                    .at(1)
+                    .contains("this host is node 10 too, and each needs a number of its own"));
+}
+
+/// The device that says so was found, and node numbers led to it.
+TEST(LikelyCauses, plcOrUnitInTrouble_doubtsNoNodes) {
+    for (const int endCode : {0x0001, 0x0202, 0x0204, 0x0301, 0x0302, 0x0304}) {
+        for (const QString& cause : likelyCauses(refusedRead(endCode), settings(), NODES)) {
+            EXPECT_FALSE(cause.contains("wrong node")) << endCode << plain(cause);
+            EXPECT_FALSE(cause.contains("wrong address")) << endCode << plain(cause);
+        }
+    }
+    EXPECT_TRUE(likelyCauses(refusedRead(0x0204), settings(), NODES).first().contains("busy"));
+    EXPECT_TRUE(likelyCauses(refusedRead(0x0304), settings(), {0, 1, 16, 0, 10, 0})
+                    .first()
+                    .contains("unit 16 is asked"));
+}
+
+TEST(LikelyCauses, writeToWordsThatOnlyThePlcWrites_saysSo) {
+    const auto causesOf = [](const char* reg, int address) {
+        RequestEnd end = refusedWrite(0x2101);
+        end.reg = reg;
+        end.address = address;
+        return likelyCauses(end, settings(), NODES);
+    };
+    const std::string readOnly =
+        "AR 0 to 447 are read-only: the PLC alone writes them, and a host may write from AR 448 on";
+    for (const QStringList& causes :
+         {causesOf("AR", 0), causesOf("AR", 447), causesOf("AR_bit", 447 * 16 + 15)}) {
+        ASSERT_EQ(causes.size(), 1);
+        EXPECT_EQ(plain(causes.first()), readOnly);
+    }
+    for (const QStringList& causes :
+         {causesOf("AR", 448), causesOf("AR_bit", 448 * 16), causesOf("DM", 5)}) {
+        EXPECT_TRUE(causes.first().startsWith("the memory is protected")) << plain(causes.first());
+    }
+}
+
+TEST(LikelyCauses, modeChangeThatCouldNotBeSent_beginsWithThisComputer) {
+    RequestEnd end = refusedWrite(0x2203);
+    end.sendError = ENETUNREACH;
+    end.modeChangeUnsent = 1;
+    const QStringList causes = likelyCauses(end, settings(), NODES);
+    EXPECT_TRUE(causes.first().startsWith("this computer's network")) << plain(causes.first());
+    EXPECT_FALSE(causes.filter("operating mode").isEmpty());
+    EXPECT_TRUE(causes.filter("wrong address").isEmpty());
+}
+
+/// The layer has many hosts, and does not know which of them is a panel.
+TEST(FailureText, ofAnyHost_speaksOfNoPanel) {
+    for (const RequestEnd& end : {failedRead(), refusedRead(0x0205), unsentRead(ENETUNREACH)}) {
+        EXPECT_FALSE(failureText(end, settings(), NODES).contains("panel"));
+    }
 }
 
 } // namespace

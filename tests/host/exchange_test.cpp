@@ -254,4 +254,38 @@ TEST_F(HostExchange, requestInTrouble_overdueTry_isKnownAfterItsPatience) {
     EXPECT_EQ(m_exchange->requestInTrouble(1000)->waited, 1001);
 }
 
+TEST_F(HostExchange, answeredBefore_isTheTimeSinceThePlcsLastAnswer) {
+    write(100, 1);
+    m_exchange->start();
+    m_clock.time += 10;
+    answer(0);
+    m_clock.time += 2000;
+    write(100, 2);
+    m_exchange->start();
+    m_clock.time += 30;
+    answer(0x1103); // a refusal of the PLC's own is an answer as well
+    m_clock.time += 500;
+    write(100, 3);
+    m_exchange->start();
+    answer(0);
+    ASSERT_EQ(m_record.settled.size(), 3U);
+    EXPECT_EQ(m_record.settled.at(0).answeredBefore, -1);
+    EXPECT_EQ(m_record.settled.at(1).answeredBefore, 2000);
+    EXPECT_LE(m_record.settled.at(2).answeredBefore, 500 + 3 * TIMEOUT);
+    EXPECT_GE(m_record.settled.at(2).answeredBefore, 500);
+}
+
+TEST_F(HostExchange, answeredBefore_silenceAndErrorsOnTheWay_areNoAnswersOfThePlc) {
+    poll("DM", 100, 1);
+    m_exchange->start();
+    answer(0x0205);
+    while (m_record.settled.empty()) {
+        passDeadline();
+    }
+    m_exchange->start();
+    answer(0, "0001");
+    ASSERT_EQ(m_record.settled.size(), 2U);
+    EXPECT_EQ(m_record.settled.at(1).answeredBefore, -1);
+}
+
 } // namespace

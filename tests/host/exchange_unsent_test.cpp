@@ -117,6 +117,18 @@ TEST_F(ExchangeUnsent, portUnreachableForTheNextRequest_isThatOnes) {
     EXPECT_EQ(m_record.settled.back().unreached, RETRIES);
 }
 
+TEST_F(ExchangeUnsent, tryOfAWrite_isNoModeChange) {
+    unplug();
+    write(100, 7);
+    ASSERT_TRUE(m_exchange->start());
+    plugIn();
+    passDeadline();
+    answer(0x1103);
+    ASSERT_EQ(m_record.settled.size(), 1U);
+    EXPECT_EQ(m_record.settled.front().unsent, 1);
+    EXPECT_EQ(m_record.settled.front().modeChangeUnsent, 0);
+}
+
 TEST_F(ExchangeUnsent, modeChange_wasNotAskedFor) {
     write(100, 7);
     ASSERT_TRUE(m_exchange->start());
@@ -129,6 +141,7 @@ TEST_F(ExchangeUnsent, modeChange_wasNotAskedFor) {
     EXPECT_FALSE(end.modeChange);
     EXPECT_EQ(end.sendError, ENETUNREACH);
     EXPECT_EQ(end.unsent, 0);
+    EXPECT_GE(end.modeChangeUnsent, 1);
     EXPECT_TRUE(end.refused);
     EXPECT_TRUE(end.surelyNotExecuted());
 }

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
+
 using namespace velkor_host;
 
 namespace {
@@ -185,6 +187,19 @@ TEST(WriteTransfer, modeChangeRefused_isTriedAgainWithTheWriteAndNotForEver) {
     EXPECT_EQ(handedOver, 3); // its tries
     EXPECT_EQ(write.outcome().result, WriteResult::Refused);
     EXPECT_FALSE(write.outcome().modeSwitched);
+}
+
+TEST(WriteTransfer, modeChangesThatCouldNotBeSent_areCountedTogether) {
+    RequestEnd end = refusedOnce(0x2203);
+    end.modeChangeUnsent = 2;
+    end.sendError = ENETUNREACH;
+    end.answeredBefore = 700;
+    WriteTransfer write = writeOf(3);
+    EXPECT_EQ(write.pieceEnded(end), NextStep::Piece);
+    end.answeredBefore = 5; // by the refusal of the first
+    write.pieceEnded(end);
+    EXPECT_EQ(write.outcome().last.modeChangeUnsent, 4);
+    EXPECT_EQ(write.outcome().last.answeredBefore, 700);
 }
 
 TEST(WriteTransfer, modeChangeThatWorksTheSecondTime_isWritten) {

@@ -40,6 +40,7 @@ struct RequestEnd {
     int endCode = -1;     ///< of the last reply, MRES * 256 + SRES, flags included; -1: none
     bool refused = false; ///< the last reply carried an error
     bool modeChange = false;             ///< the driver asked the PLC to change to MONITOR mode
+    int modeChangeUnsent = 0;            ///< times that this computer could not send that
     int modeChangeEnd = -1;              ///< end code of that; -1: no answer
     int refusalBeforeModeChange = -1;    ///< end code that led to it
     bool refusedAfterModeChange = false; ///< the PLC has changed its mode, and refused all the same
@@ -48,6 +49,9 @@ struct RequestEnd {
     qint64 waited = 0;      ///< microseconds from the first frame to the end
     qint64 roundTrip = -1;  ///< microseconds to the reply to the first try; -1: it had none
     qint64 answeredAt = -1; ///< microseconds from the first frame to the last reply; -1: none came
+    /// Microseconds from the PLC's last answer to an earlier request of this line to the first
+    /// frame of this one; -1: none came since Line::open().
+    qint64 answeredBefore = -1;
     int replyNode[3] = {-1, -1, -1}; ///< network, node and unit that answered; -1: none did
 
     /// Every try, if there was one, could not be sent, met a closed port, or was answered by an
