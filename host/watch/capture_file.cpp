@@ -39,7 +39,10 @@ private:
 };
 
 QString CaptureFile::File::open(const QString& path) {
+    m_dumper.reset();
     m_path = path;
+    m_written = 0;
+    m_fault.clear();
     m_handle.reset(pcap_open_dead(DLT_RAW, 65535));
     m_dumper.reset(pcap_dump_open(m_handle.get(), QFile::encodeName(path).constData()));
     if (!m_dumper) {
@@ -120,11 +123,10 @@ private:
     timeval m_leaving = {};
 };
 
-CaptureFile::CaptureFile() = default;
+CaptureFile::CaptureFile() : m_file(std::make_unique<File>()) {}
 CaptureFile::~CaptureFile() = default;
 
 QString CaptureFile::open(const QString& path) {
-    m_file = std::make_unique<File>();
     return m_file->open(path);
 }
 
@@ -133,7 +135,7 @@ std::unique_ptr<FrameWitness> CaptureFile::witness(const Endpoint& local, const 
 }
 
 QString CaptureFile::fault() const {
-    return m_file ? m_file->fault() : QString();
+    return m_file->fault();
 }
 
 } // namespace velkor_host

@@ -91,9 +91,8 @@ public:
     /// Begins the file anew. The result is empty or says why it cannot be written.
     QString open(const QString& path);
 
-    /// For one line, between these two addresses (see Line::localEndpoint()). To be called after
-    /// open(), whatever that said; the host owns the witness, which must go before the next open()
-    /// and before this.
+    /// For one line, between these two addresses (see Line::localEndpoint()); the host owns it. It
+    /// writes to the file that open() has begun last, and nothing while there is none.
     std::unique_ptr<FrameWitness> witness(const Endpoint& local, const Endpoint& plc);
 
     /// Empty while every packet has been written; else why one could not, and the file ends before
