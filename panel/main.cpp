@@ -10,13 +10,6 @@
 
 namespace {
 
-/// The driver's debug lines are for its developers; warnings go where they always go.
-void handleMessage(QtMsgType type, const QMessageLogContext& /*context*/, const QString& text) {
-    if (type != QtDebugMsg && type != QtInfoMsg) {
-        std::fprintf(stderr, "%s\n", qPrintable(text));
-    }
-}
-
 int runCommand(const panel::Context& context) {
     struct Command {
         const char* name;
@@ -67,7 +60,6 @@ int run(QTextStream& out, QTextStream& err) {
 int main(int argc, char** argv) {
     panel::holdEndSignals();
     panel::prepareStandardOutput();
-    qInstallMessageHandler(handleMessage);
     const QCoreApplication application(argc, argv);
     QTextStream out(stdout);
     QTextStream err(stderr);

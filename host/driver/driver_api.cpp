@@ -5,10 +5,10 @@
 namespace velkor_host {
 namespace {
 
-template <typename Function>
-void resolve(QLibrary* library, const char* name, Function* function, QString* missing) {
-    *function = reinterpret_cast<Function>(library->resolve(name));
-    if (*function == nullptr && missing->isEmpty()) {
+template <typename Call>
+void resolve(QLibrary* library, const char* name, Call* call, QString* missing) {
+    *call = Call(reinterpret_cast<typename Call::Pointer>(library->resolve(name)));
+    if (call->pointer() == nullptr && missing->isEmpty()) {
         *missing = QString::fromLatin1(name);
     }
 }

@@ -51,7 +51,7 @@ LineSettings storySettings(int retries) {
 }
 
 // The driver's functions have no argument of the test's own; there is one story at a time.
-decltype(&intf_initProperty) driversInit = nullptr;
+decltype(DriverApi::initProperty) driversInit;
 const unsigned char* lentHostBlock = nullptr;
 
 int notingInit(unsigned char* hostBlock, unsigned char* statusBlock, unsigned short* recipeBuffer,

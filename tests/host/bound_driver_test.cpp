@@ -10,8 +10,6 @@ using namespace velkor_host;
 
 namespace {
 
-void ignoreDebugLine(QtMsgType, const QMessageLogContext&, const QString&) {}
-
 class Listener : public ChangeListener {
 public:
     void valueChanged(const QString& /*reg*/, int address) override { heard.push_back(address); }
@@ -21,11 +19,9 @@ public:
 class HostBoundDriver : public testing::Test {
 protected:
     void SetUp() override {
-        qInstallMessageHandler(ignoreDebugLine);
         ASSERT_TRUE(m_copy.load(QStringLiteral(VELKOR_LIBRARY)).isEmpty());
         m_driver = std::make_unique<BoundDriver>(m_copy.api(), &m_listener);
     }
-    void TearDown() override { qInstallMessageHandler(nullptr); }
     void bind(int skipped, int wordsPerFrame = 64) {
         BoundDriver::Settings settings;
         settings.wordsPerFrame = wordsPerFrame;

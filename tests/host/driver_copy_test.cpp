@@ -78,8 +78,8 @@ TEST(DriverCopy, two_shareNothing) {
     DriverCopy other;
     ASSERT_TRUE(one.load(library()).isEmpty());
     ASSERT_TRUE(other.load(library()).isEmpty());
-    EXPECT_NE(reinterpret_cast<void*>(one.api().getSendFrame),
-              reinterpret_cast<void*>(other.api().getSendFrame));
+    EXPECT_NE(reinterpret_cast<void*>(one.api().getSendFrame.pointer()),
+              reinterpret_cast<void*>(other.api().getSendFrame.pointer()));
 }
 
 TEST(DriverCopy, loadedAndUnloadedAThousandTimes_leavesNothing) {
@@ -126,7 +126,7 @@ TEST(DriverCopy, whatIsNoDriver_isNamedAndNothingIsLoaded) {
         const std::string fault = copy.load(file).toStdString();
         EXPECT_EQ(fault.find("cannot load the driver: "), 0U) << fault;
         EXPECT_FALSE(copy.isLoaded());
-        EXPECT_EQ(copy.api().getSendFrame, nullptr);
+        EXPECT_EQ(copy.api().getSendFrame.pointer(), nullptr);
     }
 }
 

@@ -72,9 +72,6 @@ public:
     void valueChanged(const QString& /*reg*/, int /*address*/) override {}
 };
 
-inline void ignoreDebugLine(QtMsgType /*type*/, const QMessageLogContext& /*context*/,
-                            const QString& /*text*/) {}
-
 /// A reply to a frame: source and destination changed round, the end code, then data in hex.
 inline QByteArray replyTo(const QByteArray& frame, int endCode, const char* data = "") {
     QByteArray reply = QByteArray::fromHex("C00002");
@@ -93,7 +90,6 @@ inline QByteArray withSid(QByteArray bytes, int offset) {
 class HostExchange : public testing::Test {
 protected:
     void SetUp() override {
-        qInstallMessageHandler(ignoreDebugLine); // the driver's
         const QString fault = m_copy.load(QString::fromLatin1(VELKOR_LIBRARY));
         ASSERT_TRUE(fault.isEmpty()) << fault.toStdString();
         m_driver = std::make_unique<BoundDriver>(m_copy.api(), &m_deaf);
@@ -104,7 +100,6 @@ protected:
         m_driver->bind(settings);
         allowModeChange(true);
     }
-    void TearDown() override { qInstallMessageHandler(nullptr); }
 
     void allowModeChange(bool allowed) {
         m_exchange =

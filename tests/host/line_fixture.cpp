@@ -4,13 +4,6 @@
 
 using namespace velkor_host;
 
-namespace {
-
-/// The driver writes a debug line for every write and every block.
-void swallowDebugLines(QtMsgType, const QMessageLogContext&, const QString&) {}
-
-} // namespace
-
 LoopbackPlc::LoopbackPlc() {
     EXPECT_TRUE(m_socket.bind(QHostAddress(QHostAddress::LocalHost), 0));
     QObject::connect(&m_socket, &QUdpSocket::readyRead, &m_socket, [this] { readAll(); });
@@ -79,13 +72,9 @@ quint16 freePort() {
     return probe.localPort();
 }
 
-LineFixture::LineFixture() {
-    qInstallMessageHandler(&swallowDebugLines);
-}
+LineFixture::LineFixture() = default;
 
-LineFixture::~LineFixture() {
-    qInstallMessageHandler(nullptr);
-}
+LineFixture::~LineFixture() = default;
 
 LineSettings LineFixture::settings() const {
     LineSettings settings;

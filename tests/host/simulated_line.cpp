@@ -9,8 +9,6 @@ namespace {
 
 const int DATA_OFFSET = 18;
 
-void swallowDebugLine(QtMsgType, const QMessageLogContext&, const QString&) {}
-
 plc::Options nodeOne() {
     plc::Options options;
     options.node = 1;
@@ -112,7 +110,6 @@ void Machine::setDm(int address, int value) {
 
 SimulatedLine::SimulatedLine(const LineSettings& lineSettings, const Wrap& wrap)
     : settings(lineSettings) {
-    qInstallMessageHandler(&swallowDebugLine);
     const QString fault = driver.load(QStringLiteral(VELKOR_LIBRARY));
     if (!fault.isEmpty()) {
         qFatal("%s", fault.toUtf8().constData());
@@ -123,7 +120,6 @@ SimulatedLine::SimulatedLine(const LineSettings& lineSettings, const Wrap& wrap)
 
 SimulatedLine::~SimulatedLine() {
     core.reset();
-    qInstallMessageHandler(nullptr);
 }
 
 int SimulatedLine::send(const QByteArray& frame) {

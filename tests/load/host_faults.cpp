@@ -48,8 +48,6 @@ QTextStream& out() {
     return stream;
 }
 
-void swallowDebugLines(QtMsgType, const QMessageLogContext&, const QString&) {}
-
 class FaultRun {
 public:
     explicit FaultRun(const Settings& settings)
@@ -411,7 +409,6 @@ bool parse(const QCoreApplication& application, Settings* settings) {
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    qInstallMessageHandler(&swallowDebugLines);
     Settings settings;
     return parse(application, &settings) ? FaultRun(settings).run() : 2;
 }

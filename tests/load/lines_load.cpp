@@ -42,8 +42,6 @@ QTextStream& out() {
     return stream;
 }
 
-void swallowDebugLines(QtMsgType, const QMessageLogContext&, const QString&) {}
-
 Tag tag(const char* reg, int address, ValueType type, int count = 1) {
     Tag made;
     made.name = QStringLiteral("%1 %2").arg(QLatin1String(reg)).arg(address);
@@ -386,7 +384,6 @@ bool parse(const QCoreApplication& application, Settings* settings) {
 
 int main(int argc, char** argv) {
     const QCoreApplication application(argc, argv);
-    qInstallMessageHandler(&swallowDebugLines);
     Settings settings;
     if (!parse(application, &settings)) {
         return 2;
