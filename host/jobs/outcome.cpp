@@ -27,7 +27,29 @@ QString rangeText(const RecipeBlock& block) {
                                    .arg(block.address + block.length - 1);
 }
 
+/// " (speed, level and 3 more)": of the variables that have words in the block.
+QString namesText(const RecipeOutcome& outcome, const RecipeBlock& block) {
+    const int SHOWN = 5;
+    QStringList names;
+    for (const RecipeVariable& variable : outcome.variables) {
+        if (!variable.name.isEmpty() && variable.reg == block.reg &&
+            variable.address < block.address + block.length &&
+            block.address < variable.address + variable.count) {
+            names.append(variable.name);
+        }
+    }
+    const int more = static_cast<int>(names.size()) - SHOWN;
+    return names.isEmpty() ? QString()
+                           : QStringLiteral(" (%1%2)").arg(
+                                 QStringList(names.mid(0, SHOWN)).join(QStringLiteral(", ")),
+                                 more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString());
+}
+
 } // namespace
+
+RecipeVariable recipeVariable(const Tag& tag, const Items& words) {
+    return {tag.reg, tag.address, tag.itemCount(), words, tag.name};
+}
 
 QString writeResultName(WriteResult result) {
     switch (result) {
@@ -66,7 +88,7 @@ QString recipeResultName(RecipeResult result) {
 QString recipeBlocksText(const RecipeOutcome& outcome) {
     QStringList texts;
     for (const RecipeBlock& block : outcome.blocks) {
-        texts.append(rangeText(block) + QLatin1Char(' ') +
+        texts.append(rangeText(block) + namesText(outcome, block) + QLatin1Char(' ') +
                      stateText(block.state, outcome.direction));
     }
     return texts.join(QStringLiteral("; "));

@@ -15,6 +15,12 @@ WordRange wordsOf(const RecipeVariable& variable) {
     return {variable.reg, variable.address, variable.count};
 }
 
+/// "speed (DM 101)", "DM 101"
+QString variableText(const RecipeVariable& variable) {
+    const QString words = QStringLiteral("%1 %2").arg(variable.reg).arg(variable.address);
+    return variable.name.isEmpty() ? words : QStringLiteral("%1 (%2)").arg(variable.name, words);
+}
+
 WordRange wordsOf(const RecipeBlock& block) {
     return {block.reg, block.address, block.length};
 }
@@ -52,9 +58,8 @@ QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirect
     qint64 words = 0;
     for (const RecipeVariable& variable : variables) {
         if (direction == RecipeDirection::Download && variable.words.size() != variable.count) {
-            return QStringLiteral("%1 %2 has %3 words of values; right is its count, %4")
-                .arg(variable.reg)
-                .arg(variable.address)
+            return QStringLiteral("%1 has %2 words of values; right is its count, %3")
+                .arg(variableText(variable))
                 .arg(variable.words.size())
                 .arg(variable.count);
         }
@@ -70,9 +75,8 @@ QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirect
         const RecipeVariable& before = variables.at(order.at(index - 1));
         const RecipeVariable& next = variables.at(order.at(index));
         if (overlap(wordsOf(before), wordsOf(next))) {
-            return QStringLiteral("%1 %2 is in two variables of the recipe; right is in one")
-                .arg(next.reg)
-                .arg(next.address);
+            return QStringLiteral("%1 is in two variables of the recipe; right is in one")
+                .arg(variableText(next));
         }
     }
     return QString();
@@ -85,6 +89,7 @@ RecipeWork::RecipeWork(quint64 id, RecipeDirection direction,
       m_order(orderOf(variables, registers)), m_offsets(variables.size(), 0) {
     m_outcome.id = id;
     m_outcome.direction = direction;
+    m_outcome.readBack = readBack && direction == RecipeDirection::Download;
     m_outcome.variables = variables;
     for (const int index : m_order) {
         m_offsets[index] = m_words;
@@ -289,8 +294,8 @@ void RecipeWork::fetch(const std::vector<unsigned short>& buffer) {
                 variable.words.resize(variable.count);
                 variable.words[word] = found;
             } else if (found != variable.words.at(word)) {
-                m_outcome.differences.append(
-                    {variable.reg, variable.address + word, variable.words.at(word), found});
+                m_outcome.differences.append({variable.reg, variable.address + word,
+                                              variable.words.at(word), found, variable.name});
             }
         }
     }

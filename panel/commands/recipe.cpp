@@ -39,28 +39,9 @@ void takeOver(const RecipeOutcome& outcome, const Recipe& recipe,
     }
 }
 
-QString differencesText(const RecipeOutcome& outcome) {
-    const int SHOWN = 5;
-    QStringList texts;
-    for (const RecipeDifference& difference : outcome.differences.mid(0, SHOWN)) {
-        texts.append(QStringLiteral("%1 %2 holds %3 instead of %4")
-                         .arg(difference.reg)
-                         .arg(difference.address)
-                         .arg(difference.found)
-                         .arg(difference.wanted));
-    }
-    const int more = static_cast<int>(outcome.differences.size()) - SHOWN;
-    return texts.join(QStringLiteral(", ")) +
-           (more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString());
-}
-
 void tellFailure(const Context& context, const Line& line, const RecipeOutcome& outcome) {
     if (outcome.result == RecipeResult::Different) {
-        context.fail(
-            EXIT_WORK_FAILED,
-            QStringLiteral("downloaded, but the PLC does not hold what was written: %1; its "
-                           "program or another panel may write there too")
-                .arg(differencesText(outcome)));
+        context.fail(EXIT_WORK_FAILED, outcomeText(outcome, line.settings(), optionNames()));
         return;
     }
     context.fail(EXIT_WORK_FAILED,

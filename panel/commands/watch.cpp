@@ -126,8 +126,7 @@ private:
 
     void writeEnded(int line, const WriteOutcome& outcome) {
         const QString plc = m_tags.lines() > 1 ? m_tags.lineName(line) : QString();
-        const QString text =
-            writeSummary(outcome, m_tags.line(line).settings(), optionNames(), plc);
+        const QString text = outcomeText(outcome, m_tags.line(line).settings(), optionNames(), plc);
         if (outcome.result == WriteResult::Taken && !outcome.modeSwitched) {
             m_screen.note(text);
         } else {

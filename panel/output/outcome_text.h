@@ -1,7 +1,7 @@
 #ifndef VELKOR_PANEL_OUTPUT_OUTCOME_TEXT_H
 #define VELKOR_PANEL_OUTPUT_OUTCOME_TEXT_H
 
-/// What became of writes and recipes: what the PLC now holds when something did not end well.
+/// What became of writes and recipes, where the host layer's own texts are not what the panel says.
 
 #include "panel/output/output.h"
 
@@ -12,21 +12,9 @@
 namespace panel {
 using namespace velkor_host;
 
-/// Of a write: what was written, what perhaps, what was not. One line each; none where the failed
-/// request says it all.
-QStringList leftBehind(const WriteOutcome& outcome);
-
-/// Of a recipe download that did not end well. None when nothing of it can be in the PLC.
-QStringList leftBehind(const RecipeOutcome& outcome);
-
 /// Of a write or a download that a signal has ended: what the PLC may hold of it. One line each.
 QStringList interruptedText(const WriteOutcome& outcome);
 QStringList interruptedText(const RecipeOutcome& outcome);
-
-/// "written: DM 100 (2 words)", or what went wrong, on one line. With several PLCs `plc` names its
-/// own: "written: left/DM 100 (2 words)". `names` as in failureReason().
-QString writeSummary(const WriteOutcome& outcome, const LineSettings& settings,
-                     const SettingNames& names = SettingNames(), const QString& plc = QString());
 
 /// A write as a record for programs: the columns, and one for each outcome. `plc` says which PLC;
 /// `name` is the tag's, empty when the write named a register.

@@ -1,11 +1,12 @@
 #ifndef VELKOR_HOST_OUTCOME_H
 #define VELKOR_HOST_OUTCOME_H
 
-/// How a host's writes, one-shot reads and recipes ended. Each is told once.
+/// How a host's writes, one-shot reads and recipes ended. Each is told once. `note` is the host's
+/// own, as it was given with the request: by it a host knows what the outcome is of.
 
 #include <velkor/host/export.h>
 #include <velkor/host/request_end.h>
-#include <velkor/host/value.h>
+#include <velkor/host/tag.h>
 
 #include <QtCore/QVector>
 
@@ -24,6 +25,7 @@ enum class WriteResult {
 /// was not taken nothing more is sent.
 struct WriteOutcome {
     quint64 id = 0; ///< as Line::write() gave it
+    QString note;
     QString reg;
     int address = 0;
     int count = 0; ///< items that were to be written
@@ -38,6 +40,7 @@ struct WriteOutcome {
 
 struct ReadOutcome {
     quint64 id = 0;
+    QString note;
     QString reg;
     int address = 0;
     int count = 0;
@@ -51,9 +54,14 @@ struct ReadOutcome {
 struct RecipeVariable {
     QString reg;
     int address = 0;
-    int count = 1; ///< words
-    Items words;   ///< download: the values, `count` of them; upload: ignored
+    int count = 1;            ///< words
+    Items words;              ///< download: the values, `count` of them; upload: ignored
+    QString name = QString(); ///< the host's own, for texts; may be empty
 };
+
+/// The variable of a tag's words, with its name: of a word register, because a recipe moves no
+/// bits. `words` as parseTagText() gives them, for a download.
+VELKOR_HOST_EXPORT RecipeVariable recipeVariable(const Tag& tag, const Items& words = Items());
 
 enum class RecipeDirection {
     Download, ///< from the host to the PLC
@@ -93,12 +101,15 @@ struct RecipeDifference {
     int address = 0;
     quint16 wanted = 0;
     quint16 found = 0;
+    QString name; ///< of the variable
 };
 
 struct RecipeOutcome {
     quint64 id = 0;
+    QString note;
     RecipeDirection direction = RecipeDirection::Download;
     RecipeResult result = RecipeResult::GivenUp;
+    bool readBack = false; ///< a download that was to be read back and compared
     QVector<RecipeBlock> blocks;
     QVector<RecipeVariable> variables;     ///< in the host's order; after an upload that is Done,
                                            ///< `words` holds what the PLC gave
@@ -117,8 +128,27 @@ VELKOR_HOST_EXPORT QString writeResultName(WriteResult result);
 VELKOR_HOST_EXPORT QString recipeResultName(RecipeResult result);
 
 /// "DM 100 to 111 written; DM 112 to 120 not known; HR 5 not written": what the PLC holds of a
-/// download that did not end well.
+/// download that did not end well. Names of variables stand behind the words: "HR 5 (product)".
 VELKOR_HOST_EXPORT QString recipeBlocksText(const RecipeOutcome& outcome);
+
+/// What became of it, on one line, with the reason where something went wrong: "written: DM 100 (2
+/// words)", "writing DM 100 (2 words) failed; ...: no usable answer from ...". With several PLCs
+/// `plc` names its own: "written: left/DM 100 (2 words)". `settings` are the line's, `names` as in
+/// failureReason(). What to check besides stands in failureText() of `last`.
+VELKOR_HOST_EXPORT QString outcomeText(const WriteOutcome& outcome, const LineSettings& settings,
+                                       const SettingNames& names = SettingNames(),
+                                       const QString& plc = QString());
+VELKOR_HOST_EXPORT QString outcomeText(const ReadOutcome& outcome, const LineSettings& settings,
+                                       const SettingNames& names = SettingNames(),
+                                       const QString& plc = QString());
+VELKOR_HOST_EXPORT QString outcomeText(const RecipeOutcome& outcome, const LineSettings& settings,
+                                       const SettingNames& names = SettingNames(),
+                                       const QString& plc = QString());
+
+/// What the PLC holds of a write or a download that did not end well: one line each; none where the
+/// failed request says it all. outcomeText() has them.
+VELKOR_HOST_EXPORT QStringList leftBehind(const WriteOutcome& outcome);
+VELKOR_HOST_EXPORT QStringList leftBehind(const RecipeOutcome& outcome);
 
 } // namespace velkor_host
 
