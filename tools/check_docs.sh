@@ -27,7 +27,7 @@ headings() {
 }
 
 for page in README.md docs/*.md examples/tank/README.md; do
-    for link in $(grep -oE '\]\([^)]+' "$page" | cut -c3- | grep -v '://'); do
+    for link in $(sed '/^```/,/^```/d' "$page" | grep -oE '\]\([^)]+' | cut -c3- | grep -v '://'); do
         file=${link%%#*}
         target=$page
         [ -z "$file" ] || target=$(dirname "$page")/$file

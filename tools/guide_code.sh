@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Takes the C++ code out of the host guide, so that it can be compiled as it stands there: every
+# Takes the C++ code out of a page, so that it can be compiled as it stands there: every
 # ```cpp block, in the order of the page, with the page's line numbers. A numbered chapter without
 # its rule, its trap or its code is an error, and so is a fence of another kind, whose code nobody
 # would compile.
@@ -21,7 +21,7 @@ function endChapter() {
     if (!trap) wrong(begun, "chapter \"" chapter "\" has no **Trap.**")
     if (!code) wrong(begun, "chapter \"" chapter "\" has no ```cpp block")
 }
-BEGIN { print "// Made from the host guide; change it there." }
+BEGIN { print "// Made from a page of the documentation; change it there." }
 inCode && /^```$/ { inCode = 0; next }
 inCode { print; next }
 /^```cpp$/ { inCode = 1; opened = NR; code = 1; ++blocks; print "#line " NR + 1 " \"" page "\""; next }

@@ -19,6 +19,10 @@ QString outOfRange(const char* name, int value, const SettingRange& range) {
 
 } // namespace
 
+QString lineClosedText() {
+    return QStringLiteral("the line is closed; open() it first");
+}
+
 QString settingsFault(const LineSettings& settings) {
     for (const QString& fault :
          {outOfRange("wordsPerFrame", settings.wordsPerFrame, LineSettings::WORDS_PER_FRAME),
@@ -98,6 +102,15 @@ QString wrongTag(const Catalogue& registers, const Tag& tag) {
             .arg(exactNumberText(*tag.limits.low), exactNumberText(*tag.limits.high));
     }
     return wrongItems(registers, tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
+}
+
+QString wrongTagItems(const Tag& tag, const Items& items) {
+    return items.size() <= tag.itemCount()
+               ? QString()
+               : QStringLiteral("%1 has %2 words or bits; more are given: %3")
+                     .arg(tag.name)
+                     .arg(tag.itemCount())
+                     .arg(items.size());
 }
 
 } // namespace velkor_host

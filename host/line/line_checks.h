@@ -9,12 +9,17 @@
 
 namespace velkor_host {
 
+/// Of what needs an open line.
+QString lineClosedText();
+
 QString settingsFault(const LineSettings& settings);
 
 /// Of `count` items from `address` on.
 QString wrongItems(const Catalogue& registers, const QString& reg, int address, qint64 count);
 QString wrongWrite(const Catalogue& registers, const QString& reg, int address, const Items& items);
 QString wrongTag(const Catalogue& registers, const Tag& tag);
+/// Of a write to a tag, besides what wrongWrite() says.
+QString wrongTagItems(const Tag& tag, const Items& items);
 
 } // namespace velkor_host
 

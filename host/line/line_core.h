@@ -27,8 +27,11 @@ struct RecipeProgress {
 struct TagsChanged {
     QVector<int> indices;
 };
-typedef std::variant<TagsChanged, ScanEnded, WriteOutcome, ReadOutcome, RecipeOutcome,
-                     RecipeProgress, RequestEnd>
+struct PendingChanged {
+    QVector<int> indices;
+};
+typedef std::variant<TagsChanged, PendingChanged, ScanEnded, WriteOutcome, ReadOutcome,
+                     RecipeOutcome, RecipeProgress, RequestEnd>
     Notice;
 
 class LineCore : private FrameSource, private ExchangeObserver, private ChangeListener {

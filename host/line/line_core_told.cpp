@@ -173,6 +173,10 @@ void LineCore::tellTags() {
     if (!changed.isEmpty()) {
         m_notices.emplace_back(TagsChanged{changed});
     }
+    const QVector<int> pending = m_poller.board().takePendingChanged();
+    if (!pending.isEmpty()) {
+        m_notices.emplace_back(PendingChanged{pending});
+    }
 }
 
 std::optional<RequestEnd> LineCore::requestInTrouble() const {

@@ -21,6 +21,15 @@ QString notRefreshed() {
     return QStringLiteral("not refreshed");
 }
 
+/// Leaves it empty. The result ascends and has each index once.
+QVector<int> takeOrdered(QVector<int>* indices) {
+    QVector<int> taken;
+    taken.swap(*indices);
+    std::sort(taken.begin(), taken.end());
+    taken.erase(std::unique(taken.begin(), taken.end()), taken.end());
+    return taken;
+}
+
 bool covers(const WordRange& outer, const WordRange& inner) {
     return outer.reg == inner.reg && outer.address <= inner.address && inner.end() <= outer.end();
 }
@@ -276,7 +285,7 @@ void TagBoard::settlePending(int index) {
     const bool pending = entry.writes > 0 || (entry.written && fresh);
     if (pending != entry.status.pending) {
         entry.status.pending = pending;
-        changed(index);
+        m_pendingChanged.append(index);
     }
 }
 
@@ -319,11 +328,11 @@ void TagBoard::linkFails(const QString& reason, qint64 since) {
 }
 
 QVector<int> TagBoard::takeChanged() {
-    QVector<int> changed;
-    changed.swap(m_changed);
-    std::sort(changed.begin(), changed.end());
-    changed.erase(std::unique(changed.begin(), changed.end()), changed.end());
-    return changed;
+    return takeOrdered(&m_changed);
+}
+
+QVector<int> TagBoard::takePendingChanged() {
+    return takeOrdered(&m_pendingChanged);
 }
 
 bool TagBoard::allFresh() const {

@@ -78,8 +78,11 @@ public:
     void linkFails(const QString& reason, qint64 since);
     void linkAnswers() { m_linkFailure.clear(); }
 
-    /// Whose state, value or pending flag has changed since the last call: ascending, each once.
+    /// Whose state or value has changed since the last call, or that could not be read for the
+    /// first time: ascending, each once.
     QVector<int> takeChanged();
+    /// The same of the pending flag.
+    QVector<int> takePendingChanged();
 
 private:
     struct Entry {
@@ -116,6 +119,7 @@ private:
     };
     QHash<QString, Register> m_registers; ///< by word register
     QVector<int> m_changed;
+    QVector<int> m_pendingChanged;
     WordRange m_inDriversHands;
     qint64 m_staleAfter = std::numeric_limits<qint64>::max(); ///< until it is known
     QString m_linkFailure;                                    ///< empty: the PLC answers

@@ -136,7 +136,7 @@ QString ScreenSource::startWrite(int tag, const QString& typed, bool force) {
         return wrong;
     }
     QString fault;
-    m_tags.lineOf(tag).write(named.tag.reg, named.tag.address, items, &fault);
+    m_tags.lineOf(tag).write(named.tag, items, &fault);
     return fault;
 }
 

@@ -171,6 +171,7 @@ private:
         m_traced.clear();
     }
 
+    void judge(const PendingChanged& changed) { judge(TagsChanged{changed.indices}); }
     void judge(const TagsChanged& changed) {
         for (const int index : changed.indices) {
             if (index >= m_core.board().size()) {

@@ -45,7 +45,7 @@ fail() {
 page "$good"
 [ $status -eq 0 ] || fail "a good page is refused: $said"
 diff - "$work/code.h" <<END || fail "the code differs (< expected, > found)"
-// Made from the host guide; change it there.
+// Made from a page of the documentation; change it there.
 #line 10 "$work/page.md"
 int one = 1;
 #line 16 "$work/page.md"

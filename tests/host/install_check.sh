@@ -70,7 +70,7 @@ mv "$prefix/elsewhere" "$away"
 for host in elsewhere static; do
     status=0
     env -u LD_LIBRARY_PATH "$away/$host" 127.0.0.1:9 127.0.0.1:9 >"$prefix/out" 2>&1 || status=$?
-    if [ $status -ne 1 ] || ! grep -q '^writing DM 101 (1 word) failed: ' "$prefix/out"; then
+    if [ $status -ne 1 ] || ! grep -q '^writing left/DM 101 (1 word) failed: ' "$prefix/out"; then
         echo "a host outside the prefix ($host) ended with $status:" >&2
         cat "$prefix/out" >&2
         exit 1

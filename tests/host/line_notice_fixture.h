@@ -12,9 +12,9 @@ namespace line_notice_fixture {
 
 using namespace velkor_host;
 
-enum class Kind { Tags, Scan, Write, Read, Recipe, Progress, Request };
-inline const Kind KINDS[] = {Kind::Tags,   Kind::Scan,     Kind::Write,  Kind::Read,
-                             Kind::Recipe, Kind::Progress, Kind::Request};
+enum class Kind { Tags, Pending, Scan, Write, Read, Recipe, Progress, Request };
+inline const Kind KINDS[] = {Kind::Tags, Kind::Pending, Kind::Scan,     Kind::Write,
+                             Kind::Read, Kind::Recipe,  Kind::Progress, Kind::Request};
 
 inline RecipeVariable variable(int address, const Items& words) {
     RecipeVariable out;
@@ -36,6 +36,9 @@ protected:
         switch (kind) {
         case Kind::Tags:
             line->onTags = [act](const QVector<int>&) { act(); };
+            return;
+        case Kind::Pending:
+            line->onPending = [act](const QVector<int>&) { act(); };
             return;
         case Kind::Scan:
             line->onScan = act;

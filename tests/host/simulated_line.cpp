@@ -213,6 +213,8 @@ void SimulatedLine::collect() {
             if (onTags) {
                 onTags(changed->indices);
             }
+        } else if (std::holds_alternative<PendingChanged>(*notice)) {
+            ++pendingNotices;
         } else if (std::holds_alternative<ScanEnded>(*notice)) {
             ++scans;
         } else if (const auto* write = std::get_if<WriteOutcome>(&*notice)) {

@@ -127,6 +127,7 @@ public:
     std::vector<velkor_host::RecipeProgress> progress;
     std::vector<velkor_host::RequestEnd> requests;
     std::vector<int> changedTags;
+    int pendingNotices = 0;
     int scans = 0;
     /// Called for each notice of changed tags.
     std::function<void(const QVector<int>&)> onTags;

@@ -12,10 +12,7 @@
 ///     line.setTags(tags);
 ///     line.write("DM", 100, {1234});
 ///     ...
-///     line.close();
-///     while (line.pending() > 0) { // until every outcome has been told
-///         QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-///     }
+///     line.closeAndTell(); // every outcome has been told
 ///
 /// What a line does. It loads a copy of the driver of its own, owns the socket and everything that
 /// the driver borrows, and polls the tags, all of them once in each scan interval. Writes, one-shot
@@ -26,15 +23,20 @@
 /// happen there, and the thread runs a Qt event loop.
 ///
 /// Notices (the on... members, any of which may be empty) come from that event loop, never from
-/// inside a call of the host's. From inside a notice the host may call anything of the line, close
-/// it, and destroy it. A notice tells what was so when it was noted; status() tells what is so now.
-/// Outcomes wait for a listener until they are told, and are told to nobody when there is none
-/// then.
+/// inside a call of the host's, closeAndTell() excepted. From inside a notice the host may call
+/// anything of the line, close it, and destroy it. A notice tells what was so when it was noted;
+/// status() tells what is so now. Outcomes wait for a listener until they are told, and are told to
+/// nobody when there is none then.
 ///
 /// Errors. Texts that are returned are empty when all is well; else they are one sentence for a
 /// person, without a full stop.
 ///
 /// Times are microseconds on a clock that never goes back; see now().
+///
+/// The driver writes debug lines to Qt's message handler, one for each write and block. The layer
+/// drops them: with the first driver of the process it puts a message handler of its own before the
+/// one that is there, and hands on everything else. A handler that the host installs later than
+/// that replaces it, and gets the driver's lines.
 
 #include <velkor/host/export.h>
 #include <velkor/host/outcome.h>
@@ -99,9 +101,11 @@ public:
     /// by then (a write as Refused, Unknown or NotReached, a read as not ok, a recipe as GivenUp or
     /// NotVerified; from the event loop, as always), every tag goes back to NotRead,
     /// which onTags tells. The tags are kept, and polled again after the next open(). Does nothing
-    /// when closed. Nothing is told from inside this call: a program that is to end with every
-    /// outcome told runs its event loop on until pending() is 0.
+    /// when closed. Nothing is told from inside this call.
     void close();
+    /// The same, and tells before it returns everything that has not been told yet, closed now or
+    /// earlier: each outcome once, in the order in which they came about.
+    void closeAndTell();
     bool isOpen() const;
 
     /// As handed to the constructor. The reference holds as long as the line.
@@ -120,29 +124,41 @@ public:
     /// The list last taken by setTags(), also when closed. The reference holds as long as the line;
     /// references to tags in it until the next setTags().
     const QVector<Tag>& tags() const;
+    /// Of the first tag of that name in tags(); -1 when there is none.
+    int tagIndex(const QString& name) const;
     /// `index` as in the list handed to setTags(). Of an index outside that list: NotRead, with a
     /// reason that says so. The reference holds until the next call of setTags(), open() or
     /// close().
     const TagStatus& status(int index) const;
+    /// Every tag is Fresh; so it is when there are no tags.
     bool allFresh() const;
 
     /// Queues a write of items from `address` on: one 16-bit number for each word, or 0 or 1 for
-    /// each bit; `address` as in Tag. Its outcome comes by onWrite, exactly once. Returns its id,
-    /// never 0; or 0 when it was not queued: line closed, no such register, items outside the
-    /// register, or a bit that is neither 0 nor 1; `fault`, if given, says which.
-    quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr);
+    /// each bit; `address` as in Tag. Its outcome comes by onWrite, exactly once, with `note`.
+    /// Returns its id, never 0; or 0 when it was not queued: line closed, no such register, items
+    /// outside the register, or a bit that is neither 0 nor 1; `fault`, if given, says which.
+    quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr,
+                  const QString& note = QString());
+    /// Of a tag, polled or not, from its first item on; `items` as parseTagText() gives them, not
+    /// more than the tag has. The note is the tag's name.
+    quint64 write(const Tag& tag, const Items& items, QString* fault = nullptr);
 
-    /// Queues a one-shot read of `count` words or bits. Its outcome comes by onRead. Returns as
-    /// write() does.
-    quint64 read(const QString& reg, int address, int count, QString* fault = nullptr);
+    /// Queues a one-shot read of `count` words or bits. Its outcome comes by onRead, with `note`.
+    /// Returns as write() does.
+    quint64 read(const QString& reg, int address, int count, QString* fault = nullptr,
+                 const QString& note = QString());
+    /// Of a tag, polled or not, now. The note is the tag's name; what was read does not change
+    /// status().
+    quint64 read(const Tag& tag, QString* fault = nullptr);
 
     /// Queues a download or an upload. Variables name word registers, share no words, and may come
     /// in any order, 65536 words together at most. With `readBack` a download is read back and
-    /// compared. The outcome comes by onRecipe. Polling rests while a recipe moves. Returns as
-    /// write() does.
+    /// compared. The outcome comes by onRecipe, with `note`. Polling rests while a recipe moves.
+    /// Returns as write() does.
     quint64 download(const QVector<RecipeVariable>& recipe, bool readBack = false,
-                     QString* fault = nullptr);
-    quint64 upload(const QVector<RecipeVariable>& recipe, QString* fault = nullptr);
+                     QString* fault = nullptr, const QString& note = QString());
+    quint64 upload(const QVector<RecipeVariable>& recipe, QString* fault = nullptr,
+                   const QString& note = QString());
     /// Ends the recipe under way after the frame in flight (GivenUp), or takes it out of the queue.
     /// Does nothing when it has ended.
     void giveUpRecipe(quint64 id);
@@ -151,10 +167,12 @@ public:
     /// not counted any more. Falls to 0 after close(), too, as the event loop tells them.
     int pending() const;
 
-    /// The tags (indices, ascending, each once) of which something that status() shows has changed:
-    /// the state, the value, or `pending`. So a write of the host's own tells its tags at once,
-    /// with the value as it was.
+    /// The tags (indices, ascending, each once) of which the state or the value has changed, or
+    /// that could not be read for the first time: what is to be shown anew.
     std::function<void(const QVector<int>& changed)> onTags;
+    /// The tags of which `pending` has changed: a write of the host's own tells its tags at once,
+    /// with the value as it was.
+    std::function<void(const QVector<int>& changed)> onPending;
     /// Every polled word has been asked for once since the last such notice.
     std::function<void()> onScan;
     std::function<void(const WriteOutcome& outcome)> onWrite;
