@@ -1,5 +1,7 @@
 #include "host/driver/bound_driver.h"
 
+#include "host/values/item_bytes.h"
+
 #include <QtCore/QMutexLocker>
 
 namespace velkor_host {

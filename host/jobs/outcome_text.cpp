@@ -1,6 +1,7 @@
 // What became of writes, reads and recipes, in words for a person.
 
-#include <velkor/host/end_codes.h>
+#include "host/wire/end_code_kinds.h"
+
 #include <velkor/host/line.h>
 
 #include <algorithm>

@@ -1,5 +1,7 @@
 #include "host/jobs/transfer.h"
 
+#include "host/values/item_bytes.h"
+
 #include <velkor/host/end_codes.h>
 #include <velkor/host/registers.h>
 

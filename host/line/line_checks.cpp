@@ -1,5 +1,7 @@
 #include "host/line/line_checks.h"
 
+#include "host/values/raw_number.h"
+
 #include <velkor/host/registers.h>
 
 #include <algorithm>

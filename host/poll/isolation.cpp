@@ -1,8 +1,7 @@
 #include "host/poll/isolation.h"
 
 #include "host/poll/poll_plan.h"
-
-#include <velkor/host/end_codes.h>
+#include "host/wire/end_code_kinds.h"
 
 #include <algorithm>
 

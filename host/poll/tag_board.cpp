@@ -1,6 +1,7 @@
 #include "host/poll/tag_board.h"
 
 #include "host/poll/poll_plan.h"
+#include "host/values/item_bytes.h"
 
 #include <velkor/host/registers.h>
 

@@ -1,7 +1,7 @@
 #ifndef VELKOR_HOST_VALUES_RAW_NUMBER_H
 #define VELKOR_HOST_VALUES_RAW_NUMBER_H
 
-/// From a value in people's unit to the number that the PLC keeps for it.
+/// From a value in people's unit to the number that the PLC keeps for it; limits in full.
 
 #include <velkor/host/scaled_value.h>
 
@@ -21,6 +21,9 @@ struct RawNumber {
 
 /// Not held against numberRange(): the number may lie outside.
 RawNumber rawNumber(ValueType type, double value, const Scaling& scaling);
+
+/// The number in as few digits as give the very same number back, 15 at least if it has them.
+QString exactNumberText(double value);
 
 } // namespace velkor_host
 

@@ -1,7 +1,7 @@
 #include <velkor/host/witness.h>
 
+#include "host/wire/end_code_kinds.h"
 #include "host/wire/fins_decode.h"
-#include <velkor/host/end_codes.h>
 
 #include <QtCore/QDateTime>
 

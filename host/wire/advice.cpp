@@ -1,5 +1,6 @@
 // What a failed request means to the person at the panel: the likely causes.
 
+#include "host/wire/end_code_kinds.h"
 #include "host/wire/request_facts.h"
 #include "host/wire/request_words.h"
 

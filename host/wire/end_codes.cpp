@@ -1,5 +1,7 @@
 #include <velkor/host/end_codes.h>
 
+#include "host/wire/end_code_kinds.h"
+
 namespace velkor_host {
 namespace {
 

@@ -1,5 +1,6 @@
 #include "host/wire/exchange.h"
 
+#include "host/wire/end_code_kinds.h"
 #include "host/wire/fins_decode.h"
 #include "host/wire/request_facts.h"
 

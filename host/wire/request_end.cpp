@@ -1,5 +1,6 @@
 #include <velkor/host/request_end.h>
 
+#include "host/wire/end_code_kinds.h"
 #include "host/wire/request_facts.h"
 #include "host/wire/request_words.h"
 

@@ -1,5 +1,7 @@
 #include "host/wire/request_facts.h"
 
+#include "host/wire/end_code_kinds.h"
+
 #include <velkor/host/end_codes.h>
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include <velkor/host/end_codes.h>
 
+#include "host/wire/end_code_kinds.h"
 #include "panel/text.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #include <velkor/host/value.h>
 
+#include "host/values/item_bytes.h"
 #include "panel/text.h"
 
 #include <gtest/gtest.h>

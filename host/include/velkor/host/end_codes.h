@@ -9,26 +9,11 @@
 
 namespace velkor_host {
 
-/// The code without its flags: MRES bit 7 (the error arose at a relay), SRES bit 7 (the PLC has a
-/// fatal error) and SRES bit 6 (a non-fatal one). The flags tell of the PLC, not of the command:
-/// 0x0040 is a normal end.
-VELKOR_HOST_EXPORT int plainEndCode(int endCode);
-
+/// Done, whatever the PLC tells of itself besides: 0x0040 is a normal end (it has a non-fatal
+/// error).
 VELKOR_HOST_EXPORT bool isNormalEnd(int endCode);
 
-/// The PLC refused the command because of its operating mode and a change to MONITOR may help
-/// (2203, 2204, 2206).
-VELKOR_HOST_EXPORT bool isModeRefusal(int endCode);
-
-/// The command has surely not been carried out: the PLC refused it. Not so of a normal end, and of
-/// errors told by what lies between host and memory for want of an answer (0001, 0103, 0205, 0301,
-/// 0302, and a relay's error without a code of its own), nor of a code that is not known here.
-VELKOR_HOST_EXPORT bool isSurelyNotDone(int endCode);
-
-/// For example "address out of range", with what the flags add.
-VELKOR_HOST_EXPORT QString endCodeWords(int endCode);
-
-/// The plain code and its words: "1103 address out of range".
+/// The code without what the PLC tells of itself, and in words: "1103 address out of range".
 VELKOR_HOST_EXPORT QString endCodeText(int endCode);
 
 } // namespace velkor_host

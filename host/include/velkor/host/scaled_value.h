@@ -48,9 +48,6 @@ enum class Limit { Inside, Below, Above };
 VELKOR_HOST_EXPORT Limit limitOf(ValueType type, const Items& items, const Scaling& scaling,
                                  const Limits& limits);
 
-/// The number in as few digits as give the very same number back, 15 at least if it has them.
-VELKOR_HOST_EXPORT QString exactNumberText(double value);
-
 } // namespace velkor_host
 
 #endif

@@ -7,7 +7,6 @@
 /// stand low word first, texts two characters to a word, the first in the high byte: as these PLCs
 /// keep them.
 
-#include <QtCore/QByteArray>
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 #include <QtCore/QVector>
@@ -44,14 +43,6 @@ VELKOR_HOST_EXPORT std::optional<double> numericValue(ValueType type, const Item
 /// `wordsForString` words are filled up with zeros (0: as many as the text needs).
 VELKOR_HOST_EXPORT QString parseValues(ValueType type, const QStringList& texts, int wordsForString,
                                        Items* items);
-
-/// `count` bits from bit address `bit` (word * 16 + bit) on, out of words of which the first has
-/// the address `firstWord` and which hold them all.
-VELKOR_HOST_EXPORT Items bitsOf(const Items& words, int firstWord, int bit, int count);
-
-/// The host's side of the driver's buffers: words low byte first, bits one byte each.
-VELKOR_HOST_EXPORT QByteArray toDriverBytes(const Items& items, bool bitRegister);
-VELKOR_HOST_EXPORT Items fromDriverBytes(const QByteArray& bytes, bool bitRegister);
 
 } // namespace velkor_host
 
