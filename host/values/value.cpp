@@ -126,10 +126,11 @@ QString parseInteger(ValueType type, const QString& text, qint64 lowest, qint64 
                      Items* items) {
     const std::optional<qint64> value = wholeNumber(text);
     if (!value || *value < lowest || *value > highest) {
-        return notRight(text, type,
-                        QStringLiteral("a whole number from %1 to %2, or 0x and hexadecimal digits")
-                            .arg(lowest)
-                            .arg(highest));
+        return notRight(
+            text, type,
+            QStringLiteral("a whole number from %1 to %2, in decimal or behind 0x in hexadecimal")
+                .arg(lowest)
+                .arg(highest));
     }
     if (itemsPerValue(type) == 2) {
         appendDoubleWord(static_cast<quint32>(*value & 0xFFFFFFFFLL), items);
@@ -188,7 +189,7 @@ QString wholeNumberLost(const QString& text, float value) {
     }
     const bool above = double(value) > text.toDouble();
     const float other = std::nextafter(value, above ? -INFINITY : INFINITY);
-    return QStringLiteral("a float32 holds %1 or %2, not what lies between")
+    return QStringLiteral("%1 or %2: between them a float32 holds nothing")
         .arg(QString::number(double(above ? other : value), 'f', 0),
              QString::number(double(above ? value : other), 'f', 0));
 }

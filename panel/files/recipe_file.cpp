@@ -137,9 +137,10 @@ private:
             return;
         }
         if (m_placed > 0) {
-            m_recipe.errors.append({1, 1,
-                                    QStringLiteral("offset: is given for some variables only; "
-                                                   "right is for all or for none")});
+            m_recipe.errors.append(
+                {1, 1,
+                 QStringLiteral("offset: some variables have one and others none; "
+                                "right is one for each variable, or none at all")});
             return;
         }
         int offset = 0;

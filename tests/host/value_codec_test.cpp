@@ -123,6 +123,16 @@ const FaultCase FAULT_CASES[] = {
 INSTANTIATE_TEST_SUITE_P(Panel, ParseValuesFault, testing::ValuesIn(FAULT_CASES),
                          [](const auto& row) { return std::string(row.param.name); });
 
+TEST(ParseValues, wholeNumberBeyondTheType_isToldInASentenceThatHolds) {
+    Items items;
+    EXPECT_EQ(plain(parseValues(ValueType::Int16, {"0x8000"}, 0, &items)),
+              "\"0x8000\" is no int16 value; right is a whole number from -32768 to 32767, in "
+              "decimal or behind 0x in hexadecimal");
+    EXPECT_EQ(plain(parseValues(ValueType::Float32, {"16777217"}, 0, &items)),
+              "\"16777217\" is no float32 value; right is 16777216 or 16777218: between them a "
+              "float32 holds nothing");
+}
+
 TEST(ParseValuesString, withRoom_isFilledWithZeros) {
     Items items;
     EXPECT_EQ(plain(parseValues(ValueType::String, {"AB"}, 3, &items)), "");

@@ -63,7 +63,7 @@ const BadRecipe BAD_RECIPES[] = {
     {"offsetBeyondBuffer", "a,DM,0,2,99,\n",
      "r.csv:2:10: offset: \"99\": right is a whole number from 0 to 98"},
     {"sameName", "a,DM,0,1,0,\na,DM,5,1,1,\n", "r.csv:3:1: name: \"a\" is there twice"},
-    {"someOffsetsOnly", "a,DM,0,1,0,\nb,DM,5,1,,\n", "r.csv:1:1: offset: is given for some"},
+    {"someOffsetsOnly", "a,DM,0,1,0,\nb,DM,5,1,,\n", "r.csv:1:1: offset: some variables have one"},
     {"sharedPlcWord", "a,DM,0,3,0,\nb,DM,2,1,3,\n",
      "r.csv:3:1: address: DM 2 belongs to \"a\" (line 2) already; right is 3 or higher"},
     {"innerVariable", "b,DM,1,1,10,\na,DM,0,5,0,\n",
