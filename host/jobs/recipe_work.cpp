@@ -75,7 +75,8 @@ QString RecipeWork::fault(const QVector<RecipeVariable>& variables, RecipeDirect
         const RecipeVariable& before = variables.at(order.at(index - 1));
         const RecipeVariable& next = variables.at(order.at(index));
         if (overlap(wordsOf(before), wordsOf(next))) {
-            return QStringLiteral("%1 is in two variables of the recipe; right is in one")
+            return QStringLiteral("%1 is in two variables of the recipe; right is one variable for "
+                                  "each word")
                 .arg(variableText(next));
         }
     }
@@ -161,6 +162,8 @@ RecipeWork::Next RecipeWork::blockEnded(const RequestEnd& end, bool requested,
     noteMode(end);
     if (end.ok) {
         note(end, RecipeBlock::Moved);
+        m_progress = {id(), m_readingBack ? RecipePhase::Compare : RecipePhase::Transfer,
+                      wordsMoved(), m_words};
         if (requested) {
             return Next::Block;
         }

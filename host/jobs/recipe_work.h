@@ -55,8 +55,8 @@ public:
     void close(const std::optional<RequestEnd>& underWay);
 
     const RecipeOutcome& outcome() const { return m_outcome; }
-    int wordsMoved() const;
-    int words() const { return m_words; }
+    /// As it was when the last block had been moved.
+    const RecipeProgress& progress() const { return m_progress; }
     QVector<WordRange> ranges() const; ///< of the variables
 
 private:
@@ -67,6 +67,7 @@ private:
     void rememberMovedBefore();
     void addBlocksNotMoved();
     void fetch(const std::vector<unsigned short>& buffer);
+    int wordsMoved() const;
 
     RecipeDirection m_direction; ///< of the pass under way; reading back is an upload
     bool m_readBack;
@@ -80,6 +81,7 @@ private:
     QVector<RecipeBlock> m_moved;       ///< of the pass under way
     QVector<RecipeBlock> m_movedBefore; ///< of the pass that the change of the mode has ended
     RecipeOutcome m_outcome;
+    RecipeProgress m_progress;
 };
 
 } // namespace velkor_host

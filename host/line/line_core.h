@@ -19,11 +19,6 @@
 namespace velkor_host {
 
 struct ScanEnded {};
-struct RecipeProgress {
-    quint64 id = 0;
-    int words = 0;
-    int ofWords = 0;
-};
 struct TagsChanged {
     QVector<int> indices;
 };

@@ -109,7 +109,9 @@ void LineCore::blockSettled(const RequestEnd& end) {
     RecipeWork* recipe = m_queue.first<RecipeWork>();
     const bool requested = m_driver.recipeRequested();
     const RecipeWork::Next next = recipe->blockEnded(end, requested, m_driver.recipeBuffer());
-    m_notices.emplace_back(RecipeProgress{recipe->id(), recipe->wordsMoved(), recipe->words()});
+    if (end.ok) {
+        m_notices.emplace_back(recipe->progress());
+    }
     if (next == RecipeWork::Next::Start) {
         startRecipe(recipe);
     } else if (next == RecipeWork::Next::Ended) {

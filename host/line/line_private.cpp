@@ -63,7 +63,7 @@ void tell(const Notice& notice, const Line& line) {
             } else if constexpr (std::is_same_v<Kind, RecipeOutcome>) {
                 call(line.onRecipe, content);
             } else if constexpr (std::is_same_v<Kind, RecipeProgress>) {
-                call(line.onRecipeProgress, content.id, content.words, content.ofWords);
+                call(line.onRecipeProgress, content);
             } else {
                 call(line.onRequest, content);
             }

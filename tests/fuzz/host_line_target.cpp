@@ -208,7 +208,7 @@ private:
         }
     }
     static void judge(const RecipeProgress& progress) {
-        require(progress.words >= 0 && progress.words <= progress.ofWords, "words moved");
+        require(progress.words > 0 && progress.words <= progress.ofWords, "words moved");
     }
     static void judge(const RequestEnd& end) {
         require(end.tries > 0, "a request that is told has been sent");

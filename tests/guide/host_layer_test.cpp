@@ -69,7 +69,8 @@ TEST_F(HostLayerPage, recipe_goesFromOneLineToTheOther) {
     copyRecipe(line, other, say());
     EXPECT_TRUE(waitFor("downloaded: 3 variables, read back and equal"));
     EXPECT_TRUE(said.contains("uploaded: 3 variables"));
-    EXPECT_TRUE(said.contains("8 of 8 words"));
+    EXPECT_TRUE(said.contains("8 of 8 words written"));
+    EXPECT_TRUE(said.contains("8 of 8 words compared"));
     EXPECT_EQ(second.dm(100), 706);
     EXPECT_EQ(second.dm(103), 5);
 }

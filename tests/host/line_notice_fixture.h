@@ -53,7 +53,7 @@ protected:
             line->onRecipe = [act](const RecipeOutcome&) { act(); };
             return;
         case Kind::Progress:
-            line->onRecipeProgress = [act](quint64, int, int) { act(); };
+            line->onRecipeProgress = [act](const RecipeProgress&) { act(); };
             return;
         case Kind::Request:
             line->onRequest = [act](const RequestEnd&) { act(); };

@@ -80,6 +80,33 @@ TEST(LineRecipe, download_standsInThePlcWithItsProgress) {
               "DM 300 to 301 written");
 }
 
+TEST(LineRecipe, progressOfADownloadThatIsReadBack_risesOnceInEachPhase) {
+    SimulatedLine line(lineSettings());
+    line.download(fourBlocks(), true);
+    ASSERT_TRUE(line.settle());
+    std::vector<int> written;
+    std::vector<int> compared;
+    for (const RecipeProgress& progress : line.progress) {
+        EXPECT_EQ(progress.id, line.recipes.at(0).id);
+        EXPECT_EQ(progress.ofWords, 105);
+        EXPECT_TRUE(progress.phase == RecipePhase::Compare || compared.empty());
+        (progress.phase == RecipePhase::Transfer ? written : compared).push_back(progress.words);
+    }
+    EXPECT_EQ(written, (std::vector<int>{3, 67, 103, 105}));
+    ASSERT_FALSE(compared.empty());
+    EXPECT_TRUE(std::is_sorted(compared.begin(), compared.end()));
+    EXPECT_EQ(compared.back(), 105);
+}
+
+TEST(LineRecipe, blockThatIsRefused_isNoProgress) {
+    SimulatedLine line(lineSettings());
+    line.machine.refusals.push_back({0x82, 300, 301, 0x1103});
+    line.download(fourBlocks());
+    ASSERT_TRUE(line.settle());
+    ASSERT_EQ(line.progress.size(), 3U);
+    EXPECT_EQ(line.progress.back().words, 103);
+}
+
 TEST(LineRecipe, upload_givesWhatThePlcHolds) {
     SimulatedLine line(lineSettings());
     line.download(fourBlocks());

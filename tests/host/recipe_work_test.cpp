@@ -99,11 +99,11 @@ TEST_F(HostRecipe, longVariable_isCutAtTheFrame) {
 
 TEST_F(HostRecipe, everyBlockMoved_isDone) {
     EXPECT_EQ(ended(block("DM", 10, 4), true), Next::Block);
-    EXPECT_EQ(m_work.wordsMoved(), 4);
+    EXPECT_EQ(m_work.progress().words, 4);
     EXPECT_EQ(ended(block("DM", 20, 2), true), Next::Block);
     EXPECT_EQ(ended(block("HR", 5, 1), false), Next::Ended);
     EXPECT_EQ(m_work.outcome().result, RecipeResult::Done);
-    EXPECT_EQ(m_work.wordsMoved(), 7);
+    EXPECT_EQ(m_work.progress().words, 7);
     EXPECT_EQ(blocks(), "DM 10 to 13 written; DM 20 to 21 written; HR 5 written");
 }
 

@@ -178,8 +178,8 @@ public:
     std::function<void(const WriteOutcome& outcome)> onWrite;
     std::function<void(const ReadOutcome& outcome)> onRead;
     std::function<void(const RecipeOutcome& outcome)> onRecipe;
-    /// Words moved so far, of all.
-    std::function<void(quint64 id, int words, int ofWords)> onRecipeProgress;
+    /// A block of a recipe has been moved.
+    std::function<void(const RecipeProgress& progress)> onRecipeProgress;
     /// Every request to the PLC, polls included, as it ends.
     std::function<void(const RequestEnd& end)> onRequest;
 

@@ -121,6 +121,21 @@ struct RecipeOutcome {
     RequestEnd last;
 };
 
+enum class RecipePhase {
+    Transfer, ///< the download or upload itself
+    Compare   ///< what was downloaded is read back
+};
+
+/// How far a recipe has come, told when one of its blocks has been moved. Of a download that is
+/// read back `words` rises to `ofWords` twice, once in each phase. After a change of the PLC's mode
+/// the transfer begins again, and `words` with it.
+struct RecipeProgress {
+    quint64 id = 0;
+    RecipePhase phase = RecipePhase::Transfer;
+    int words = 0;   ///< moved so far in this phase, at least 1
+    int ofWords = 0; ///< of the recipe
+};
+
 /// "taken", "refused", "unknown" or "not reached".
 VELKOR_HOST_EXPORT QString writeResultName(WriteResult result);
 
