@@ -18,26 +18,24 @@ bool isNegative(const Items& value) {
 Limit limitOfOne(ValueType type, const Items& value, const std::optional<double>& low,
                  const std::optional<double>& high) {
     const std::optional<double> number = numericValue(type, value);
-    if (!number && type == ValueType::Float32) {
-        return isInfinite(value) && isNegative(value) ? Limit::Below : Limit::Above;
+    if (number) {
+        return low && *number < *low     ? Limit::Below
+               : high && *number > *high ? Limit::Above
+                                         : Limit::Inside;
     }
-    if (number && low && *number < *low) {
-        return Limit::Below;
+    if (type != ValueType::Float32 || !isInfinite(value)) {
+        return Limit::NoNumber;
     }
-    return number && high && *number > *high ? Limit::Above : Limit::Inside;
-}
-
-Limit turned(Limit limit) {
-    if (limit == Limit::Inside) {
-        return limit;
+    if (isNegative(value)) {
+        return low ? Limit::Below : Limit::NoNumber;
     }
-    return limit == Limit::Below ? Limit::Above : Limit::Below;
+    return high ? Limit::Above : Limit::NoNumber;
 }
 
 } // namespace
 
 Limit limitOf(ValueType type, const Items& items, const Scaling& scaling, const Limits& limits) {
-    if (!limits.low && !limits.high) {
+    if ((!limits.low && !limits.high) || !canBeScaled(type)) {
         return Limit::Inside;
     }
     const auto raw = [&](const std::optional<double>& limit) {
@@ -47,15 +45,20 @@ Limit limitOf(ValueType type, const Items& items, const Scaling& scaling, const 
     const bool turn = scaling.scale < 0; // the larger number is the smaller value
     const std::optional<double> low = raw(turn ? limits.high : limits.low);
     const std::optional<double> high = raw(turn ? limits.low : limits.high);
+    bool below = false;
+    bool above = false;
+    bool noNumber = false;
     const int step = itemsPerValue(type);
     for (int at = 0; at + step <= items.size(); at += step) {
-        const Items value = items.mid(at, step);
-        const Limit limit = limitOfOne(type, value, low, high);
-        if (limit != Limit::Inside) {
-            return turn ? turned(limit) : limit;
-        }
+        const Limit limit = limitOfOne(type, items.mid(at, step), low, high);
+        below = below || limit == (turn ? Limit::Above : Limit::Below);
+        above = above || limit == (turn ? Limit::Below : Limit::Above);
+        noNumber = noNumber || limit == Limit::NoNumber;
     }
-    return Limit::Inside;
+    if (below || above) {
+        return below && above ? Limit::BelowAndAbove : below ? Limit::Below : Limit::Above;
+    }
+    return noNumber ? Limit::NoNumber : Limit::Inside;
 }
 
 QString exactNumberText(double value) {

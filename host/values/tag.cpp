@@ -11,6 +11,17 @@ QString valuesText(int count) {
     return count == 1 ? QStringLiteral("1 value") : QStringLiteral("%1 values").arg(count);
 }
 
+/// Of the texts of `items` the first whose value does not lie between the tag's limits; null: none.
+QString firstOutside(const Tag& tag, const QStringList& texts, const Items& items) {
+    const int step = itemsPerValue(tag.type);
+    for (int at = 0; at < items.size(); at += step) {
+        if (limitOf(tag, items.mid(at, step)) != Limit::Inside) {
+            return texts.value(at / step);
+        }
+    }
+    return QString();
+}
+
 } // namespace
 
 QString tagAddressText(const Tag& tag) {
@@ -41,6 +52,10 @@ QString limitMark(const Tag& tag, const TagStatus& status) {
         return QStringLiteral("low");
     case Limit::Above:
         return QStringLiteral("high");
+    case Limit::BelowAndAbove:
+        return QStringLiteral("low and high");
+    case Limit::NoNumber:
+        return QStringLiteral("no number");
     case Limit::Inside:
         break;
     }
@@ -99,9 +114,10 @@ QString parseTagValues(const Tag& tag, const QStringList& texts, Items* items, b
     if (parsed.isEmpty() || parsed.size() > tag.itemCount()) {
         return QStringLiteral("%1 takes %2").arg(tag.name, valuesText(tag.count));
     }
-    if (!force && limitOf(tag, parsed) != Limit::Inside) {
+    const QString outside = force ? QString() : firstOutside(tag, texts, parsed);
+    if (!outside.isNull()) {
         return QStringLiteral("%1 lies outside the limits of %2, %3")
-                   .arg(texts.join(QLatin1Char(' ')), tag.name, limitsText(tag)) +
+                   .arg(outside, tag.name, limitsText(tag)) +
                (howToForce.isEmpty()
                     ? QString()
                     : QStringLiteral("; %1 writes it all the same").arg(howToForce));

@@ -23,7 +23,7 @@ struct TagLabel {
 };
 
 enum class TagState { NotRead, Fresh, Stale, Refused };
-enum class Limit { Inside, Below, Above };
+enum class Limit { Inside, Below, Above, BelowAndAbove, NoNumber };
 
 /// What changes, and is cheap to tell: it is asked for of every tag, several times a second.
 struct TagNow {

@@ -272,6 +272,10 @@ QString stateWord(const TagNow& status) {
         return QStringLiteral("LOW");
     case Limit::Above:
         return QStringLiteral("HIGH");
+    case Limit::BelowAndAbove:
+        return QStringLiteral("LOW+HIGH");
+    case Limit::NoNumber:
+        return QStringLiteral("NO NUM");
     case Limit::Inside:
         break;
     }

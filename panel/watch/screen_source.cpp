@@ -31,6 +31,10 @@ screen::Limit limitOnScreen(Limit limit) {
         return screen::Limit::Below;
     case Limit::Above:
         return screen::Limit::Above;
+    case Limit::BelowAndAbove:
+        return screen::Limit::BelowAndAbove;
+    case Limit::NoNumber:
+        return screen::Limit::NoNumber;
     case Limit::Inside:
         break;
     }

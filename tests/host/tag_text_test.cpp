@@ -30,16 +30,66 @@ TEST(TagText, limitOf_atAndBeyondTheLimits) {
     EXPECT_EQ(limitOf(level(), {}), Limit::Inside);
 }
 
-TEST(TagText, limitOf_floatThatIsNoNumber_isInsideNoLimits) {
+TEST(TagText, limitOf_eachOfSeveralValues_isJudged) {
+    EXPECT_EQ(limitOf(level(), {1801, 1000, 199}), Limit::BelowAndAbove);
+    EXPECT_EQ(limitOf(level(), {199, 1000, 198}), Limit::Below);
+    Tag turned = level();
+    turned.scaling.scale = -0.1;
+    turned.limits.low = -180;
+    turned.limits.high = -20;
+    EXPECT_EQ(limitOf(turned, {199}), Limit::Above);
+    EXPECT_EQ(limitOf(turned, {1801}), Limit::Below);
+    EXPECT_EQ(limitOf(turned, {199, 1801}), Limit::BelowAndAbove);
+}
+
+const Items INFINITE{0x0000, 0x7F80};
+const Items MINUS_INFINITE{0x0000, 0xFF80};
+const Items NOT_A_NUMBER{0x0000, 0x7FC0};
+
+Tag floatBetween(std::optional<double> low, std::optional<double> high, double scale = 1) {
     Tag tag;
     tag.type = ValueType::Float32;
-    tag.limits.low = 0;
-    EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Above); // infinite
-    EXPECT_EQ(limitOf(tag, {0x0000, 0x7FC0}), Limit::Above); // no number
-    EXPECT_EQ(limitOf(tag, {0x0000, 0xFF80}), Limit::Below);
-    EXPECT_EQ(limitOf(tag, {0x0000, 0xFFC0}), Limit::Above);
-    tag.limits.low.reset();
-    EXPECT_EQ(limitOf(tag, {0x0000, 0x7F80}), Limit::Inside);
+    tag.scaling.scale = scale;
+    tag.limits = {low, high};
+    return tag;
+}
+
+TEST(TagText, limitOf_floatThatIsNoNumber_isNeverInsideLimits) {
+    const Tag tags[] = {floatBetween(0, 100), floatBetween(0, std::nullopt),
+                        floatBetween(std::nullopt, 100), floatBetween(0, 100, -1)};
+    for (const Tag& tag : tags) {
+        EXPECT_EQ(limitOf(tag, NOT_A_NUMBER), Limit::NoNumber);
+        EXPECT_EQ(limitOf(tag, {0x0000, 0xFFC0}), Limit::NoNumber);
+        EXPECT_EQ(limitOf(tag, {0x0001, 0x7F80}), Limit::NoNumber);
+    }
+    EXPECT_EQ(limitOf(floatBetween(std::nullopt, std::nullopt), NOT_A_NUMBER), Limit::Inside);
+    EXPECT_EQ(limitOf(floatBetween(0, 100), NOT_A_NUMBER + INFINITE), Limit::Above);
+}
+
+TEST(TagText, limitOf_infiniteFloat_liesBeyondTheLimitOfItsSideOnly) {
+    EXPECT_EQ(limitOf(floatBetween(0, 100), INFINITE), Limit::Above);
+    EXPECT_EQ(limitOf(floatBetween(0, 100), MINUS_INFINITE), Limit::Below);
+    EXPECT_EQ(limitOf(floatBetween(0, std::nullopt), INFINITE), Limit::NoNumber);
+    EXPECT_EQ(limitOf(floatBetween(0, std::nullopt), MINUS_INFINITE), Limit::Below);
+    EXPECT_EQ(limitOf(floatBetween(std::nullopt, 100), INFINITE), Limit::Above);
+    EXPECT_EQ(limitOf(floatBetween(std::nullopt, 100), MINUS_INFINITE), Limit::NoNumber);
+    EXPECT_EQ(limitOf(floatBetween(0, 100, -1), INFINITE), Limit::Below);
+    EXPECT_EQ(limitOf(floatBetween(0, std::nullopt, -1), MINUS_INFINITE), Limit::NoNumber);
+}
+
+TEST(TagText, limitOf_wordThatIsNoBcd_isNoNumber) {
+    Tag tag = level();
+    tag.type = ValueType::Bcd;
+    EXPECT_EQ(limitOf(tag, {0x0A00}), Limit::NoNumber);
+    EXPECT_EQ(limitOf(tag, {0x0500, 0x0A00}), Limit::NoNumber);
+}
+
+TEST(TagText, parseTagValues_oneOfSeveralOutsideTheLimits_isNamed) {
+    Tag tag = level();
+    tag.count = 3;
+    Items items;
+    EXPECT_EQ(plain(parseTagValues(tag, {"30", "190", "40"}, &items, false, QString())),
+              "190 lies outside the limits of level, 20 to 180 l");
 }
 
 TEST(TagText, limitOf_withoutLimits_isInside) {

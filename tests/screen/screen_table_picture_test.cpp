@@ -39,6 +39,8 @@ TEST(StateWord, everyState_hasAWordOfItsOwn) {
     EXPECT_EQ(plain(stateWord(status(TagState::NotRead))), "not read");
     EXPECT_EQ(plain(stateWord(status(TagState::Fresh, Limit::Below))), "LOW");
     EXPECT_EQ(plain(stateWord(status(TagState::Fresh, Limit::Above))), "HIGH");
+    EXPECT_EQ(plain(stateWord(status(TagState::Fresh, Limit::BelowAndAbove))), "LOW+HIGH");
+    EXPECT_EQ(plain(stateWord(status(TagState::Fresh, Limit::NoNumber))), "NO NUM");
     EXPECT_EQ(plain(stateWord(status(TagState::Fresh, Limit::Inside, true))), "writing");
 }
 

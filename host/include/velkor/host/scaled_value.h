@@ -39,12 +39,17 @@ struct Limits {
     std::optional<double> high;
 };
 
-enum class Limit { Inside, Below, Above };
+enum class Limit {
+    Inside,        ///< every value, or there are no limits
+    Below,         ///< one at least, and none above
+    Above,         ///< one at least, and none below
+    BelowAndAbove, ///< of several values
+    NoNumber       ///< none lies outside, but one is no number: not BCD, or not a finite float
+};
 
-/// Where the values lie: that of the first one outside. A value at a limit is inside: the limit is
-/// taken for the number that the PLC keeps for it, as parseScaled() would write it. With a limit,
-/// an infinite float is Below or Above by its sign, and one that is no number is Above; what else
-/// is no number is Inside.
+/// Where the values lie, each of them judged. A value at a limit is inside: the limit is taken for
+/// the number that the PLC keeps for it, as parseScaled() would write it. An infinite float lies
+/// beyond the limit of its side; where there is none, it is NoNumber.
 VELKOR_HOST_EXPORT Limit limitOf(ValueType type, const Items& items, const Scaling& scaling,
                                  const Limits& limits);
 

@@ -99,7 +99,8 @@ private:
 /// Where a value of the tag lies, as limitOf() in scaled_value.h.
 VELKOR_HOST_EXPORT Limit limitOf(const Tag& tag, const Items& items);
 
-/// "low" or "high" when the value is Fresh and lies outside the tag's limits; else empty.
+/// "low", "high", "low and high" (of several values) or "no number" when the tag is Fresh and has
+/// limits, and a value of it does not lie between them, as limitOf() says; else empty.
 VELKOR_HOST_EXPORT QString limitMark(const Tag& tag, const TagStatus& status);
 
 /// "0 to 200 l", "at least 0 l"; empty when the tag has no limits.
