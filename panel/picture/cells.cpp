@@ -170,5 +170,23 @@ QString Grid::line(int y) const {
     return text;
 }
 
+QString sparkline(const QVector<double>& values, int width, bool unicode) {
+    const QString steps = unicode
+                              ? QStringLiteral("\u2581\u2582\u2583\u2584\u2585\u2586\u2587\u2588")
+                              : QStringLiteral("_.-:=+*#");
+    const QVector<double> shown = values.mid(std::max(0, static_cast<int>(values.size()) - width));
+    if (shown.isEmpty() || width < 1) {
+        return QString();
+    }
+    const double lowest = *std::min_element(shown.begin(), shown.end());
+    const double span = *std::max_element(shown.begin(), shown.end()) - lowest;
+    QString text;
+    for (const double value : shown) {
+        const double part = span > 0 ? (value - lowest) / span : 0;
+        text += steps.at(std::min(7, static_cast<int>(part * 8)));
+    }
+    return text;
+}
+
 } // namespace screen
 } // namespace panel

@@ -78,6 +78,10 @@ private:
     QVector<Cell> m_cells;
 };
 
+/// A small graph of the values, scaled from their smallest to their largest, at most `width` of the
+/// last ones. A steady value draws a low line.
+QString sparkline(const QVector<double>& values, int width, bool unicode);
+
 } // namespace screen
 } // namespace panel
 

@@ -118,5 +118,27 @@ QVector<Sample> History::last(int tag, int count) const {
     return result;
 }
 
+QVector<Column> columnsOf(const QVector<Sample>& samples, int count) {
+    QVector<Column> columns(count);
+    const qint64 size = samples.size();
+    for (int index = 0; index < count && size > 0; ++index) {
+        const qint64 from = index * size / count;
+        const qint64 end = std::max(from + 1, (index + 1) * size / count);
+        Column& column = columns[index];
+        for (qint64 at = from; at < end; ++at) {
+            const Sample& sample = samples.at(static_cast<int>(at));
+            column.gap = column.gap || sample.kind == Sample::Gap;
+            if (sample.kind == Sample::Value) {
+                const auto value = static_cast<double>(sample.value);
+                column.low = column.value ? std::min(column.low, value) : value;
+                column.high = column.value ? std::max(column.high, value) : value;
+                column.last = value;
+                column.value = true;
+            }
+        }
+    }
+    return columns;
+}
+
 } // namespace screen
 } // namespace panel

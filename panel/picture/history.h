@@ -25,6 +25,18 @@ struct Sample {
     float value = 0;
 };
 
+/// What one column of a chart shows: several moments, or a part of one.
+struct Column {
+    bool value = false; ///< `low` to `last` hold
+    bool gap = false;   ///< at some moment there was no fresh value
+    double low = 0;
+    double high = 0;
+    double last = 0;
+};
+
+/// The samples, the oldest first, laid out over so many columns.
+QVector<Column> columnsOf(const QVector<Sample>& samples, int count);
+
 class History {
 public:
     static const int SAMPLE_MS = 250;

@@ -11,10 +11,6 @@
 namespace panel {
 namespace screen {
 
-/// A small graph of the values, scaled from their smallest to their largest, at most `width` of the
-/// last ones. A steady value draws a low line.
-QString sparkline(const QVector<double>& values, int width, bool unicode);
-
 /// One word of what the reader must know of the value; empty: it is as it should be.
 QString stateWord(const TagNow& status);
 Ink stateInk(const TagNow& status);

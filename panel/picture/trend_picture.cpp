@@ -16,43 +16,12 @@ const int DOTS_DOWN = 4;
 const int MOST_STEPS = 20;
 const double FARTHEST = 4e38; // beyond every float; a range of doubles may be no double
 
-/// What one column shows of a tag.
-struct Column {
-    bool value = false; ///< `low` to `last` hold
-    bool gap = false;   ///< at some moment there was no fresh value
-    double low = 0;
-    double high = 0;
-    double last = 0;
-};
-
 struct Area {
     int x = 0;
     int y = 0;
     int width = 1;
     int height = 1;
 };
-
-QVector<Column> columnsOf(const QVector<Sample>& samples, int count) {
-    QVector<Column> columns(count);
-    const qint64 size = samples.size();
-    for (int index = 0; index < count && size > 0; ++index) {
-        const qint64 from = index * size / count;
-        const qint64 end = std::max(from + 1, (index + 1) * size / count);
-        Column& column = columns[index];
-        for (qint64 at = from; at < end; ++at) {
-            const Sample& sample = samples.at(static_cast<int>(at));
-            column.gap = column.gap || sample.kind == Sample::Gap;
-            if (sample.kind == Sample::Value) {
-                const auto value = static_cast<double>(sample.value);
-                column.low = column.value ? std::min(column.low, value) : value;
-                column.high = column.value ? std::max(column.high, value) : value;
-                column.last = value;
-                column.value = true;
-            }
-        }
-    }
-    return columns;
-}
 
 /// Of all values and limits; false when there are none.
 bool findRange(const QVector<TrendTag>& tags, double* low, double* high) {
