@@ -128,9 +128,14 @@ QString refusalReason(int endCode, const RequestEnd& end, const LineSettings& se
            QStringLiteral(" (%1)").arg(counted(end.tries, "try", "tries"));
 }
 
+/// What has got through matters of a write alone: a read changes nothing.
+bool nothingListens(const RequestEnd& end) {
+    return portIsClosed(end) || !end.write;
+}
+
 QString closedPortReason(const RequestEnd& end, const LineSettings& settings) {
     const QString told =
-        portIsClosed(end)
+        nothingListens(end)
             ? QStringLiteral("nothing listens on UDP port %1 of %2: that computer says \"port "
                              "unreachable\"")
             : QStringLiteral("nothing seems to listen on UDP port %1 of %2: that computer says "
@@ -211,11 +216,11 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
     if (nothingCouldBeSent(end)) {
         return cannotSendText(end) + QStringLiteral(", to ") + plc;
     }
-    if (portIsClosed(end)) {
-        return QStringLiteral("port unreachable: nothing listens on ") + plc;
-    }
-    if (portSeemsClosed(end)) {
-        return QStringLiteral("port unreachable: nothing seems to listen on ") + plc;
+    if (portIsClosed(end) || portSeemsClosed(end)) {
+        return (nothingListens(end)
+                    ? QStringLiteral("port unreachable: nothing listens on ")
+                    : QStringLiteral("port unreachable: nothing seems to listen on ")) +
+               plc;
     }
     if (answersStrangely(end)) {
         return QStringLiteral("wrong length: replies of %1 to %2").arg(plc, requestText(end));

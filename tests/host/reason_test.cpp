@@ -69,9 +69,20 @@ TEST(FailureReason, portUnreachable_isSaid) {
                     .contains("nothing listens on UDP port 9600 of 192.168.250.1"));
 }
 
-/// Of a write that is an unknown outcome: one of its frames may have got through.
-TEST(FailureReason, portUnreachableAtEachTryButOfAnEarlierFramePerhaps_isNotSaidForCertain) {
+TEST(FailureReason, portUnreachableAtEachTryOfAReadButOfAnEarlierFramePerhaps_isSaid) {
     RequestEnd settled = failedRead();
+    settled.refusedPort = 3;
+    settled.unreached = 0;
+    EXPECT_TRUE(failureReason(settled, settings()).contains("nothing listens on UDP port 9600"));
+    EXPECT_EQ(plain(shortReason(settled, settings())),
+              "port unreachable: nothing listens on 192.168.250.1:9600");
+}
+
+/// One of its frames may have got through, and its outcome is unknown.
+TEST(FailureReason,
+     portUnreachableAtEachTryOfAWriteButOfAnEarlierFramePerhaps_isNotSaidForCertain) {
+    RequestEnd settled = failedRead();
+    settled.write = true;
     settled.refusedPort = 3;
     settled.unreached = 2;
     EXPECT_FALSE(settled.surelyNotExecuted());
