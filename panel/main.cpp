@@ -2,11 +2,11 @@
 #include "panel/context/named_files.h"
 #include "panel/output/printable.h"
 #include "panel/output/standard_output.h"
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
 
 #include <QtCore/QCoreApplication>
 
-#include <cstdio>
+#include <unistd.h>
 
 namespace {
 
@@ -33,20 +33,26 @@ int runCommand(const panel::Context& context) {
     return panel::EXIT_WRONG_USAGE;
 }
 
-int run(QTextStream& out, QTextStream& err) {
+int run(panel::OutputStream& out, panel::OutputStream& err) {
     const panel::ParsedCommandLine parsed = panel::parseCommandLine(QCoreApplication::arguments());
     if (!parsed.text.isEmpty()) {
+        panel::releaseEndSignals();
         out << parsed.text;
         return panel::EXIT_DONE;
     }
     const QString wrong =
         parsed.error.isEmpty() ? panel::clashOfFiles(parsed.options) : parsed.error;
     if (!wrong.isEmpty()) {
+        panel::releaseEndSignals();
         err << "velkor-panel: " << panel::printableLines(wrong) << '\n';
         return panel::EXIT_WRONG_USAGE;
     }
     panel::DriverRegisters registers;
-    const QString unloadable = registers.load(parsed.options.library);
+    QString unloadable;
+    {
+        const panel::EndSignalsReleased released; // its file may lie on a network's disk
+        unloadable = registers.load(parsed.options.library);
+    }
     if (!unloadable.isEmpty()) {
         err << "velkor-panel: " << panel::printableLines(unloadable)
             << "; --library names its file\n";
@@ -61,8 +67,8 @@ int main(int argc, char** argv) {
     panel::holdEndSignals();
     panel::prepareStandardOutput();
     const QCoreApplication application(argc, argv);
-    QTextStream out(stdout);
-    QTextStream err(stderr);
+    panel::OutputStream out(STDOUT_FILENO);
+    panel::OutputStream err(STDERR_FILENO);
 #if QT_VERSION < QT_VERSION_CHECK(6, 0, 0)
     // As Qt 6 does by itself: units such as °C are not lost in the C locale.
     out.setCodec("UTF-8");

@@ -1,19 +1,45 @@
 #include "plc/output.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <unistd.h>
+
+#include "plc/output_wait.h"
 
 namespace plc {
 
+namespace {
+
+// Empty, or why not all of it could be written.
+QString writeAll(const QByteArray& bytes, int descriptor) {
+    const OutputWait wait;
+    const char* at = bytes.constData();
+    auto left = static_cast<std::size_t>(bytes.size());
+    while (left > 0) {
+        const ssize_t written = ::write(descriptor, at, left);
+        if (written >= 0) {
+            at += written;
+            left -= static_cast<std::size_t>(written);
+        } else if (errno == EINTR || errno == EAGAIN) {
+            if (OutputWait::isGivenUp()) {
+                return QStringLiteral("its reader has stopped reading");
+            }
+            if (errno == EAGAIN) { // who shares the descriptor wants it so
+                OutputWait::untilWritable(descriptor);
+            }
+        } else {
+            return QString::fromLocal8Bit(std::strerror(errno));
+        }
+    }
+    return QString();
+}
+
+} // namespace
+
 QString say(const QString& text) {
-    const QByteArray bytes = text.toLocal8Bit();
-    const bool written = std::fwrite(bytes.constData(), 1, static_cast<std::size_t>(bytes.size()),
-                                     stdout) == static_cast<std::size_t>(bytes.size()) &&
-                         std::fflush(stdout) == 0;
-    return written ? QString()
-                   : QStringLiteral("cannot write to the standard output: %1")
-                         .arg(QString::fromLocal8Bit(std::strerror(errno)));
+    const QString why = writeAll(text.toLocal8Bit(), STDOUT_FILENO);
+    return why.isEmpty() ? QString()
+                         : QStringLiteral("cannot write to the standard output: %1").arg(why);
 }
 
 void complain(const QStringList& lines) {
@@ -21,7 +47,8 @@ void complain(const QStringList& lines) {
     for (const QString& line : lines) {
         shown.append(printable(line));
     }
-    std::fprintf(stderr, "velkor-plc: %s\n", qPrintable(shown.join(QLatin1Char('\n'))));
+    const QString text = QStringLiteral("velkor-plc: ") + shown.join(QLatin1Char('\n'));
+    writeAll(text.toLocal8Bit() + '\n', STDERR_FILENO); // nobody is left to be told that it failed
 }
 
 QString printable(const QString& text) {

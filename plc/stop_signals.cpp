@@ -1,16 +1,26 @@
 #include "plc/stop_signals.h"
 
-#include <csignal>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "plc/output_wait.h"
+
 namespace plc {
 
+sigset_t stopSignals() {
+    sigset_t stops;
+    sigemptyset(&stops);
+    for (const int signal : {SIGTERM, SIGINT}) {
+        struct sigaction now = {};
+        if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler != SIG_IGN) {
+            sigaddset(&stops, signal);
+        }
+    }
+    return stops;
+}
+
 StopSignals::StopSignals(std::function<void()> onStop) : onStop_(std::move(onStop)) {
-    sigset_t awaited;
-    sigemptyset(&awaited);
-    sigaddset(&awaited, SIGTERM);
-    sigaddset(&awaited, SIGINT);
+    const sigset_t awaited = stopSignals();
     if (pthread_sigmask(SIG_BLOCK, &awaited, nullptr) != 0) {
         return;
     }
@@ -33,6 +43,7 @@ StopSignals::~StopSignals() {
 void StopSignals::take() {
     signalfd_siginfo info{};
     if (read(descriptor_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+        stopWaiting();
         onStop_();
     }
 }

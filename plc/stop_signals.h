@@ -3,10 +3,15 @@
 
 #include <QtCore/QSocketNotifier>
 
+#include <csignal>
 #include <functional>
 #include <memory>
 
 namespace plc {
+
+// SIGTERM and SIGINT, but for those that are ignored: who started the program so, as a shell does
+// with what it runs in the background, does not want them to end it.
+sigset_t stopSignals();
 
 // Make it before the first thread starts: the signals are blocked in this thread and in all that it
 // starts, and arrive here instead.

@@ -54,8 +54,10 @@ QString CaptureFile::File::open(const QString& path) {
     return m_fault;
 }
 
+/// Interrupted by the host: see open().
 QString CaptureFile::File::systemError() const {
-    return QString::fromLocal8Bit(std::strerror(errno));
+    return errno == EINTR ? QStringLiteral("its reader has stopped reading")
+                          : QString::fromLocal8Bit(std::strerror(errno));
 }
 
 /// The file is readable while it is being written, and a full disk is noticed at once: the

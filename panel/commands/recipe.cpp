@@ -5,7 +5,7 @@
 #include "panel/output/outcome_text.h"
 #include "panel/output/output.h"
 #include "panel/output/printable.h"
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
 
 #include <QtCore/QCoreApplication>
 

@@ -4,7 +4,7 @@
 #include "panel/context/tag_arguments.h"
 #include "panel/output/outcome_text.h"
 #include "panel/output/output.h"
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
 
 #include <QtCore/QCoreApplication>
 

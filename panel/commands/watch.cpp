@@ -3,9 +3,10 @@
 #include "panel/context/tag_arguments.h"
 #include "panel/output/outcome_text.h"
 #include "panel/output/standard_output.h"
+#include "panel/process/end_signals.h"
+#include "panel/process/output_wait.h"
 #include "panel/screen/screen.h"
 #include "panel/watch/change_lines.h"
-#include "panel/watch/end_signals.h"
 #include "panel/watch/screen_source.h"
 #include "panel/watch/watch_progress.h"
 
@@ -47,6 +48,15 @@ public:
     }
 
     int run() {
+        QTimer end;
+        if (m_context.options.seconds > 0) {
+            const int milliseconds =
+                static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9));
+            QObject::connect(&end, &QTimer::timeout, [this] { timeIsUp(); });
+            end.setSingleShot(true);
+            end.start(milliseconds);
+            endOutputIn(milliseconds);
+        }
         QString fault = m_tags.start(); // the screen asks for them as soon as it is open
         if (fault.isEmpty()) {
             fault = beginOutput();
@@ -54,12 +64,6 @@ public:
         if (!fault.isEmpty()) {
             m_screen.close();
             return m_context.fail(EXIT_WORK_FAILED, fault);
-        }
-        QTimer end;
-        if (m_context.options.seconds > 0) {
-            QObject::connect(&end, &QTimer::timeout, [this] { timeIsUp(); });
-            end.setSingleShot(true);
-            end.start(static_cast<int>(std::min(m_context.options.seconds * 1000, 2e9)));
         }
         QTimer check; // the reader may leave while there is nothing to print
         if (m_changes) {
@@ -69,8 +73,11 @@ public:
         int exitCode = QCoreApplication::exec();
         if (m_onScreen) {
             m_screen.close();
-            releaseEndSignals(); // what follows only prints
             printSummary();
+        }
+        if (outputGivenUp() == GivenUp::BySignal) {
+            m_context.out.forgive();
+            m_context.err.forgive();
         }
         if (tellUnsettled() && exitCode == EXIT_DONE) {
             return EXIT_WORK_FAILED;
@@ -86,17 +93,14 @@ private:
     QString beginOutput() {
         if (m_context.options.format == OutputFormat::Table && !m_context.options.trace &&
             screen::Screen::refusal().isEmpty()) {
-            m_screen.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
+            m_screen.onEnd = [this] { end(EXIT_DONE); };
             m_onScreen = m_screen.open().isEmpty();
         }
         if (m_onScreen) {
             return QString();
         }
-        m_signals.onEnd = [] { QCoreApplication::exit(EXIT_DONE); };
-        m_changes =
-            std::make_unique<ChangeLines>(m_context.out, m_context.options.format, m_tags, [this] {
-                return m_signals.waitUntilWritable(STDOUT_FILENO);
-            });
+        m_signals.onEnd = [this] { end(EXIT_DONE); };
+        m_changes = std::make_unique<ChangeLines>(m_context.out, m_context.options.format, m_tags);
         return m_signals.open();
     }
 
@@ -108,19 +112,28 @@ private:
         }
     }
 
+    /// Of what comes in one turn of the event loop the first counts.
+    void end(ExitCode code) {
+        if (!m_ended) {
+            m_ended = true;
+            QCoreApplication::exit(code);
+        }
+    }
+
+    /// A reader that was given up because of a signal is no failure: its end was wanted.
     void checkOutput() {
         if (!stillRead(m_context.out)) {
-            QCoreApplication::exit(EXIT_WORK_FAILED);
+            end(outputGivenUp() == GivenUp::BySignal ? EXIT_DONE : EXIT_WORK_FAILED);
         }
     }
 
     void scanEnded(int line) {
         m_progress.scanEnded(line);
         if (!m_lines.captureIsWhole()) {
-            QCoreApplication::exit(EXIT_WORK_FAILED);
+            end(EXIT_WORK_FAILED);
         }
         if (m_context.options.untilStable && m_progress.isStable()) {
-            QCoreApplication::exit(EXIT_DONE);
+            end(EXIT_DONE);
         }
     }
 
@@ -137,7 +150,7 @@ private:
     /// Done when what was asked for has been seen: every tag fresh, or nothing changing any more.
     void timeIsUp() {
         const bool done = m_tags.allFresh() && !m_context.options.untilStable;
-        QCoreApplication::exit(done ? EXIT_DONE : EXIT_WORK_FAILED);
+        end(done ? EXIT_DONE : EXIT_WORK_FAILED);
     }
 
     /// The table leaves nothing behind on the terminal.
@@ -196,6 +209,7 @@ private:
     EndSignals m_signals; ///< without a screen
     std::unique_ptr<ChangeLines> m_changes;
     WatchProgress m_progress;
+    bool m_ended = false;
 };
 
 } // namespace

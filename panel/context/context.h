@@ -6,6 +6,7 @@
 #include "panel/files/csv_reader.h"
 #include "panel/options/options.h"
 #include "panel/output/exit_code.h"
+#include "panel/output/output_stream.h"
 
 #include <velkor/host/registers.h>
 
@@ -14,8 +15,8 @@ namespace panel {
 struct Context {
     const Options& options;
     const DriverRegisters& registers;
-    QTextStream& out;
-    QTextStream& err;
+    OutputStream& out;
+    OutputStream& err;
 
     /// Says on standard error what is wrong and gives back the code.
     int fail(ExitCode code, const QString& text) const;

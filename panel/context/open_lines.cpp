@@ -1,7 +1,8 @@
 #include "panel/context/open_lines.h"
 
 #include "panel/files/file_access.h"
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
+#include "panel/process/output_wait.h"
 
 #include <QtNetwork/QHostInfo>
 
@@ -62,6 +63,27 @@ QString lookUp(const QString& host, Endpoint* plc) {
                                               : QStringLiteral("it has no IPv4 address"));
 }
 
+/// A capture that may have to wait for the reader of a pipe.
+class WaitingCapture : public FrameWitness {
+public:
+    explicit WaitingCapture(std::unique_ptr<FrameWitness> capture)
+        : m_capture(std::move(capture)) {}
+    void leaving() override { m_capture->leaving(); }
+    void sent(const QByteArray& frame, int attempt) override {
+        const OutputWait wait;
+        m_capture->sent(frame, attempt);
+    }
+    void received(const QByteArray& datagram, Verdict verdict) override {
+        const OutputWait wait;
+        m_capture->received(datagram, verdict);
+    }
+    void timedOut(const QByteArray& /*frame*/) override {} // of these a capture holds nothing
+    void portRefused() override {}
+
+private:
+    std::unique_ptr<FrameWitness> m_capture;
+};
+
 } // namespace
 
 const SettingNames& optionNames() {
@@ -95,13 +117,14 @@ int OpenLines::open() {
         return EXIT_DONE;
     }
     const EndSignalsReleased released; // a pipe waits for its reader
-    const QString unwritable = m_capture.open(m_context.options.capture);
+    const QString unwritable = m_capture->open(m_context.options.capture);
     if (!unwritable.isEmpty()) {
         return m_context.fail(EXIT_WORK_FAILED, unwritable);
     }
     for (PlcLine& opened : m_lines) {
         const Line& line = *opened.line;
-        opened.capture = m_capture.witness(line.localEndpoint(), line.settings().plc);
+        opened.capture = std::make_unique<WaitingCapture>(
+            m_capture->witness(line.localEndpoint(), line.settings().plc));
         opened.line->addWitness(opened.capture.get());
     }
     return EXIT_DONE;
@@ -135,10 +158,16 @@ int OpenLines::openLine(const PlcOption& plc) {
     return EXIT_DONE;
 }
 
+OpenLines::~OpenLines() {
+    const OutputWait wait; // closing writes what of the capture is left
+    m_lines.clear();
+    m_capture.reset();
+}
+
 int OpenLines::close(int exitCode) {
     m_lines.clear();
     const QString& capture = m_context.options.capture;
-    QString notWhole = m_capture.fault();
+    QString notWhole = m_capture->fault();
     if (notWhole.isEmpty() && !capture.isEmpty()) {
         notWhole = synchroniseFile(capture);
     }

@@ -28,12 +28,15 @@ public:
     /// Finds the PLCs' addresses and opens a line to each. On a fault `exitCode` is not EXIT_DONE
     /// and standard error has been told.
     explicit OpenLines(const Context& context);
+    ~OpenLines();
+    OpenLines(const OpenLines&) = delete;
+    OpenLines& operator=(const OpenLines&) = delete;
 
     int exitCode() const { return m_exitCode; }
     /// When all is done, with the command's exit code. If the capture could not be written whole,
     /// standard error is told, and what would have been EXIT_DONE is EXIT_WORK_FAILED.
     int close(int exitCode);
-    bool captureIsWhole() const { return m_capture.fault().isEmpty(); }
+    bool captureIsWhole() const { return m_capture->fault().isEmpty(); }
 
     int size() const { return static_cast<int>(m_lines.size()); }
     PlcLine& at(int index) { return m_lines[static_cast<std::size_t>(index)]; }
@@ -47,7 +50,7 @@ private:
 
     const Context& m_context;
     int m_exitCode = EXIT_DONE;
-    CaptureFile m_capture;
+    std::unique_ptr<CaptureFile> m_capture = std::make_unique<CaptureFile>();
     std::vector<PlcLine> m_lines;
 };
 

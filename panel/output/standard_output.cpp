@@ -2,8 +2,6 @@
 
 #include "panel/output/exit_code.h"
 
-#include <QtCore/QIODevice>
-
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
@@ -33,23 +31,22 @@ void prepareStandardOutput() {
     pipeSignalIgnored = std::signal(SIGPIPE, SIG_IGN) == SIG_IGN;
 }
 
-bool stillRead(QTextStream& out) {
+bool stillRead(OutputStream& out) {
     if (readerGone()) {
         out.setStatus(QTextStream::WriteFailed);
     }
     return out.status() == QTextStream::Ok;
 }
 
-int finishOutput(QTextStream& out, QTextStream& err, int exitCode) {
-    out.flush();
-    err.flush();
+int finishOutput(OutputStream& out, OutputStream& err, int exitCode) {
+    out.finish();
+    err.finish();
     if (out.status() == QTextStream::Ok) {
         // A trace was asked for, and what else is said there matters too. Nobody can be told.
         const bool lost = err.status() != QTextStream::Ok;
         return lost && exitCode == EXIT_DONE ? int(EXIT_WORK_FAILED) : exitCode;
     }
     if (readerGone() && !pipeSignalIgnored) {
-        err.flush();
         std::signal(SIGPIPE, SIG_DFL);
         std::raise(SIGPIPE);
     }

@@ -4,7 +4,7 @@
 /// Standard output that may be lost before the work is done: a pipe whose reader has gone, a full
 /// disk. The one mark of it is a status of the stream that is not Ok.
 
-#include <QtCore/QTextStream>
+#include "panel/output/output_stream.h"
 
 namespace panel {
 
@@ -16,13 +16,13 @@ void prepareStandardOutput();
 
 /// Does what is written to `out`, which is standard output, still arrive? Marks it as lost when the
 /// pipe's reader has gone, which is told also when nothing is being written.
-bool stillRead(QTextStream& out);
+bool stillRead(OutputStream& out);
 
 /// The last word of main(): gives back the exit code, or 1 with a message on `err` when output was
 /// lost, and 1 without one when what was said on `err`, standard error, was lost. When the pipe's
 /// reader has gone it does not return: the program ends as other programs do then, by SIGPIPE
 /// without a message, unless it was started with that signal ignored.
-int finishOutput(QTextStream& out, QTextStream& err, int exitCode);
+int finishOutput(OutputStream& out, OutputStream& err, int exitCode);
 
 } // namespace panel
 

@@ -1,5 +1,7 @@
 #include "panel/screen/curses_terminal.h"
 
+#include "panel/process/output_wait.h"
+
 #include <algorithm>
 #include <clocale>
 #include <csignal>
@@ -163,6 +165,7 @@ QString CursesTerminal::open() {
     if (!wrong.isEmpty()) {
         return wrong;
     }
+    const OutputWait wait(OutputWait::DropsTerminal);
     // At a SIGTSTP ncurses would stop the program, and the polling with it.
     m_stopBefore = std::signal(SIGTSTP, SIG_IGN);
     termios before = {};
@@ -193,6 +196,7 @@ void CursesTerminal::close() {
     if (!m_open) {
         return;
     }
+    const OutputWait wait(OutputWait::DropsTerminal);
     m_open = false;
     if (!isReady()) {
         tcflush(STDOUT_FILENO, TCOFLUSH); // else the end would wait for who does not read
@@ -298,6 +302,7 @@ void CursesTerminal::show(const Grid& grid) {
             mvadd_wch(y, x, &character);
         }
     }
+    const OutputWait wait(OutputWait::DropsTerminal);
     curs_set(grid.cursorX >= 0 ? 1 : 0);
     move(std::max(0, grid.cursorY), std::max(0, grid.cursorX));
     refresh();

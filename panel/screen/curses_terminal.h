@@ -40,7 +40,7 @@ public:
 
     /// It has been closed, or does not take output any more.
     bool isGone() const;
-    /// It takes output now; else show() would wait until it does.
+    /// It takes output now; else show() would wait until it does, or until the program is to end.
     bool isReady() const;
 
 private:

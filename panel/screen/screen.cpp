@@ -1,5 +1,8 @@
 #include "panel/screen/screen.h"
 
+#include "panel/process/end_signals.h"
+#include "panel/process/output_wait.h"
+
 #include <cerrno>
 #include <cstring>
 #include <sys/signalfd.h>
@@ -80,11 +83,8 @@ void Screen::warn(const QString& text) {
 /// As calls from the event loop: a handler of the usual kind could not give the terminal back. The
 /// result is empty, or says why not; then nobody would see a signal that is held.
 QString Screen::takeSignals() {
-    sigset_t wanted;
-    sigemptyset(&wanted);
-    for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP, SIGWINCH}) {
-        sigaddset(&wanted, signal);
-    }
+    sigset_t wanted = endSignals();
+    sigaddset(&wanted, SIGWINCH);
     m_signals = signalfd(-1, &wanted, SFD_CLOEXEC | SFD_NONBLOCK);
     if (m_signals < 0) {
         return QStringLiteral("cannot receive signals: ") +
@@ -119,6 +119,7 @@ void Screen::readSignals() {
         }
     }
     if (ends) {
+        endOutput();
         end();
     }
 }

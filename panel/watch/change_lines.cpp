@@ -4,9 +4,8 @@
 
 namespace panel {
 
-ChangeLines::ChangeLines(QTextStream& out, OutputFormat format, const WatchedTags& tags,
-                         const std::function<bool()>& ready)
-    : m_out(out), m_format(format), m_tags(tags), m_ready(ready), m_printed(tags.size()) {
+ChangeLines::ChangeLines(QTextStream& out, OutputFormat format, const WatchedTags& tags)
+    : m_out(out), m_format(format), m_tags(tags), m_printed(tags.size()) {
     m_columns =
         QStringList{QStringLiteral("time"),   QStringLiteral("name"), QStringLiteral("address"),
                     QStringLiteral("value"),  QStringLiteral("unit"), QStringLiteral("state"),
@@ -62,17 +61,9 @@ bool ChangeLines::print(const QVector<int>& changed) {
         last.items = status.lastRead();
         text += recordLine(m_format, m_columns, record(index)) + QLatin1Char('\n');
     }
-    write(text);
+    m_out << text;
+    m_out.flush();
     return !text.isEmpty();
-}
-
-/// Page by page: where nobody reads for a while, more would wait with no ear for signals.
-void ChangeLines::write(const QString& text) {
-    const int A_PAGE = 1000; // characters: of four bytes at most
-    for (int at = 0; at < text.size() && m_ready(); at += A_PAGE) {
-        m_out << text.mid(at, A_PAGE);
-        m_out.flush();
-    }
 }
 
 } // namespace panel

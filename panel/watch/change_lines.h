@@ -10,10 +10,8 @@ namespace panel {
 
 class ChangeLines {
 public:
-    /// Prints the header, if the format has one. `out` and `tags` are borrowed. `ready` waits until
-    /// a page can be printed without waiting; when it says false, nothing more is.
-    ChangeLines(QTextStream& out, OutputFormat format, const WatchedTags& tags,
-                const std::function<bool()>& ready);
+    /// Prints the header, if the format has one. `out` and `tags` are borrowed.
+    ChangeLines(QTextStream& out, OutputFormat format, const WatchedTags& tags);
 
     /// Prints those of `changed` that look different from what was printed last. True: there were
     /// some. What could not be written shows in the stream's status.
@@ -27,12 +25,10 @@ private:
     };
 
     Record record(int index) const;
-    void write(const QString& text);
 
     QTextStream& m_out;
     const OutputFormat m_format;
     const WatchedTags& m_tags;
-    const std::function<bool()> m_ready;
     QStringList m_columns;
     QVector<Printed> m_printed;
 };

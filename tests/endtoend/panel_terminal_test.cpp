@@ -1,11 +1,13 @@
 // velkor-panel's live table on a pseudo terminal.
 
 #include "endtoend/programs.h"
+#include "support/stuck_pipe.h"
 #include "support/terminal_program.h"
 
 #include <QtCore/QRegularExpression>
 
 #include <csignal>
+#include <poll.h>
 #include <sys/wait.h>
 
 namespace {
@@ -42,6 +44,33 @@ protected:
                         .match(screen().lines().first())
                         .hasMatch())
             << plain(screen().lines().join('\n'));
+        EXPECT_EQ(modes().c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
+                  static_cast<tcflag_t>(ICANON | ECHO));
+    }
+
+    /// Starts a watch that fills a page, has it draw and reads nothing of that until it waits for
+    /// room.
+    void watchUnread(QStringList arguments) {
+        for (int word = 0; word < 20; ++word) {
+            arguments.append(QString("DM:%1").arg(word));
+        }
+        watch(arguments);
+        ASSERT_TRUE(shows("last end code"));
+        bool stuck = false;
+        for (int drawn = 1; drawn < 1000 && !stuck; ++drawn) {
+            type("\x0c");
+            ::poll(nullptr, 0, 10); // more at once would be drawn once
+            stuck = isStuck(pid(), device());
+            if (drawn % 30 == 0 && !stuck) {
+                readSome(); // a terminal without any room at all is not drawn on
+            }
+        }
+        ASSERT_TRUE(stuck);
+    }
+
+    void expectEndedUnread(int code) {
+        const int status = waitForEndUnread();
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : -1, code);
         EXPECT_EQ(modes().c_lflag & static_cast<tcflag_t>(ICANON | ECHO),
                   static_cast<tcflag_t>(ICANON | ECHO));
     }
@@ -211,6 +240,32 @@ TEST_F(PanelTerminal, watch_scaledTag_isShownAndWrittenInItsUnit) {
     EXPECT_TRUE(panel({"read", "DM", "7", "--format", "csv"}).out.endsWith("DM,7,706\n"));
     type("\r!\r"); // what was refused is there again
     EXPECT_TRUE(shows("190.0 l"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
+TEST_F(PanelTerminal, watch_terminalThatNobodyReads_isEndedBySigterm) {
+    startPlc();
+    watchUnread({});
+    ASSERT_TRUE(sendSignal(SIGTERM));
+    expectEndedUnread(0);
+}
+
+/// What it says at its end is lost.
+TEST_F(PanelTerminal, watchWithSeconds_terminalThatNobodyReads_ends) {
+    startPlc();
+    watchUnread({"--seconds", "6"});
+    expectEndedUnread(1);
+}
+
+TEST_F(PanelTerminal, watchStartedWithTheSignalIgnored_goesOn) {
+    startPlc();
+    start({"/bin/sh", "-c", "trap '' INT; exec \"$@\"", "sh", VELKOR_PANEL_PROGRAM, "--plc",
+           plcAddress().toUtf8(), "watch", "DM:5"});
+    ASSERT_TRUE(shows("last end code"));
+    ASSERT_TRUE(sendSignal(SIGINT));
+    EXPECT_EQ(panel({"write", "DM", "5", "4711"}).exitCode, 0);
+    EXPECT_TRUE(shows("4711"));
     type("q");
     EXPECT_EQ(exitCode(), 0);
 }

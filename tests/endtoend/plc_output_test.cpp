@@ -1,5 +1,6 @@
 // velkor-plc where it cannot say what it has to say, or lacks what it needs to work.
 #include "endtoend/plc_program.h"
+#include "support/stuck_pipe.h"
 
 #include <QtCore/QTemporaryDir>
 
@@ -76,6 +77,53 @@ TEST_F(PlcOutput, trace_thatNobodyReads_endsItInOrder) {
     expectEnd(1);
     EXPECT_EQ(complaint().count(latin("cannot write to the standard output: Broken pipe")), 1);
     EXPECT_TRUE(contentOf(image_).contains("DM 0: 1234"));
+}
+
+TEST_F(PlcOutput, listeningLine_thatIsNotTaken_sigtermEndsIt) {
+    const StuckPipe pipe(folder_.filePath(latin("pipe")), StuckPipe::Full);
+    startThrough(qPrintable(latin("exec \"$@\" >'%1'").arg(pipe.path())));
+    start({latin("--listen"), latin("127.0.0.1:0")});
+    ASSERT_TRUE(waitUntilStuck(process_.processId(), pipe.path()));
+    stop(SIGTERM);
+    expectEnd(1);
+    EXPECT_TRUE(complaint().contains(
+        latin("cannot write to the standard output: its reader has stopped reading")));
+}
+
+TEST_F(PlcOutput, trace_thatIsNotTaken_sigtermEndsItAndTheImageIsSaved) {
+    const StuckPipe pipe(folder_.filePath(latin("pipe")), StuckPipe::Empty);
+    startThrough(qPrintable(latin("exec \"$@\" >'%1'").arg(pipe.path())));
+    start({latin("--listen"), latin("127.0.0.1:0"), latin("--trace"), latin("--image"), image_});
+    QByteArray line;
+    QElapsedTimer timer;
+    timer.start();
+    while (!line.endsWith('\n') && timer.elapsed() < kPatienceMs) {
+        process_.waitForFinished(5); // it goes on; what comes is looked for again
+        line += pipe.take();
+    }
+    meet(QString::fromLatin1(line).trimmed());
+    for (int i = 0; i < 60; ++i) { // more than a page of lines
+        send("01 0102 82000000 0001 1234");
+    }
+    ASSERT_TRUE(waitUntilStuck(process_.processId(), pipe.path()));
+    stop(SIGTERM);
+    expectEnd(1);
+    EXPECT_TRUE(complaint().contains(
+        latin("cannot write to the standard output: its reader has stopped reading")));
+    EXPECT_TRUE(contentOf(image_).contains("DM 0: 1234"));
+    EXPECT_TRUE(pipe.take().endsWith('\n'));
+}
+
+TEST_F(PlcOutput, interruptIgnoredAtTheStart_isNoEnd) {
+    startThrough("trap '' INT; exec \"$@\"");
+    serve();
+    ASSERT_TRUE(signalProcess(process_.processId(), SIGINT));
+    send("01 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    send("02 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "02 01 02 00 00");
+    stop(SIGTERM);
+    expectEnd(0);
 }
 
 TEST_F(PlcOutput, wrongArguments_areToldWithoutTheirControlCharacters) {

@@ -1,4 +1,4 @@
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
 
 #include <gtest/gtest.h>
 
@@ -58,6 +58,14 @@ TEST_F(EndSignalMask, releaseEndSignals_heldWhenTheProcessBegan_staysHeld) {
     releaseEndSignals();
     EXPECT_TRUE(isHeld(SIGHUP));
     EXPECT_FALSE(isHeld(SIGTERM));
+}
+
+TEST_F(EndSignalMask, holdEndSignals_ignoredWhenTheProcessBegan_staysIgnored) {
+    const auto before = std::signal(SIGHUP, SIG_IGN);
+    holdEndSignals();
+    EXPECT_FALSE(isHeld(SIGHUP)); // held, it would be taken
+    EXPECT_TRUE(isHeld(SIGTERM));
+    std::signal(SIGHUP, before);
 }
 
 TEST_F(EndSignalMask, endSignalsReleased_untilItsEnd_releasesThem) {

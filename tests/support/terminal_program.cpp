@@ -103,7 +103,6 @@ bool TerminalProgram::hides(const QString& text) {
     return waitUntil([&] { return m_screen.find(text) < 0; });
 }
 
-/// False when the program has closed the terminal.
 bool TerminalProgram::readSome() {
     pollfd wait = {m_terminal, POLLIN, 0};
     if (::poll(&wait, 1, 100) <= 0) {
@@ -155,6 +154,24 @@ int TerminalProgram::waitForEnd() {
         }
     }
     return -1;
+}
+
+int TerminalProgram::waitForEndUnread() {
+    QElapsedTimer timer;
+    timer.start();
+    int status = 0;
+    while (timer.elapsed() < TERMINAL_PATIENCE_MS) {
+        if (waitpid(m_pid, &status, WNOHANG) == m_pid) {
+            m_pid = -1;
+            return status;
+        }
+        ::poll(nullptr, 0, 10);
+    }
+    return -1;
+}
+
+QString TerminalProgram::device() const {
+    return QString::fromLocal8Bit(ptsname(m_terminal));
 }
 
 termios TerminalProgram::modes() const {

@@ -38,6 +38,9 @@ public:
     bool shows(const QString& text);
     bool hides(const QString& text);
 
+    /// Reads what is there, a page at most, or waits a moment for it. False when the program has
+    /// closed the terminal.
+    bool readSome();
     void type(const char* keys);
     /// As a window does.
     void resize(int width, int height);
@@ -47,6 +50,11 @@ public:
     bool sendSignal(int signal) const;
     /// How waitpid() tells the end, once all that was written has been read; -1: no end.
     int waitForEnd();
+    /// The same, but nothing that it writes is read.
+    int waitForEndUnread();
+    /// Its end of the terminal, for isStuck(), and its id.
+    QString device() const;
+    qint64 pid() const { return m_pid; }
 
     TerminalEmulator& screen() { return m_screen; }
     /// All that it wrote, before the screen has broken it into lines.
@@ -56,8 +64,6 @@ public:
     termios modes() const;
 
 private:
-    bool readSome();
-
     const int m_width;
     const int m_height;
     pid_t m_pid = -1;

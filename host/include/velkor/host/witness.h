@@ -89,6 +89,10 @@ public:
     CaptureFile& operator=(const CaptureFile&) = delete;
 
     /// Begins the file anew. The result is empty or says why it cannot be written.
+    ///
+    /// A named pipe waits for its reader, here and whenever it is full. A host that must not wait
+    /// for ever interrupts the wait by a signal whose handler lets no call go on (no SA_RESTART):
+    /// the capture has a fault then.
     QString open(const QString& path);
 
     /// For one line, between these two addresses (see Line::localEndpoint()); the host owns it. It

@@ -1,9 +1,10 @@
-#include "panel/watch/end_signals.h"
+#include "panel/process/end_signals.h"
+
+#include "panel/process/output_wait.h"
 
 #include <cerrno>
 #include <cstring>
 
-#include <poll.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -13,17 +14,25 @@ namespace {
 /// What the process was started with, before holdEndSignals(); zero is the empty set.
 sigset_t heldBefore;
 
+bool isIgnored(int signal) {
+    struct sigaction now = {};
+    return sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
+} // namespace
+
 sigset_t endSignals() {
     sigset_t wanted;
     sigemptyset(&wanted);
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
-        sigaddset(&wanted, signal);
+        if (!isIgnored(signal)) {
+            sigaddset(&wanted, signal);
+        }
     }
     return wanted;
 }
 
-/// Without those that whoever started the process wanted held.
-sigset_t releasable() {
+sigset_t releasableEndSignals() {
     sigset_t releasing = endSignals();
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
         if (sigismember(&heldBefore, signal) == 1) {
@@ -33,20 +42,18 @@ sigset_t releasable() {
     return releasing;
 }
 
-} // namespace
-
 void holdEndSignals() {
     const sigset_t wanted = endSignals();
     pthread_sigmask(SIG_BLOCK, &wanted, &heldBefore);
 }
 
 void releaseEndSignals() {
-    const sigset_t releasing = releasable();
+    const sigset_t releasing = releasableEndSignals();
     pthread_sigmask(SIG_UNBLOCK, &releasing, nullptr);
 }
 
 EndSignalsReleased::EndSignalsReleased() {
-    const sigset_t releasing = releasable();
+    const sigset_t releasing = releasableEndSignals();
     pthread_sigmask(SIG_UNBLOCK, &releasing, &m_before);
 }
 
@@ -66,19 +73,13 @@ QString EndSignals::open() {
     QObject::connect(m_notifier.get(), &QSocketNotifier::activated, m_notifier.get(), [this] {
         signalfd_siginfo info = {};
         while (::read(m_descriptor, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
+            endOutput();
             if (onEnd) {
                 onEnd();
             }
         }
     });
     return QString();
-}
-
-bool EndSignals::waitUntilWritable(int descriptor) const {
-    pollfd both[] = {{descriptor, POLLOUT, 0}, {m_descriptor, POLLIN, 0}};
-    while (::poll(both, 2, -1) < 0 && errno == EINTR) {
-    }
-    return both[0].revents != 0 || both[1].revents == 0;
 }
 
 EndSignals::~EndSignals() {

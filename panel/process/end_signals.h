@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_WATCH_END_SIGNALS_H
-#define VELKOR_PANEL_WATCH_END_SIGNALS_H
+#ifndef VELKOR_PANEL_PROCESS_END_SIGNALS_H
+#define VELKOR_PANEL_PROCESS_END_SIGNALS_H
 
 /// SIGINT, SIGTERM, SIGQUIT and SIGHUP as calls from the event loop.
 
@@ -12,12 +12,18 @@
 
 namespace panel {
 
+/// Those of them that end the process. One that is ignored does not: whoever started it so, as
+/// nohup and a shell's background do, wants it to live on.
+sigset_t endSignals();
+
 /// Keeps these signals from ending the process at once, in this thread and in every one that it
 /// begins after this. Before anything else in main: libraries begin threads of their own, and a
 /// signal goes to any thread that does not hold it.
 void holdEndSignals();
 /// The opposite, for a command that is ended by them. What was held when the process began stays.
 void releaseEndSignals();
+/// Those that releaseEndSignals() releases.
+sigset_t releasableEndSignals();
 
 /// While it lives, its thread is ended by them as after releaseEndSignals(): for what may take long
 /// and begins no thread.
@@ -42,11 +48,8 @@ public:
     /// The result is empty, or says why signals could not be waited for; then nothing is held that
     /// was not held before.
     QString open();
+    /// Called for each signal; output is waited for no longer than endOutput() says then.
     std::function<void()> onEnd;
-
-    /// Waits until `descriptor` takes something more, a page of a pipe at least, or would fail at
-    /// once. False: one of the signals has come before that; onEnd is called all the same.
-    bool waitUntilWritable(int descriptor) const;
 
 private:
     int m_descriptor = -1;
