@@ -1,7 +1,7 @@
 /// How long 1,000 scattered tags take, read in merged blocks by a line, and one by one by the same
 /// line, from a simulated PLC that takes 5 ms for a reply. See tools/wire.sh.
 
-#include "plc_process.h"
+#include "support/plc_process.h"
 #include "wire_clients.h"
 
 #include <velkor/host/line.h>
@@ -74,9 +74,9 @@ int main(int argc, char** argv) {
         return WRONG_USAGE;
     }
     dropDebugLines();
-    const PlcProcess plc(QString::fromLocal8Bit(argv[2]),
-                         {QStringLiteral("--faults"), QStringLiteral("delay 1-1000000 by 5ms")});
-    require(plc.fault());
+    PlcProcess plc;
+    require(plc.start(QString::fromLocal8Bit(argv[2]),
+                      {QStringLiteral("--faults"), QStringLiteral("delay 1-1000000 by 5ms")}));
     velkor_host::LineSettings settings;
     settings.plc = {QHostAddress(QHostAddress::LocalHost), plc.port()};
     settings.driverFile = QString::fromLocal8Bit(argv[1]);

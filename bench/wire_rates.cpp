@@ -3,7 +3,7 @@
 /// tools/wire.sh.
 
 #include "echo_server.h"
-#include "plc_process.h"
+#include "support/plc_process.h"
 #include "wire_clients.h"
 
 #include <QtCore/QCoreApplication>
@@ -109,9 +109,10 @@ int main(int argc, char** argv) {
         return WRONG_USAGE;
     }
     dropDebugLines();
-    const PlcProcess plc(QString::fromLocal8Bit(argv[2]));
-    if (!plc.fault().isEmpty()) {
-        std::fprintf(stderr, "wire_rates: %s\n", qPrintable(plc.fault()));
+    PlcProcess plc;
+    const QString fault = plc.start(QString::fromLocal8Bit(argv[2]), QStringList());
+    if (!fault.isEmpty()) {
+        std::fprintf(stderr, "wire_rates: %s\n", qPrintable(fault));
         return FAILED;
     }
     Measurement measurement(argv[1], plc.port());

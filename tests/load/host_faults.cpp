@@ -2,9 +2,9 @@
 // simulated PLC has executed and holds. Meanwhile two pages of tags are polled in turn, and no
 // value may be shown that the PLC cannot have had.
 
-#include "load/plc_process.h"
 #include "load/random_writes.h"
 #include "load/write_ledger.h"
+#include "support/plc_process.h"
 
 #include "plc/image.h"
 

@@ -2,8 +2,8 @@
 // line cost? Prints a table; exit code 1 when a tag was not fresh, a write was not taken, or the
 // load was not there: too few scans, or too old a value.
 
-#include "load/plc_process.h"
 #include "load/process_cost.h"
+#include "support/plc_process.h"
 
 #include <velkor/host/line.h>
 

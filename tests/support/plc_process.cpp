@@ -1,4 +1,4 @@
-#include "load/plc_process.h"
+#include "support/plc_process.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>

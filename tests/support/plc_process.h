@@ -1,5 +1,5 @@
-#ifndef VELKOR_TESTS_LOAD_PLC_PROCESS_H
-#define VELKOR_TESTS_LOAD_PLC_PROCESS_H
+#ifndef VELKOR_TESTS_SUPPORT_PLC_PROCESS_H
+#define VELKOR_TESTS_SUPPORT_PLC_PROCESS_H
 
 /// velkor-plc as a program of its own, on a loopback port of the kernel's choice. It ends with this
 /// object, and with the program that made it however that ends.
