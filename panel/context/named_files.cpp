@@ -2,6 +2,8 @@
 
 #include "panel/files/file_access.h"
 
+#include <unistd.h>
+
 namespace panel {
 namespace {
 
@@ -33,6 +35,20 @@ QVector<NamedFile> namedFiles(const Options& options) {
     return files;
 }
 
+/// The shell may have opened the capture's file for what is printed. Values may go there: then they
+/// are printed.
+QString clashWithOutput(const Options& options) {
+    const QString one = QStringLiteral("--pcap \"%1\" and %2 are one file; right are two");
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        if (!options.capture.isEmpty() && isOpenFile(options.capture, descriptor)) {
+            return one.arg(options.capture, descriptor == STDOUT_FILENO
+                                                ? QStringLiteral("standard output")
+                                                : QStringLiteral("standard error"));
+        }
+    }
+    return QString();
+}
+
 } // namespace
 
 bool namesFile(const QString& argument) {
@@ -52,7 +68,7 @@ QString clashOfFiles(const Options& options) {
             }
         }
     }
-    return QString();
+    return clashWithOutput(options);
 }
 
 } // namespace panel

@@ -80,6 +80,12 @@ QString cannotRead(const QString& path, const QString& fault) {
     return QStringLiteral("cannot read %1: %2").arg(path, fault);
 }
 
+bool isOpenAs(const QString& path, const struct stat& open) {
+    struct stat named = {};
+    return ::stat(QFile::encodeName(path).constData(), &named) == 0 &&
+           named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
 } // namespace
 
 QString readFile(const QString& path, QByteArray* bytes) {
@@ -140,12 +146,14 @@ bool isSameFile(const QString& one, const QString& other) {
     return firstThere == secondThere && placeOf(one) == placeOf(other);
 }
 
+bool isOpenFile(const QString& path, int descriptor) {
+    struct stat open = {};
+    return ::fstat(descriptor, &open) == 0 && S_ISREG(open.st_mode) && isOpenAs(path, open);
+}
+
 bool isStandardOutput(const QString& path) {
-    struct stat named = {};
     struct stat output = {};
-    return ::stat(QFile::encodeName(path).constData(), &named) == 0 &&
-           ::fstat(STDOUT_FILENO, &output) == 0 && named.st_dev == output.st_dev &&
-           named.st_ino == output.st_ino;
+    return ::fstat(STDOUT_FILENO, &output) == 0 && isOpenAs(path, output);
 }
 
 } // namespace panel

@@ -30,6 +30,9 @@ QString synchroniseFile(const QString& path);
 /// yet? False for what is no file, such as a device.
 bool isSameFile(const QString& one, const QString& other);
 
+/// Is that the file, and no device or pipe, into which an open descriptor leads?
+bool isOpenFile(const QString& path, int descriptor);
+
 /// Is that path another name of standard output, such as /dev/stdout?
 bool isStandardOutput(const QString& path);
 

@@ -144,6 +144,22 @@ TEST_F(PanelOutputEnd, everyCommand_intoAFullDisk_isNoSuccess) {
     }
 }
 
+/// Each would write over the other.
+TEST_F(PanelOutputEnd, captureIntoTheFileOfAnOutput_isWrongUsage) {
+    startPlc();
+    for (const char* output : {">", "2>"}) {
+        for (const QString& capture :
+             {path("both"), QString(*output == '2' ? "/dev/stderr" : "/dev/stdout")}) {
+            const Ended ended =
+                panelInShell("", {"--pcap", capture, "read", "DM", "5"},
+                             output + ("'" + path("both") + "'; echo \"exit code $?\""));
+            EXPECT_EQ(plain(ended.out), "exit code 2\n") << output << plain(capture);
+        }
+    }
+    EXPECT_EQ(panel({"--pcap", path("both"), "read", "DM", "5"}).exitCode, 0);
+    EXPECT_EQ(panel({"--pcap", "/dev/null", "read", "DM", "5"}).exitCode, 0);
+}
+
 /// The next file or socket to be opened would get the number of standard output, and what is
 /// printed.
 TEST_F(PanelOutputEnd, outputClosed_isNoSuccessAndThePlcIsNotSentTheOutput) {
