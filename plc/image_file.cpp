@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "plc/image.h"
@@ -22,6 +23,21 @@ QString cannotRead(const QString& file, const QString& why) {
 
 QString cannotSave(const QString& file, const QString& why) {
     return QStringLiteral("cannot save the image %1: %2").arg(file, why);
+}
+
+bool isOutput(const QString& file) {
+    struct stat named = {};
+    if (::stat(QFile::encodeName(file).constData(), &named) != 0) {
+        return false;
+    }
+    for (const int descriptor : {STDOUT_FILENO, STDERR_FILENO}) {
+        struct stat output = {};
+        if (fstat(descriptor, &output) == 0 && S_ISREG(output.st_mode) &&
+            output.st_dev == named.st_dev && output.st_ino == named.st_ino) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // Empty, or why `out` cannot become the new image.
@@ -53,6 +69,10 @@ QString write(const QByteArray& text, QSaveFile& out) {
 } // namespace
 
 QString checkImageFile(const QString& file) {
+    if (isOutput(file)) {
+        return cannotSave(file, QStringLiteral("the standard output or error is directed into it; "
+                                               "--image takes a file of its own"));
+    }
     QSaveFile trial(file); // without commit() it leaves nothing behind
     return openFor(file, trial);
 }

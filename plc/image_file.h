@@ -8,8 +8,9 @@
 namespace plc {
 
 // Empty, or why the memory could not be saved there at the end: what the name stands for is no
-// regular file (a device, a FIFO or a folder would be replaced by one), or no file can be made in
-// its folder. Changes nothing.
+// regular file (a device, a FIFO or a folder would be replaced by one), it is the file of the
+// standard output or error, which would lose what is said, or no file can be made in its folder.
+// Changes nothing.
 QString checkImageFile(const QString& file);
 
 // Empty, or what is wrong: "FILE:LINE: ..." for its content. The file must exist and is read up to

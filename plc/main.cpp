@@ -66,7 +66,7 @@ int serve(const plc::Settings& settings) {
     }
     const plc::StopSignals stopSignals([] { QCoreApplication::quit(); });
     if (stopSignals.failed()) {
-        return outcome(QStringLiteral("cannot receive SIGTERM and SIGINT"));
+        return outcome(QStringLiteral("cannot receive SIGTERM, SIGINT and SIGHUP"));
     }
     error = server.listen();
     if (error.isEmpty()) {

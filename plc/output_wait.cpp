@@ -48,18 +48,6 @@ bool isPast(const timespec& since) {
            kGraceMs;
 }
 
-bool stopSignalWaits() {
-    sigset_t pending;
-    const sigset_t stops = stopSignals();
-    sigpending(&pending);
-    for (const int signal : {SIGTERM, SIGINT}) {
-        if (sigismember(&pending, signal) == 1 && sigismember(&stops, signal) == 1) {
-            return true;
-        }
-    }
-    return false;
-}
-
 void tick(int signal);
 
 void setHandler(bool writesGoOn) {

@@ -1,5 +1,6 @@
 #include "plc/stop_signals.h"
 
+#include <array>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -7,16 +8,34 @@
 
 namespace plc {
 
+namespace {
+
+constexpr std::array<int, 3> kStopSignals = {SIGTERM, SIGINT, SIGHUP};
+
+} // namespace
+
 sigset_t stopSignals() {
     sigset_t stops;
     sigemptyset(&stops);
-    for (const int signal : {SIGTERM, SIGINT}) {
+    for (const int signal : kStopSignals) {
         struct sigaction now = {};
         if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler != SIG_IGN) {
             sigaddset(&stops, signal);
         }
     }
     return stops;
+}
+
+bool stopSignalWaits() {
+    const sigset_t stops = stopSignals();
+    sigset_t pending;
+    sigpending(&pending);
+    for (const int signal : kStopSignals) {
+        if (sigismember(&pending, signal) == 1 && sigismember(&stops, signal) == 1) {
+            return true;
+        }
+    }
+    return false;
 }
 
 StopSignals::StopSignals(std::function<void()> onStop) : onStop_(std::move(onStop)) {

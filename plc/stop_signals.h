@@ -1,4 +1,4 @@
-// SIGTERM and SIGINT as an ordinary event of the event loop.
+// SIGTERM, SIGINT and SIGHUP as an ordinary event of the event loop.
 #pragma once
 
 #include <QtCore/QSocketNotifier>
@@ -9,9 +9,11 @@
 
 namespace plc {
 
-// SIGTERM and SIGINT, but for those that are ignored: who started the program so, as a shell does
-// with what it runs in the background, does not want them to end it.
+// Those that end the program, but for those that are ignored: who started the program so, as a
+// shell does with what it runs in the background, does not want them to end it.
 sigset_t stopSignals();
+// Has one of them come, and waits to be taken? Async-signal-safe.
+bool stopSignalWaits();
 
 // Make it before the first thread starts: the signals are blocked in this thread and in all that it
 // starts, and arrive here instead.

@@ -114,6 +114,28 @@ TEST_F(PlcOutput, trace_thatIsNotTaken_sigtermEndsItAndTheImageIsSaved) {
     EXPECT_TRUE(pipe.take().endsWith('\n'));
 }
 
+// The terminal has been closed: nobody reads any more either.
+TEST_F(PlcOutput, hangUp_isAnEndThatSavesTheImage) {
+    serveWhoReadsOneLine({latin("--image"), image_});
+    send("01 0102 82000000 0001 1234");
+    EXPECT_EQ(receive(), "01 01 02 00 00");
+    stop(SIGHUP);
+    expectEnd(1);
+    EXPECT_TRUE(contentOf(image_).contains("DM 0: 1234"));
+}
+
+TEST_F(PlcOutput, imageInTheFileOfAnOutput_isRefused) {
+    for (const char* redirection : {"exec \"$@\" >'%1'", "exec \"$@\" 2>'%1'"}) {
+        startThrough(qPrintable(latin(redirection).arg(image_)));
+        start({latin("--listen"), latin("127.0.0.1:0"), latin("--image"), image_});
+        ASSERT_TRUE(process_.waitForFinished(kPatienceMs));
+        expectEnd(1);
+        const QString told = complaint() + QString::fromLatin1(contentOf(image_));
+        EXPECT_TRUE(told.contains(latin("the standard output or error is directed into it")))
+            << qPrintable(told);
+    }
+}
+
 TEST_F(PlcOutput, interruptIgnoredAtTheStart_isNoEnd) {
     startThrough("trap '' INT; exec \"$@\"");
     serve();
