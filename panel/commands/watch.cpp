@@ -148,8 +148,9 @@ private:
     }
 
     /// Done when what was asked for has been seen: every tag fresh, or nothing changing any more.
+    /// A signal that waits was there as soon.
     void timeIsUp() {
-        const bool done = m_tags.allFresh() && !m_context.options.untilStable;
+        const bool done = endSignalWaits() || (m_tags.allFresh() && !m_context.options.untilStable);
         end(done ? EXIT_DONE : EXIT_WORK_FAILED);
     }
 

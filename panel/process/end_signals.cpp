@@ -32,6 +32,18 @@ sigset_t endSignals() {
     return wanted;
 }
 
+bool endSignalWaits() {
+    sigset_t pending;
+    const sigset_t ends = endSignals();
+    sigpending(&pending);
+    for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
+        if (sigismember(&pending, signal) == 1 && sigismember(&ends, signal) == 1) {
+            return true;
+        }
+    }
+    return false;
+}
+
 sigset_t releasableEndSignals() {
     sigset_t releasing = endSignals();
     for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {

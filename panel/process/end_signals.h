@@ -15,6 +15,8 @@ namespace panel {
 /// Those of them that end the process. One that is ignored does not: whoever started it so, as
 /// nohup and a shell's background do, wants it to live on.
 sigset_t endSignals();
+/// Has one of them come that is held, and waits to be taken? Async-signal-safe.
+bool endSignalWaits();
 
 /// Keeps these signals from ending the process at once, in this thread and in every one that it
 /// begins after this. Before anything else in main: libraries begin threads of their own, and a

@@ -43,18 +43,6 @@ qint64 nowMs() {
     return qint64(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
 }
 
-bool endSignalWaits() {
-    sigset_t pending;
-    const sigset_t ends = endSignals();
-    sigpending(&pending);
-    for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) {
-        if (sigismember(&pending, signal) == 1 && sigismember(&ends, signal) == 1) {
-            return true;
-        }
-    }
-    return false;
-}
-
 void wantEnd(GivenUp why) {
     if (waiting.endWanted < 0) {
         waiting.endWanted = nowMs();

@@ -173,7 +173,7 @@ TEST_F(PanelStuckOutput, watchStartedWithTheSignalIgnored_goesOn) {
 }
 
 /// Both are there when the program looks again; not one value has been read.
-TEST_F(PanelStuckOutput, watch_signalAndEndOfSecondsInOneTurn_firstCounts) {
+TEST_F(PanelStuckOutput, watch_signalAndEndOfSecondsInOneTurn_signalCounts) {
     startPlc({"--faults", "silent 1-1000000"});
     startPanel(&m_panel, {"watch", "DM:5", "--format", "csv", "--seconds", "1"});
     ASSERT_TRUE(m_panel.waitFor("\n"));
