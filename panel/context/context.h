@@ -6,7 +6,7 @@
 #include "panel/files/csv_reader.h"
 #include "panel/options/options.h"
 #include "panel/output/exit_code.h"
-#include "panel/output/output_stream.h"
+#include "panel/process/output_stream.h"
 
 #include <velkor/host/registers.h>
 

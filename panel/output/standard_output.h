@@ -4,7 +4,7 @@
 /// Standard output that may be lost before the work is done: a pipe whose reader has gone, a full
 /// disk. The one mark of it is a status of the stream that is not Ok.
 
-#include "panel/output/output_stream.h"
+#include "panel/process/output_stream.h"
 
 namespace panel {
 

@@ -1,4 +1,4 @@
-#include "panel/output/output_stream.h"
+#include "panel/process/output_stream.h"
 
 #include <gtest/gtest.h>
 

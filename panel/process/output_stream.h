@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_OUTPUT_OUTPUT_STREAM_H
-#define VELKOR_PANEL_OUTPUT_OUTPUT_STREAM_H
+#ifndef VELKOR_PANEL_PROCESS_OUTPUT_STREAM_H
+#define VELKOR_PANEL_PROCESS_OUTPUT_STREAM_H
 
 /// Standard output and standard error as streams of whole lines, UTF-8.
 
