@@ -170,6 +170,11 @@ template <typename Action> double secondsOf(Action action) {
     return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
 }
 
+/// The least of three: what else the machine does, and the first touch of memory, only lengthen it.
+template <typename Action> double leastSecondsOf(Action action) {
+    return std::min({secondsOf(action), secondsOf(action), secondsOf(action)});
+}
+
 /// How long a search for each of `count` words from `firstWord` takes. All are known.
 double secondsOfSearches(const char* regName, int firstWord, int count) {
     return secondsOf([&] {
@@ -179,8 +184,9 @@ double secondsOfSearches(const char* regName, int firstWord, int count) {
     });
 }
 
-/// Several hundred times faster in truth.
-const double muchFaster = 20.0;
+/// A read that searched for each word would cost what the searches cost, or more. In truth it is several
+/// hundred times faster, and under an emulator, where copying bytes is dear, about twenty-five times.
+const double muchFaster = 5.0;
 
 TEST_F(DataAreaRuns, hostRead_tenThousandWords_costsNoSearchForEach) {
     const int count = 10000;
@@ -188,7 +194,7 @@ TEST_F(DataAreaRuns, hostRead_tenThousandWords_costsNoSearchForEach) {
     intf_getData(1, QLatin1String("DM"), 5000, count, buffer.data());
     const double searches = secondsOfSearches("DM", 5000, count);
     const double read =
-        secondsOf([&] { intf_getData(1, QLatin1String("DM"), 5000, count, buffer.data()); });
+        leastSecondsOf([&] { intf_getData(1, QLatin1String("DM"), 5000, count, buffer.data()); });
     EXPECT_LT(read * muchFaster, searches);
 }
 
@@ -197,7 +203,7 @@ TEST_F(DataAreaRuns, hostRead_tenThousandWordsOfBits_costsNoSearchForEach) {
     std::vector<unsigned char> buffer(16 * count);
     intf_getData(1, QLatin1String("DM_bit"), 80000, 16 * count, buffer.data());
     const double searches = secondsOfSearches("DM", 5000, count);
-    const double read = secondsOf(
+    const double read = leastSecondsOf(
         [&] { intf_getData(1, QLatin1String("DM_bit"), 80000, 16 * count, buffer.data()); });
     EXPECT_LT(read * muchFaster, searches);
 }
@@ -211,7 +217,7 @@ TEST_F(DataAreaRuns, hostRead_bitsBeyondHighestInt_costsNoSearchForEach) {
     read(); // 500 words up to 134217727, and 501 from -134217728
     EXPECT_EQ(driver.dataAreaList.size(), 20000 + 1001);
     const double searches = secondsOfSearches("CIO", 134217228, 500);
-    EXPECT_LT(secondsOf(read) * muchFaster, searches);
+    EXPECT_LT(leastSecondsOf(read) * muchFaster, searches);
 }
 
 } // namespace
