@@ -184,8 +184,9 @@ double secondsOfSearches(const char* regName, int firstWord, int count) {
     });
 }
 
-/// A read that searched for each word would cost what the searches cost, or more. In truth it is several
-/// hundred times faster, and under an emulator, where copying bytes is dear, about twenty-five times.
+/// A read that searched for each word would cost what the searches cost, or more. In truth it is
+/// several hundred times faster, and under an emulator, where copying bytes is dear, about
+/// twenty-five times.
 const double muchFaster = 5.0;
 
 TEST_F(DataAreaRuns, hostRead_tenThousandWords_costsNoSearchForEach) {
