@@ -151,7 +151,9 @@ QString DriverCopy::load(const QString& file) {
         }
     }
     if (!fault.isEmpty()) {
-        return QStringLiteral("cannot load the driver: ") + fault;
+        // What the loader says names the copy, which is gone.
+        return QStringLiteral("cannot load the driver: %1: %2")
+            .arg(file.isEmpty() ? findLibrary() : file, fault);
     }
     const QString missing = resolveDriver(m_library.get(), &m_api);
     if (!missing.isEmpty()) {

@@ -167,7 +167,7 @@ TEST_F(PanelCommands, probe_tellsNodeAndRoundTrip) {
     const Ended ended = panel({"--nodes", "0,42,0,0,9,0", "probe", "--format", "csv"});
     EXPECT_EQ(ended.exitCode, 0) << plain(ended.err);
     const QStringList fields = ended.out.section('\n', 1, 1).split(',');
-    ASSERT_EQ(fields.size(), 12) << plain(ended.out);
+    ASSERT_EQ(fields.size(), 13) << plain(ended.out);
     EXPECT_EQ(plain(fields.at(1)), plain(fields.at(2))); // asked, answered
     EXPECT_EQ(plain(fields.at(4)), "42");
     EXPECT_GT(fields.at(6).toDouble(), 0);
