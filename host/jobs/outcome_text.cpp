@@ -158,10 +158,11 @@ QString outcomeText(const WriteOutcome& outcome, const LineSettings& settings,
         text = last.tries > 0 ? QStringLiteral("writing ") + place + requestText(last) +
                                     QStringLiteral(" failed")
                               : QStringLiteral("not written: ") + request;
-        for (const QString& line : leftBehind(outcome)) {
+        const bool begun = last.tries > 0 || outcome.taken > 0;
+        for (const QString& line : begun ? leftBehind(outcome) : QStringList()) {
             text += QStringLiteral("; ") + line;
         }
-        if (last.tries > 0) {
+        if (last.tries > 0 || last.closed || last.takenBack) {
             text += QStringLiteral(": ") + failureReason(last, settings, names);
         }
         text += modeAdvice(last, settings, names);
@@ -196,6 +197,8 @@ QString outcomeText(const RecipeOutcome& outcome, const LineSettings& settings,
     const QString reason = failureReason(outcome.last, settings, names);
     if (!reason.isEmpty() && outcome.last.tries > 0) {
         text += QStringLiteral(": ") + reason + modeAdvice(outcome.last, settings, names);
+    } else if (outcome.last.closed) {
+        text += QStringLiteral(": the line was closed");
     }
     return text + modeText(outcome);
 }

@@ -73,7 +73,6 @@ RequestEnd neverTried(const Piece& piece, bool write) {
     end.reg = piece.reg;
     end.address = piece.address;
     end.length = piece.length;
-    end.closed = true;
     return end;
 }
 
@@ -103,9 +102,10 @@ Piece WriteTransfer::piece() const {
     return piece;
 }
 
-WordRange WriteTransfer::words() const {
-    return wordsHolding(m_outcome.reg, isBitRegister(m_outcome.reg), m_outcome.address,
-                        m_outcome.count);
+WrittenItems WriteTransfer::written() const {
+    const bool bits = isBitRegister(m_outcome.reg);
+    const WordRange words = wordsHolding(m_outcome.reg, bits, m_outcome.address, m_outcome.count);
+    return bits ? WrittenItems(words, m_outcome.address, m_outcome.count) : WrittenItems(words);
 }
 
 /// Whether the piece is to be handed over once more. Each time it is a request of its own, because
@@ -167,6 +167,12 @@ void WriteTransfer::cancel(const std::optional<RequestEnd>& underWay) {
     judge();
 }
 
+void WriteTransfer::takeBack() {
+    m_soFar = neverTried(piece(), true);
+    m_soFar.takenBack = true;
+    judge();
+}
+
 ReadTransfer::ReadTransfer(quint64 id, const QString& reg, int address, int count,
                            int wordsPerFrame)
     : m_words(wordsHolding(reg, isBitRegister(reg), address, count)),
@@ -189,6 +195,11 @@ Piece ReadTransfer::piece() const {
 void ReadTransfer::cancel(const std::optional<RequestEnd>& underWay) {
     m_outcome.last = underWay && underWay->tries > 0 ? *underWay : neverTried(piece(), false);
     m_outcome.last.closed = true;
+}
+
+void ReadTransfer::takeBack() {
+    m_outcome.last = neverTried(piece(), false);
+    m_outcome.last.takenBack = true;
 }
 
 NextStep ReadTransfer::pieceEnded(const RequestEnd& end, const Items& words) {

@@ -35,11 +35,15 @@ public:
     /// The line is closed: nothing more will be sent. `underWay`: of the piece that has been sent
     /// and not settled.
     void cancel(const std::optional<RequestEnd>& underWay);
+    /// Whether a piece of it has been settled.
+    bool begun() const { return m_soFar.tries > 0 || m_outcome.taken > 0; }
+    /// The host does not want it any more; nothing of it has been handed over.
+    void takeBack();
 
     /// Once it has ended.
     const WriteOutcome& outcome() const { return m_outcome; }
-    /// The words that it changes.
-    WordRange words() const;
+    /// What it changes.
+    WrittenItems written() const;
 
 private:
     int pieceItems() const;
@@ -66,6 +70,8 @@ public:
     NextStep pieceEnded(const RequestEnd& end, const Items& words);
     /// As of a write.
     void cancel(const std::optional<RequestEnd>& underWay);
+    bool begun() const { return !m_read.isEmpty(); }
+    void takeBack();
 
     const ReadOutcome& outcome() const { return m_outcome; }
 

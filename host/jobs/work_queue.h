@@ -29,6 +29,26 @@ public:
         m_jobs.pop_front();
         return job;
     }
+    /// Takes out a write or read of which nothing has been sent. Nothing when there is none.
+    std::optional<Job> takeUnsentTransfer(quint64 id, bool firstIsInHand) {
+        for (std::size_t index = firstIsInHand ? 1 : 0; index < m_jobs.size(); ++index) {
+            const bool unsent = std::visit(
+                [id](const auto& job) {
+                    if constexpr (std::is_same_v<std::decay_t<decltype(job)>, RecipeWork>) {
+                        return false;
+                    } else {
+                        return job.outcome().id == id && !job.begun();
+                    }
+                },
+                m_jobs[index]);
+            if (unsent) {
+                Job taken = std::move(m_jobs[index]);
+                m_jobs.erase(m_jobs.begin() + static_cast<std::ptrdiff_t>(index));
+                return taken;
+            }
+        }
+        return std::nullopt;
+    }
     /// Takes out a recipe that waits (not the one in hand). Nothing when there is none.
     std::optional<RecipeWork> takeWaitingRecipe(quint64 id) {
         for (std::size_t index = 1; index < m_jobs.size(); ++index) {

@@ -134,6 +134,14 @@ quint64 Line::upload(const QVector<RecipeVariable>& recipe, QString* fault, cons
     return d->recipe(RecipeDirection::Upload, recipe, false, fault, note);
 }
 
+bool Line::takeBack(quint64 id) {
+    if (!isOpen() || !d->core()->takeBack(id)) {
+        return false;
+    }
+    d->afterEvent();
+    return true;
+}
+
 void Line::giveUpRecipe(quint64 id) {
     if (isOpen()) {
         d->core()->giveUpRecipe(id);

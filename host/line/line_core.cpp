@@ -45,7 +45,7 @@ void LineCore::setTags(const QVector<Tag>& tags) {
     m_poller.setTags(tags, m_clock.now());
     for (const Job& job : m_queue.jobs()) {
         if (const WriteTransfer* write = std::get_if<WriteTransfer>(&job)) {
-            m_poller.board().writeBegun(write->words());
+            m_poller.board().writeBegun(write->written());
         } else if (const RecipeWork* recipe = std::get_if<RecipeWork>(&job)) {
             recipeBegunOnBoard(*recipe);
         }
@@ -57,7 +57,7 @@ void LineCore::setTags(const QVector<Tag>& tags) {
 void LineCore::write(quint64 id, const QString& reg, int address, const Items& items) {
     const WriteTransfer transfer(id, reg, address, items, m_settings.wordsPerFrame,
                                  m_settings.retries);
-    m_poller.board().writeBegun(transfer.words());
+    m_poller.board().writeBegun(transfer.written());
     m_queue.append(transfer);
     tellTags();
     work();
@@ -75,6 +75,26 @@ void LineCore::recipe(quint64 id, RecipeDirection direction,
     m_queue.append(recipe);
     tellTags();
     work();
+}
+
+bool LineCore::takeBack(quint64 id) {
+    const bool firstIsInHand = m_jobInHand || m_recipeRunning;
+    std::optional<Job> taken = m_queue.takeUnsentTransfer(id, firstIsInHand);
+    if (!taken) {
+        return false;
+    }
+    if (WriteTransfer* write = std::get_if<WriteTransfer>(&*taken)) {
+        write->takeBack();
+        m_poller.board().writeEnded(write->written(), TagBoard::WriteEnd::NotExecuted,
+                                    m_clock.now());
+        m_notices.emplace_back(write->outcome());
+    } else {
+        ReadTransfer& read = std::get<ReadTransfer>(*taken);
+        read.takeBack();
+        m_notices.emplace_back(read.outcome());
+    }
+    tellTags();
+    return true;
 }
 
 void LineCore::giveUpRecipe(quint64 id) {

@@ -43,6 +43,8 @@ public:
     void read(quint64 id, const QString& reg, int address, int count);
     void recipe(quint64 id, RecipeDirection direction, const QVector<RecipeVariable>& variables,
                 bool readBack);
+    /// As Line's.
+    bool takeBack(quint64 id);
     void giveUpRecipe(quint64 id);
     int pending() const { return m_queue.size(); }
 

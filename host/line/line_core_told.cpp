@@ -85,7 +85,7 @@ void LineCore::jobSettled(const Settled& settled) {
             const WriteOutcome& outcome = write->outcome();
             // Of a long write some pieces may be there though others are not.
             const bool there = outcome.result == WriteResult::Taken || outcome.taken > 0;
-            m_poller.board().writeEnded(write->words(),
+            m_poller.board().writeEnded(write->written(),
                                         outcome.result == WriteResult::Unknown
                                             ? TagBoard::WriteEnd::Perhaps
                                         : there ? TagBoard::WriteEnd::Taken

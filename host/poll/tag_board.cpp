@@ -161,20 +161,24 @@ void TagBoard::takeValue(int index, const WordRange& read, const Items& words, q
 
 void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
     for (const int index : touching(asked)) {
-        Entry& entry = m_entries[index];
-        if (entry.status.state == TagState::Refused) {
-            continue;
-        }
-        const bool first = entry.failedAt <= entry.answeredAt;
-        if (first) {
-            entry.status.since = since;
-        }
-        entry.failedAt = now;
-        entry.status.reason = reason;
-        judge(index, now);
-        if (first && entry.status.state == TagState::NotRead) {
-            changed(index); // that it could not even be read once is told by its reason
-        }
+        fail(index, reason, since, now);
+    }
+}
+
+void TagBoard::fail(int index, const QString& reason, qint64 since, qint64 now) {
+    Entry& entry = m_entries[index];
+    if (entry.status.state == TagState::Refused) {
+        return;
+    }
+    const bool first = entry.failedAt <= entry.answeredAt;
+    if (first) {
+        entry.status.since = since;
+    }
+    entry.failedAt = now;
+    entry.status.reason = reason;
+    judge(index, now);
+    if (first && entry.status.state == TagState::NotRead) {
+        changed(index); // that it could not even be read once is told by its reason
     }
 }
 
@@ -242,40 +246,54 @@ void TagBoard::lookAt(const WordRange& words) {
     }
 }
 
-void TagBoard::writeBegun(const WordRange& words) {
-    for (const int index : touching(words)) {
+QVector<int> TagBoard::changedBy(const WrittenItems& items) const {
+    QVector<int> indices = touching(items.words);
+    const auto otherBits = [this, &items](int index) {
+        const Tag& tag = m_tags.at(index);
+        return items.bits > 0 && tag.bitRegister() &&
+               (tag.address + tag.itemCount() <= items.firstBit ||
+                items.firstBit + items.bits <= tag.address);
+    };
+    indices.erase(std::remove_if(indices.begin(), indices.end(), otherBits), indices.end());
+    return indices;
+}
+
+void TagBoard::writeBegun(const WrittenItems& items) {
+    for (const int index : changedBy(items)) {
         ++m_entries[index].writes;
         settlePending(index);
     }
 }
 
-void TagBoard::writeEnded(const WordRange& words, WriteEnd end, qint64 now) {
-    writeSettled(words);
-    wordsWritten(words, end, now);
+void TagBoard::writeEnded(const WrittenItems& items, WriteEnd end, qint64 now) {
+    writeSettled(items);
+    wordsWritten(items, end, now);
 }
 
-void TagBoard::writeSettled(const WordRange& words) {
-    for (const int index : touching(words)) {
+void TagBoard::writeSettled(const WrittenItems& items) {
+    // What the driver announced while it had the write was not looked at: of the whole words.
+    lookAt(items.words);
+    for (const int index : changedBy(items)) {
         Entry& entry = m_entries[index];
-        // What the driver announced while it had the write was not looked at.
-        entry.dirty = true;
         entry.writes = std::max(0, entry.writes - 1);
         settlePending(index);
     }
 }
 
-void TagBoard::wordsWritten(const WordRange& words, WriteEnd end, qint64 now) {
-    if (end == WriteEnd::Taken) {
-        for (const int index : touching(words)) {
+void TagBoard::wordsWritten(const WrittenItems& items, WriteEnd end, qint64 now) {
+    if (end == WriteEnd::NotExecuted) {
+        return;
+    }
+    for (const int index : changedBy(items)) {
+        if (end == WriteEnd::Taken) {
             m_entries[index].written = true;
             settlePending(index);
+        } else {
+            fail(index,
+                 QStringLiteral("perhaps written: no answer says so, and it has not been read "
+                                "since"),
+                 now, now);
         }
-    }
-    if (end == WriteEnd::Perhaps) {
-        readFailed(words,
-                   QStringLiteral("perhaps written: no answer says so, and it has not been "
-                                  "read since"),
-                   now, now);
     }
 }
 

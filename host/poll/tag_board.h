@@ -51,15 +51,16 @@ public:
     void lookAtAll();
     void lookAt(const WordRange& words);
 
-    /// Writes that are not settled, counted: each begun one ends once.
-    void writeBegun(const WordRange& words);
+    /// Writes that are not settled, counted: each begun one ends once. A write of bits leaves the
+    /// tags of other bits alone.
+    void writeBegun(const WrittenItems& items);
     /// `taken`: the PLC has acknowledged it; the tags are pending until they are read again.
     /// `perhaps`: it may have executed it; the tags are stale until they are read again.
     enum class WriteEnd { Taken, Perhaps, NotExecuted };
-    void writeEnded(const WordRange& words, WriteEnd end, qint64 now);
+    void writeEnded(const WrittenItems& items, WriteEnd end, qint64 now);
     /// The two halves of that, for what ends in other pieces than it was begun in.
-    void writeSettled(const WordRange& words);
-    void wordsWritten(const WordRange& words, WriteEnd end, qint64 now);
+    void writeSettled(const WrittenItems& items);
+    void wordsWritten(const WrittenItems& items, WriteEnd end, qint64 now);
     /// A read of these words waits for its answer for too long: they are stale before it has
     /// failed.
     void readOverdue(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
@@ -104,6 +105,8 @@ private:
     };
 
     QVector<int> touching(const WordRange& range) const;
+    QVector<int> changedBy(const WrittenItems& items) const;
+    void fail(int index, const QString& reason, qint64 since, qint64 now);
     void markRead(Entry* entry, const WordRange& read, qint64 askedAt, qint64 now);
     void takeValue(int index, const WordRange& read, const Items& words, qint64 now);
     void judge(int index, qint64 now);

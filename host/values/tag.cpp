@@ -77,6 +77,9 @@ QString limitsText(const Tag& tag) {
 }
 
 QString valueText(const Tag& tag, const Items& items, bool unicode, int mostDigits) {
+    if (items.isEmpty()) {
+        return QString();
+    }
     QString text = tag.scaling.isPlain() ? formatItems(tag.type, items, mostDigits)
                                          : formatScaled(tag.type, items, tag.scaling);
     if (!tag.unit.isEmpty()) {

@@ -106,8 +106,9 @@ QString strangeText(const RequestEnd& end) {
 
 /// Why nothing was sent of a request.
 QString notSent(const RequestEnd& end) {
-    return end.closed ? QStringLiteral("not sent: the line was closed")
-                      : QStringLiteral("not sent");
+    return end.closed      ? QStringLiteral("not sent: the line was closed")
+           : end.takenBack ? QStringLiteral("not sent: the host has taken it back")
+                           : QStringLiteral("not sent");
 }
 
 bool nothingHasComeYet(const RequestEnd& end) {

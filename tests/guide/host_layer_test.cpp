@@ -52,6 +52,18 @@ TEST_F(HostLayerPage, whatWasTyped_isWrittenWithinTheLimits) {
     EXPECT_EQ(plc.dm(100), 706);
 }
 
+TEST_F(HostLayerPage, writeThatWaitsTooLong_isTakenBack) {
+    ASSERT_TRUE(waitUntil([&] { return line.allFresh(); }));
+    tellOutcomes(line, say());
+    plc.answering = false;
+    line.write("DM", 100, {300});
+    ASSERT_TRUE(waitUntil([&] { return plc.count("0102") > 0; }));
+    writeWithin(line, tankTags().first(), {400}, 0);
+    EXPECT_TRUE(
+        waitFor("level: not written: DM 100 (1 word): not sent: the host has taken it back"));
+    EXPECT_EQ(plc.dm(100), 0);
+}
+
 TEST_F(HostLayerPage, oneShotRead_isToldWithItsUnit) {
     plc.set(100, 500);
     readNow(line, tankTags().first(), say());

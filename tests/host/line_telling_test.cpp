@@ -162,6 +162,69 @@ TEST_F(LineTelling, closedLine_showsNoValueAndNoReason) {
 
 // --- closeAndTell() -----------------------------------------------------------------------------
 
+TEST_F(LineTelling, takeBack_ofWhatWaits_isToldAndNeverSent) {
+    open();
+    plc.answering = false;
+    QVector<quint64> told;
+    line->onWrite = [&](const WriteOutcome& outcome) {
+        told.append(outcome.id);
+        const bool takenBack = outcome.last.takenBack;
+        EXPECT_EQ(outcome.result, takenBack ? WriteResult::NotReached : WriteResult::Taken);
+        EXPECT_EQ(outcome.note.toStdString(), takenBack ? "late" : "");
+    };
+    line->onRead = [&](const ReadOutcome& outcome) {
+        told.append(outcome.id);
+        EXPECT_FALSE(outcome.ok);
+        EXPECT_TRUE(outcome.last.takenBack);
+    };
+    const quint64 underWay = line->write("DM", 1, {1});
+    ASSERT_TRUE(waitUntil([&] { return plc.count("0102") > 0; }));
+    const quint64 write = line->write("DM", 2, {2}, nullptr, "late");
+    const quint64 read = line->read("DM", 3, 1);
+    const quint64 after = line->write("DM", 4, {4});
+    EXPECT_FALSE(line->takeBack(underWay)) << "it may have been executed";
+    EXPECT_FALSE(line->takeBack(after + 1));
+    EXPECT_TRUE(line->takeBack(read));
+    EXPECT_TRUE(line->takeBack(write));
+    EXPECT_FALSE(line->takeBack(write)) << "twice";
+    EXPECT_TRUE(told.isEmpty()) << "told from inside the call";
+    plc.answering = true;
+    plc.answerLast();
+    ASSERT_TRUE(waitUntil([&] { return line->pending() == 0; }));
+    EXPECT_EQ(told, (QVector<quint64>{read, write, underWay, after}));
+    EXPECT_EQ(plc.dm(2), 0);
+    EXPECT_EQ(plc.dm(4), 4);
+    EXPECT_FALSE(line->takeBack(underWay)) << "it has ended";
+}
+
+TEST_F(LineTelling, takeBack_ofAWriteToATag_isPendingNoLonger) {
+    open();
+    const Tag tag = wordTag(5);
+    EXPECT_EQ(line->setTags({tag}).toStdString(), "");
+    ASSERT_TRUE(waitUntil([&] { return line->allFresh(); }));
+    plc.answering = false;
+    const int polls = plc.count("0101");
+    ASSERT_TRUE(waitUntil([&] { return plc.count("0101") > polls; }));
+    const quint64 id = line->write(tag, {7});
+    EXPECT_TRUE(line->status(0).pending);
+    EXPECT_TRUE(line->takeBack(id)) << "it waits for the poll that is not answered";
+    EXPECT_FALSE(line->status(0).pending);
+    EXPECT_EQ(line->pending(), 1) << "its outcome";
+    ASSERT_TRUE(waitUntil([&] { return line->pending() == 0; }));
+    EXPECT_EQ(plc.count("0102"), 0);
+}
+
+TEST_F(LineTelling, takeBack_ofARecipeOrOnAClosedLine_doesNothing) {
+    open();
+    plc.answering = false;
+    const quint64 recipe = line->download({{"DM", 10, 1, {1}}});
+    EXPECT_FALSE(line->takeBack(recipe));
+    const quint64 write = line->write("DM", 1, {1});
+    line->close();
+    EXPECT_FALSE(line->takeBack(write));
+    EXPECT_EQ(line->pending(), 2);
+}
+
 TEST_F(LineTelling, closeAndTell_tellsEachOutcomeOnceBeforeItReturns) {
     open();
     plc.answering = false;

@@ -88,7 +88,14 @@ TEST(OutcomeText, outcomes_oneLineEach) {
               "written: DM 100 (6 words); for it the PLC was switched to MONITOR mode");
     WriteOutcome closed = failedWrite(WriteResult::NotReached, 0, 0);
     closed.last = RequestEnd();
-    EXPECT_TRUE(outcomeText(closed, settings).startsWith("not written: DM 100 (6 words)"));
+    EXPECT_EQ(plain(outcomeText(closed, settings)), "not written: DM 100 (6 words)");
+    closed.last.closed = true;
+    EXPECT_EQ(plain(outcomeText(closed, settings)),
+              "not written: DM 100 (6 words): not sent: the line was closed");
+    closed.last = RequestEnd();
+    closed.last.takenBack = true;
+    EXPECT_EQ(plain(outcomeText(closed, settings)),
+              "not written: DM 100 (6 words): not sent: the host has taken it back");
     const QString failed = outcomeText(failedWrite(WriteResult::Unknown, 2, 2), settings);
     EXPECT_TRUE(failed.startsWith("writing DM 102 (2 words) failed; written before that: DM 100 (2 "
                                   "words); perhaps written: DM 102 (2 words)"))
@@ -206,6 +213,9 @@ TEST(OutcomeText, recipeGivenUpBeforeItBegan_saysNothingOfWords) {
     outcome.direction = RecipeDirection::Upload;
     EXPECT_EQ(plain(outcomeText(outcome, LineSettings(), {}, "left")),
               "upload of left/2 variables given up");
+    outcome.last.closed = true;
+    EXPECT_EQ(plain(outcomeText(outcome, LineSettings())),
+              "upload of 2 variables given up: the line was closed");
 }
 
 TEST(RecipeBlocksText, manyNames_areCounted) {

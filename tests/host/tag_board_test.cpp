@@ -354,6 +354,32 @@ TEST_F(HostTagBoard, writePerhapsExecuted_isStaleUntilTheTagIsReadAgain) {
     EXPECT_EQ(state(0), TagState::Fresh);
 }
 
+TEST_F(HostTagBoard, writeOfBits_concernsTheTagsOfTheseBitsAndOfTheirWords) {
+    const int bit = 100 * 16 + 4;
+    tags({tagAt("DM_bit", bit - 1, 1, ValueType::Bool), tagAt("DM_bit", bit, 1, ValueType::Bool),
+          tagAt("DM_bit", bit + 1, 1, ValueType::Bool),
+          tagAt("DM_bit", bit + 2, 1, ValueType::Bool),
+          tagAt("DM_bit", bit - 3, 4, ValueType::Bool), tagAt("DM", 100), tagAt("DM", 101)});
+    read(100, 2);
+    m_board.takeChanged();
+    m_board.takePendingChanged();
+    const WrittenItems twoBits({"DM", 100, 1}, bit, 2);
+    const QVector<int> concerned = {1, 2, 4, 5};
+    m_board.writeBegun(twoBits);
+    EXPECT_EQ(m_board.takePendingChanged(), concerned);
+    m_board.writeEnded(twoBits, TagBoard::WriteEnd::Taken, m_now);
+    for (int index = 0; index < 7; ++index) {
+        EXPECT_EQ(m_board.at(index).pending, concerned.contains(index)) << index;
+    }
+    m_now += 1000;
+    m_board.writeBegun(twoBits);
+    m_board.writeEnded(twoBits, TagBoard::WriteEnd::Perhaps, m_now);
+    EXPECT_EQ(m_board.takeChanged(), concerned);
+    for (int index = 0; index < 7; ++index) {
+        EXPECT_EQ(state(index) == TagState::Stale, concerned.contains(index)) << index;
+    }
+}
+
 TEST_F(HostTagBoard, afterAWrite_theNextReadingIsFetched) {
     tags({tagAt("DM", 100)});
     read(100, 1);

@@ -101,6 +101,7 @@ TEST(TagText, limitOf_withoutLimits_isInside) {
 
 TEST(TagText, valueText_scaledAndNot) {
     EXPECT_EQ(plain(valueText(level(), {706}, true)), "70.6 l");
+    EXPECT_EQ(plain(valueText(level(), {}, true)), "") << "nothing was read: no unit alone";
     Tag tenths;
     tenths.unit = "0.1 l";
     EXPECT_EQ(plain(valueText(tenths, {241}, false)), "241 x 0.1 l");

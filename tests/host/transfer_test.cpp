@@ -261,9 +261,30 @@ TEST(WriteTransfer, cancelledBetweenTwoAttempts_isRefusedSoFar) {
     EXPECT_EQ(write.outcome().last.refusalBeforeModeChange, 0x2203);
 }
 
-TEST(WriteTransfer, wordsOfBits_areTheWordsThatHoldThem) {
-    const WordRange words = WriteTransfer(1, "CIO_bit", 14, counting(4), 64, TRIES).words();
-    EXPECT_EQ(plain({words}), "CIO 0+2");
+TEST(WriteTransfer, writtenBits_areBitsOfTheWordsThatHoldThem) {
+    const WrittenItems bits = WriteTransfer(1, "CIO_bit", 14, counting(4), 64, TRIES).written();
+    EXPECT_EQ(plain({bits.words}), "CIO 0+2");
+    EXPECT_EQ(bits.firstBit, 14);
+    EXPECT_EQ(bits.bits, 4);
+    const WrittenItems words = WriteTransfer(1, "DM", 14, counting(4), 64, TRIES).written();
+    EXPECT_EQ(plain({words.words}), "DM 14+4");
+    EXPECT_EQ(words.bits, 0);
+}
+
+TEST(WriteTransfer, takenBack_isNotReachedAndSaysSo) {
+    WriteTransfer write = writeOf(3);
+    EXPECT_FALSE(write.begun());
+    write.takeBack();
+    EXPECT_EQ(write.outcome().result, WriteResult::NotReached);
+    EXPECT_TRUE(write.outcome().last.takenBack);
+    EXPECT_FALSE(write.outcome().last.closed);
+    EXPECT_EQ(write.outcome().last.tries, 0);
+}
+
+TEST(WriteTransfer, pieceThatIsToBeTriedAgain_hasBegun) {
+    WriteTransfer write = writeOf(3);
+    write.pieceEnded(switched());
+    EXPECT_TRUE(write.begun());
 }
 
 TEST(ReadTransfer, longOne_isReadInPieces) {

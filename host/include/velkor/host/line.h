@@ -136,7 +136,8 @@ public:
     /// Queues a write of items from `address` on: one 16-bit number for each word, or 0 or 1 for
     /// each bit; `address` as in Tag. Its outcome comes by onWrite, exactly once, with `note`.
     /// Returns its id, never 0; or 0 when it was not queued: line closed, no such register, items
-    /// outside the register, or a bit that is neither 0 nor 1; `fault`, if given, says which.
+    /// outside the register, or a bit that is neither 0 nor 1; `fault`, if given, says which, and
+    /// is emptied when it was queued.
     quint64 write(const QString& reg, int address, const Items& items, QString* fault = nullptr,
                   const QString& note = QString());
     /// Of a tag, polled or not, from its first item on; `items` as parseTagText() gives them, not
@@ -150,6 +151,14 @@ public:
     /// Of a tag, polled or not, now. The note is the tag's name; what was read does not change
     /// status().
     quint64 read(const Tag& tag, QString* fault = nullptr);
+
+    /// Takes a write or one-shot read out of the queue of which nothing has been sent yet, so that
+    /// it does not happen late: while the PLC is silent, what is queued waits, and is sent when it
+    /// answers again. True: its outcome (NotReached, or not ok, with `last.takenBack`) comes as
+    /// always, and the PLC has not seen it. False: it is under way or has ended, is a recipe (see
+    /// giveUpRecipe()) or no id of this line; its outcome comes, or came, as if nothing had been
+    /// asked.
+    bool takeBack(quint64 id);
 
     /// Queues a download or an upload. Variables name word registers, share no words, and may come
     /// in any order, 65536 words together at most. With `readBack` a download is read back and
@@ -168,10 +177,12 @@ public:
     int pending() const;
 
     /// The tags (indices, ascending, each once) of which the state or the value has changed, or
-    /// that could not be read for the first time: what is to be shown anew.
+    /// that could not be read for the first time: what is to be shown anew. A reason that has
+    /// become another is not told: whoever shows reasons looks them up when he shows them.
     std::function<void(const QVector<int>& changed)> onTags;
     /// The tags of which `pending` has changed: a write of the host's own tells its tags at once,
-    /// with the value as it was.
+    /// with the value as it was. status() says how it is by now: a change that has been taken back
+    /// since is told all the same.
     std::function<void(const QVector<int>& changed)> onPending;
     /// Every polled word has been asked for once since the last such notice.
     std::function<void()> onScan;

@@ -47,7 +47,7 @@ struct ReadOutcome {
     bool ok = false; ///< every item has been read, after Line::read() was called
     Items items;     ///< all of them, or empty when not ok
     RequestEnd last; ///< of the piece that failed, or of the last one; `tries` 0 when nothing of
-                     ///< that piece was sent, because the line was closed
+                     ///< that piece was sent: the line was closed, or it was taken back
 };
 
 /// A run of words of a word register that a recipe moves.

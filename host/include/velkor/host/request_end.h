@@ -46,6 +46,7 @@ struct RequestEnd {
     bool refusedAfterModeChange = false; ///< the PLC has changed its mode, and refused all the same
     /// The line was closed before this was answered, or (`tries` 0) before it was sent.
     bool closed = false;
+    bool takenBack = false; ///< by Line::takeBack(), before any of it was sent
     qint64 waited = 0;      ///< microseconds from the first frame to the end
     qint64 roundTrip = -1;  ///< microseconds to the reply to the first try; -1: it had none
     qint64 answeredAt = -1; ///< microseconds from the first frame to the last reply; -1: none came
@@ -75,7 +76,8 @@ VELKOR_HOST_EXPORT QString requestText(const QString& reg, int address, int leng
 VELKOR_HOST_EXPORT QString requestText(const RequestEnd& end);
 
 /// One line: why the request failed: tries, waiting time, end code in words. Of what was not sent:
-/// "not sent", and whether because the line was closed. Empty when nothing has failed (`ok`).
+/// "not sent", and whether because the line was closed or the host took it back. Empty when nothing
+/// has failed (`ok`).
 VELKOR_HOST_EXPORT QString failureReason(const RequestEnd& end, const LineSettings& settings,
                                          const SettingNames& names = SettingNames());
 

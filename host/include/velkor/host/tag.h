@@ -107,8 +107,8 @@ VELKOR_HOST_EXPORT QString limitMark(const Tag& tag, const TagStatus& status);
 VELKOR_HOST_EXPORT QString limitsText(const Tag& tag);
 
 /// "46.371 l": scaled, with the tag's decimals and its unit. A unit that begins with a digit is a
-/// factor: "241 × 0.1 l", without `unicode` "241 x 0.1 l". `mostDigits` of a float that is not
-/// scaled, 6 to 9.
+/// factor: "241 × 0.1 l", without `unicode` "241 x 0.1 l". Of no items: empty. `mostDigits` of a
+/// float that is not scaled, 6 to 9.
 VELKOR_HOST_EXPORT QString valueText(const Tag& tag, const Items& items, bool unicode = true,
                                      int mostDigits = 9);
 
