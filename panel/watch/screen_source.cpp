@@ -134,7 +134,7 @@ QVector<screen::PlcStatus> ScreenSource::plcs() const {
 QString ScreenSource::startWrite(int tag, const QString& typed, bool force) {
     const PanelTag& named = m_tags.tag(tag);
     Items items;
-    const QString wrong = parseTagText(named.tag, typed, &items, force || m_force,
+    QString wrong = parseTagText(named.tag, typed, &items, force || m_force,
                                        QStringLiteral("\"!\" behind the value"));
     if (!wrong.isEmpty()) {
         return wrong;
