@@ -141,7 +141,7 @@ void Poller::blockEnded(const RequestEnd& end, qint64 now) {
 
 /// Of the scan: a block, or a range apart.
 void Poller::rangeEnded(const WordRange& range, const RequestEnd& end, qint64 now) {
-    if (!isAddressRefusal(end) || !beingSearched(range)) {
+    if (!isAddressRefusal(end) || !searchedFor(range)) {
         credit(range, end, now);
     } // else it is refused as before, which says nothing of what the search has read of it since
     partOfScanEnded(now);

@@ -135,7 +135,7 @@ QString ScreenSource::startWrite(int tag, const QString& typed, bool force) {
     const PanelTag& named = m_tags.tag(tag);
     Items items;
     QString wrong = parseTagText(named.tag, typed, &items, force || m_force,
-                                       QStringLiteral("\"!\" behind the value"));
+                                 QStringLiteral("\"!\" behind the value"));
     if (!wrong.isEmpty()) {
         return wrong;
     }

@@ -121,6 +121,40 @@ TEST_F(LineSearch, refusalsOfItsBlock_takeNothingBackOfWhatItHasRead) {
     EXPECT_GE(refused, 2) << "the block was not polled meanwhile";
 }
 
+/// In the middle of a scan that is still to ask for its block, by the plan of before.
+TEST_F(LineSearch, endsBeforeItsBlockIsRefusedOnceMore_takesNothingBack) {
+    const int before = 22; // blocks asked for in each scan before its own
+    for (int block = 0; block < before; ++block) {
+        tags.append(tagAt("CIO", 300 * block)); // the last one is beyond the area, and refused, too
+    }
+    std::rotate(tags.begin(), tags.end() - before, tags.end());
+    line.usual = 6000;
+    line.setTags(tags);
+    const int refused = before + 37;
+    bool refusedOnceMore = false;
+    QStringList lost;
+    QVector<bool> wasFresh(tags.size());
+    line.onTags = [&](const QVector<int>& changed) {
+        for (const int tag : changed) {
+            const TagStatus& status = line.status(tag);
+            if (wasFresh.at(tag) && status.state != TagState::Fresh) {
+                lost.append(QString::number(tag) + ": " + status.reason);
+            }
+            wasFresh[tag] = status.state == TagState::Fresh;
+        }
+    };
+    ASSERT_TRUE(line.runUntil([&] { return line.shown(refused) == "refused"; }, 5 * SECOND));
+    std::size_t seen = line.requests.size();
+    line.run(SECOND);
+    EXPECT_EQ(line.freshTags(), tags.size() - 2);
+    for (; seen < line.requests.size(); ++seen) {
+        const RequestEnd& request = line.requests.at(seen);
+        refusedOnceMore = refusedOnceMore || (request.refused && request.length == 100);
+    }
+    EXPECT_TRUE(refusedOnceMore) << "the search has ended elsewhere in the scan";
+    EXPECT_EQ(lost.size(), 0) << qPrintable(lost.join('\n'));
+}
+
 TEST_F(LineSearch, pieceWithoutAnswer_isStaleWithItsReason) {
     line.setTags(tags);
     line.fate = [](const QByteArray& frame, int) {
