@@ -57,7 +57,7 @@ bool ScreenView::moved(Key key) {
 }
 
 void ScreenView::keyWhileSelecting(Key key, const QString& text) {
-    m_message.clear();
+    m_message.keyPressed(m_model.now());
     if (moved(key)) {
         return;
     }
@@ -188,7 +188,7 @@ void ScreenView::writeTyped() {
 }
 
 void ScreenView::keyInTrend(Key key, const QString& text) {
-    m_message.clear();
+    m_message.keyPressed(m_model.now());
     const int last = static_cast<int>(m_trend.size()) - 1;
     if (key == Key::Up || key == Key::PageUp) {
         m_trendFirst = std::max(0, m_trendFirst - 1);

@@ -263,6 +263,29 @@ TEST_F(View, noteAndWarning_standForAWhile) {
     EXPECT_NE(lastLine().find("? help"), std::string::npos);
 }
 
+TEST_F(View, keysRightAfterARefusal_leaveItToBeRead) {
+    start({"a", "b"});
+    type("t");
+    m_view->warn("writing failed");
+    type("o");
+    EXPECT_EQ(lastLine(), "writing failed");
+    type("t");
+    EXPECT_EQ(lastLine(), "writing failed");
+    key(Key::Down);
+    EXPECT_EQ(lastLine(), "writing failed");
+    m_model.m_now += 2 * SECOND;
+    EXPECT_EQ(lastLine(), "writing failed"); // it goes with a key, or later
+    key(Key::Up);
+    EXPECT_NE(lastLine().find("? help"), std::string::npos);
+}
+
+TEST_F(View, keyAfterANote_clearsIt) {
+    start({"a", "b"});
+    m_view->note("written: DM 0 (1 word)");
+    key(Key::Down);
+    EXPECT_NE(lastLine().find("? help"), std::string::npos);
+}
+
 TEST_F(View, messageWhileTyping_standsAboveTheQuestion) {
     start({"a"});
     key(Key::Enter);
