@@ -76,9 +76,13 @@ QString parseDecimals(const QString& text, int* decimals) {
                      .arg(text, QString::number(MOST_DECIMALS));
 }
 
+/// Without a name the only PLC is meant. With several there is no such one; plcFault() says so.
+QString plcNamed(const QString& name, const QStringList& plcs) {
+    return name.isEmpty() && plcs.size() == 1 ? plcs.first() : name;
+}
+
 QString plcFault(const QString& name, const QStringList& plcs) {
-    const bool known = plcs.contains(name) || (name.isEmpty() && plcs.size() == 1);
-    if (known) {
+    if (plcs.contains(name)) {
         return QString();
     }
     if (plcs == QStringList(QString())) {
@@ -142,7 +146,7 @@ private:
         const CsvField reg = field("register");
         const RegisterInfo* info = m_catalogue.find(reg.text);
         tag.tag.name = name.text;
-        tag.plc = field("plc").text;
+        tag.plc = plcNamed(field("plc").text, m_plcs);
         bool bad = fault(name, QStringLiteral("name"), nameFault(name.text, tag.plc));
         bad |= fault(field("unit"), QStringLiteral("unit"), oneLineFault(field("unit").text));
         bad |= fault(field("plc"), QStringLiteral("plc"), plcFault(tag.plc, m_plcs));
@@ -239,7 +243,7 @@ TagList readTags(const QByteArray& csv, const Catalogue& catalogue, const QStrin
 QString parseTagArgument(const QString& argument, const QString& type, const Catalogue& catalogue,
                          const QStringList& plcs, PanelTag* tag) {
     const auto slash = argument.indexOf(QLatin1Char('/'));
-    tag->plc = argument.left(std::max<decltype(slash)>(slash, 0));
+    tag->plc = plcNamed(argument.left(std::max<decltype(slash)>(slash, 0)), plcs);
     const QStringList parts = argument.mid(slash + 1).split(QLatin1Char(':'));
     if (parts.size() < 2 || parts.size() > 3) {
         return QStringLiteral("\"%1\" is no tag; right is REGISTER:ADDRESS or "

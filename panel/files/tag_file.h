@@ -18,7 +18,8 @@ struct TagList {
 /// Columns: name, register, address, type and, if wanted, count, unit, comment, plc, scale, offset,
 /// decimals, low, high, in any order. An empty type means bool in a bit register and uint16 in a
 /// word register, an empty count 1, an empty scale 1, an empty offset 0. `plcs` are the names of
-/// the PLCs; with several each tag names its own, with one the column may be left out.
+/// the PLCs; with several each tag names its own, with one the column may be left out or empty: the
+/// tag gets the name of that one.
 TagList readTags(const QByteArray& csv, const Catalogue& catalogue, const QStringList& plcs);
 
 /// One REGISTER:ADDRESS[:COUNT], with PLC/ before it when there are several; the result is empty or

@@ -1,5 +1,7 @@
 #include "panel/options/options.h"
 
+#include "panel/output/printable.h"
+
 #include "velkor-panel_manual.h"
 
 #include <QtCore/QCommandLineParser>
@@ -83,7 +85,7 @@ private:
     void fault(const char* name, const QString& value, const QString& right) {
         if (m_fault.isEmpty()) {
             m_fault = QStringLiteral("--%1 \"%2\": right is %3")
-                          .arg(QString::fromLatin1(name), value, right);
+                          .arg(QString::fromLatin1(name), printable(value), right);
         }
     }
 
@@ -120,6 +122,10 @@ private:
             const bool named = equals >= 0;
             if ((named && plc.name.isEmpty()) || plc.host.isEmpty()) {
                 fault("plc", given, QStringLiteral("HOST[:PORT], or NAME=HOST[:PORT]"));
+            } else if (!isPlcName(plc.name)) {
+                fault("plc", given,
+                      QStringLiteral("a NAME on one line, without tabs and without \"/\", which "
+                                     "stands between it and its tag: left/DM:0"));
             } else if (known.contains(plc.name)) {
                 fault("plc", given,
                       QStringLiteral("a name of its own for each PLC: --plc left=10.0.0.1 --plc "
@@ -135,6 +141,11 @@ private:
             fault("plc", m_options.plcs.first().host,
                   QStringLiteral("a name for each PLC when there are several: NAME=HOST[:PORT]"));
         }
+    }
+
+    /// It is printed with what its PLC says, and stands before "/" in a tag's name.
+    static bool isPlcName(const QString& name) {
+        return name == printable(name) && !name.contains(QLatin1Char('/'));
     }
 
     PlcOption* plcOf(const QString& name) {

@@ -105,6 +105,12 @@ TEST(ParseCommandLine, severalPlcs_haveNamesAndNodesOfTheirOwn) {
     EXPECT_EQ(parsed.options.plcs.at(1).nodes, (QVector<int>{0, 7, 0, 0, 10, 0}));
 }
 
+TEST(ParseCommandLine, plcNameWithBlanksAndOtherLetters_isTaken) {
+    const ParsedCommandLine parsed = parse({"--plc", u8"Tank 1 öst=10.0.0.1", "probe"});
+    ASSERT_EQ(plain(parsed.error), "");
+    EXPECT_EQ(plain(parsed.options.plcs.first().name), u8"Tank 1 öst");
+}
+
 TEST(ParseCommandLine, modeChange_isForbiddenUnlessAskedFor) {
     EXPECT_FALSE(parse({"write", "DM", "1", "5"}).options.link.allowModeChange);
     EXPECT_TRUE(
@@ -148,6 +154,14 @@ const Wrong WRONG[] = {
      {"--plc", "a=10.0.0.1", "--plc", "10.0.0.2", "watch", "a/DM:1"},
      "a name for each PLC"},
     {"plcEmptyName", {"--plc", "=10.0.0.1", "probe"}, "NAME=HOST[:PORT]"},
+    {"plcNameOverTwoLines",
+     {"--plc", "a\nb=10.0.0.1", "probe"},
+     "--plc \"a\\x0Ab=10.0.0.1\": right is a NAME on one line"},
+    {"plcNameWithATab", {"--plc", "a\tb=10.0.0.1", "probe"}, "without tabs"},
+    {"plcNameWithAnEscape", {"--plc", "a\x1b[2Jb=10.0.0.1", "probe"}, "a NAME on one line"},
+    {"plcNameWithASlash",
+     {"--plc", "a/b=10.0.0.1", "watch", "a/b/DM:0"},
+     "without \"/\", which stands between it and its tag: left/DM:0"},
     {"severalPlcsForOneRead",
      {"--plc", "a=10.0.0.1", "--plc", "b=10.0.0.2", "read", "DM", "1"},
      "take several"},

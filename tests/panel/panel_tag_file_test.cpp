@@ -117,6 +117,8 @@ TEST(ParseTagArgument, severalPlcs_wantsOneOfTheirNames) {
     EXPECT_EQ(tag.tag.address, 1);
     EXPECT_TRUE(parse("DM:1", "", &tag, {"left", "right"}).contains("the PLCs are left, right"));
     EXPECT_TRUE(parse("up/DM:1", "", &tag).contains("--plc up=HOST"));
+    EXPECT_EQ(plain(parse("DM:1", "", &tag, {"left"})), ""); // the only one
+    EXPECT_EQ(plain(tag.plc), "left");
 }
 
 TagList readScaled(const char* row, const QStringList& plcs = {QString()}) {
@@ -148,6 +150,28 @@ TEST(ReadTags, oneNameInTwoPlcs_isFine) {
     const TagList list = readScaled("a,DM,0,,,,,,,,left\na,DM,0,,,,,,,,right\n", {"left", "right"});
     ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
     EXPECT_EQ(plain(list.tags.at(1).plc), "right");
+}
+
+TEST(ReadTags, emptyPlc_isTheOnlyOne) {
+    const TagList list = readScaled("a,DM,0,,,,,,,,\nb,DM,0,,,,,,,,left\n", {"left"});
+    ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
+    EXPECT_EQ(plain(list.tags.at(0).plc), "left");
+    EXPECT_EQ(plain(list.tags.at(1).plc), "left");
+}
+
+TEST(ReadTags, sameNameInTheOnlyPlcOnceNamedOnceNot_isThereTwice) {
+    const TagList list = readScaled("level,DM,0,,,,,,,,\nlevel,DM,1,,,,,,,,left\n", {"left"});
+    ASSERT_EQ(list.errors.size(), 1);
+    EXPECT_EQ(list.errors.first().line, 3);
+    EXPECT_EQ(list.errors.first().column, 1);
+    EXPECT_EQ(plain(list.errors.first().text),
+              "name: \"level\" is there twice; a tag has a name of its own");
+}
+
+TEST(ReadTags, emptyPlcOfSeveral_isAFault) {
+    const TagList list = readScaled("a,DM,0,,,,,,,,\n", {"left", "right"});
+    ASSERT_EQ(list.errors.size(), 1);
+    EXPECT_EQ(plain(list.errors.first().text), "plc: \"\" is no PLC; the PLCs are left, right");
 }
 
 TEST(ReadTags, severalPlcsAndNoColumnOfTheirs_isOneFault) {
