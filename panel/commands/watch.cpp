@@ -168,8 +168,7 @@ private:
             dropped += statistics.dropped();
         }
         m_context.out << QStringLiteral("watched %1: %2, %3, %4, %5, %6 dropped\n")
-                             .arg(counted(m_tags.size(), "tag", "tags"),
-                                  counted(m_progress.scans(), "scan", "scans"),
+                             .arg(counted(m_tags.size(), "tag", "tags"), m_progress.scansText(),
                                   counted(exchanges, "exchange", "exchanges"),
                                   counted(retries, "retry", "retries"),
                                   counted(failures, "failure", "failures"))

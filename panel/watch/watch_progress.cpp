@@ -1,5 +1,7 @@
 #include "panel/watch/watch_progress.h"
 
+#include "panel/output/output.h"
+
 #include <velkor/host/registers.h>
 
 #include <algorithm>
@@ -54,8 +56,8 @@ void WatchProgress::tagsChanged(const QVector<int>& changed) {
 }
 
 void WatchProgress::scanEnded(int line) {
-    ++m_scans;
     OfLine& own = m_lines[line];
+    ++own.scans;
     const bool quiet = !own.changedInScan && m_tags.line(line).allFresh();
     own.quietScans = quiet ? own.quietScans + 1 : 0;
     own.changedInScan = false;
@@ -93,6 +95,16 @@ bool WatchProgress::isStable() const {
         }
     }
     return true;
+}
+
+QString WatchProgress::scansText() const {
+    QStringList texts;
+    for (int line = 0; line < m_tags.lines(); ++line) {
+        const QString scans = counted(m_lines.at(line).scans, "scan", "scans");
+        texts.append(m_tags.lines() == 1 ? scans
+                                         : scans + QStringLiteral(" of ") + m_tags.lineName(line));
+    }
+    return texts.join(QStringLiteral(", "));
 }
 
 /// With several PLCs a name alone may be of any of them.

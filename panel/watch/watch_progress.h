@@ -21,7 +21,9 @@ public:
 
     /// Every tag has been read, and nothing has changed for three scans of its PLC.
     bool isStable() const;
-    qint64 scans() const { return m_scans; }
+    /// "11 scans"; with several PLCs, each of which is scanned by itself, "11 scans of left, 9
+    /// scans of right".
+    QString scansText() const;
 
     /// Why the time was too short, one text each. `stable` was waited for. `names` as in
     /// failureText().
@@ -36,6 +38,7 @@ private:
         QBitArray missing; ///< by word, from the first; never all of them 0
     };
     struct OfLine {
+        qint64 scans = 0;
         int quietScans = 0; ///< in a row
         bool changedInScan = false;
         int scansSinceAChange = STABLE_SCANS; ///< of a value; so many, too, when there was none
@@ -50,7 +53,6 @@ private:
     const WatchedTags& m_tags;
     QVector<OfLine> m_lines;
     QVector<int> m_changes; ///< of each tag, as seen last
-    qint64 m_scans = 0;
 };
 
 } // namespace panel

@@ -227,6 +227,22 @@ TEST_F(PanelTerminal, watch_twoPlcs_showsBothAndTheSilentOneSlowsNoTag) {
     EXPECT_EQ(exitCode(), 0);
 }
 
+/// The second scan would begin after a minute.
+TEST_F(PanelTerminal, watch_twoPlcs_endTellsTheScansOfEach) {
+    startPlc();
+    EXPECT_EQ(panel({"write", "DM", "5", "4711"}).exitCode, 0);
+    EXPECT_EQ(panel({"write", "DM", "6", "1147"}).exitCode, 0);
+    run({"--plc", "left=" + plcAddress().toUtf8(), "--plc", "right=" + plcAddress().toUtf8(),
+         "watch", "--scan-interval", "60000", "left/DM:5", "right/DM:6"});
+    EXPECT_TRUE(shows("4711"));
+    EXPECT_TRUE(shows("1147"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+    EXPECT_EQ(plain(screen().lines().first()),
+              "watched 2 tags: 1 scan of left, 1 scan of right, 2 exchanges, 0 retries, 0 "
+              "failures, 0 dropped");
+}
+
 TEST_F(PanelTerminal, watch_scaledTag_isShownAndWrittenInItsUnit) {
     startPlc();
     watch({file("tags.csv", "name,register,address,type,unit,scale,decimals,low,high\n"
