@@ -113,9 +113,13 @@ void TagBoard::markRead(Entry* entry, const WordRange& read, qint64 askedAt, qin
     if (!entry->inPieces()) {
         entry->wordReadAt = QVector<qint64>(entry->words.length, -1);
     }
-    const int first = std::max(entry->words.address, read.address);
-    const int end = std::min(entry->words.end(), read.end());
-    for (int word = first; word < end; ++word) {
+    noteReadAt(entry, read, askedAt);
+}
+
+void TagBoard::noteReadAt(Entry* entry, const WordRange& words, qint64 askedAt) {
+    const int first = std::max(entry->words.address, words.address);
+    const int end = std::min(entry->words.end(), words.end());
+    for (int word = first; entry->inPieces() && word < end; ++word) {
         entry->wordReadAt[word - entry->words.address] = askedAt;
     }
 }
@@ -161,6 +165,7 @@ void TagBoard::takeValue(int index, const WordRange& read, const Items& words, q
 
 void TagBoard::readFailed(const WordRange& asked, const QString& reason, qint64 since, qint64 now) {
     for (const int index : touching(asked)) {
+        noteReadAt(&m_entries[index], asked, -1); // what was read of it before counts no more
         fail(index, reason, since, now);
     }
 }
@@ -285,6 +290,9 @@ void TagBoard::wordsWritten(const WrittenItems& items, WriteEnd end, qint64 now)
         return;
     }
     for (const int index : changedBy(items)) {
+        // Of a tag that comes in several reads a word may have been read in this scan already: that
+        // was before the write, and the driver may show what was written for what was read.
+        noteReadAt(&m_entries[index], items.words, -1);
         if (end == WriteEnd::Taken) {
             m_entries[index].written = true;
             settlePending(index);

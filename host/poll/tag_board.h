@@ -89,8 +89,8 @@ private:
     struct Entry {
         TagStatus status;
         WordRange words;
-        /// When each word was read in the scan under way, -1: not yet. Empty while single reads
-        /// bring all its words.
+        /// When each word was read in the scan under way, -1: not yet, or not since a write to it.
+        /// Empty while single reads bring all its words.
         QVector<qint64> wordReadAt;
         qint64 answeredAt = -1; ///< when the last reading came: later than `readAt`
         qint64 failedAt = -1;
@@ -108,6 +108,7 @@ private:
     QVector<int> changedBy(const WrittenItems& items) const;
     void fail(int index, const QString& reason, qint64 since, qint64 now);
     void markRead(Entry* entry, const WordRange& read, qint64 askedAt, qint64 now);
+    static void noteReadAt(Entry* entry, const WordRange& words, qint64 askedAt);
     void takeValue(int index, const WordRange& read, const Items& words, qint64 now);
     void judge(int index, qint64 now);
     void explain(Entry* entry, bool failed);

@@ -219,6 +219,9 @@ void SimulatedLine::collect() {
             ++scans;
         } else if (const auto* write = std::get_if<WriteOutcome>(&*notice)) {
             writes.push_back(*write);
+            if (onWrite) {
+                onWrite(*write);
+            }
         } else if (const auto* read = std::get_if<ReadOutcome>(&*notice)) {
             reads.push_back(*read);
         } else if (const auto* recipe = std::get_if<RecipeOutcome>(&*notice)) {
@@ -227,6 +230,9 @@ void SimulatedLine::collect() {
             progress.push_back(*moved);
         } else {
             requests.push_back(std::get<RequestEnd>(*notice));
+            if (onRequest) {
+                onRequest(requests.back());
+            }
         }
     }
 }

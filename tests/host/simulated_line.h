@@ -131,6 +131,9 @@ public:
     int scans = 0;
     /// Called for each notice of changed tags.
     std::function<void(const QVector<int>&)> onTags;
+    /// Called for each request and for each write that has ended, as it ends.
+    std::function<void(const velkor_host::RequestEnd&)> onRequest;
+    std::function<void(const velkor_host::WriteOutcome&)> onWrite;
     qint64 usual = 1000; ///< microseconds of each way
 
 private:

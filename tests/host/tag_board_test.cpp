@@ -276,6 +276,79 @@ TEST_F(HostTagBoard, readWholeAfterHalves_isTakenAtOnce) {
     EXPECT_EQ(*m_board.at(0).value(), (Items{9, 9}));
 }
 
+TEST_F(HostTagBoard, halfReadBeforeAWritePerhapsExecuted_isNoPartOfAFreshValue) {
+    tags({tagAt("DM", 100, 2)});
+    read(100, 1);
+    read(101, 1);
+    scanEnds();
+    ASSERT_EQ(state(0), TagState::Fresh);
+    m_now += 1000;
+    read(100, 1);
+    m_now += 1000;
+    m_board.writeBegun({"DM", 100, 1});
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Perhaps, m_now);
+    m_now += 1000;
+    read(101, 1);
+    scanEnds();
+    EXPECT_EQ(state(0), TagState::Stale);
+    EXPECT_TRUE(m_board.at(0).reason.startsWith("perhaps written: "));
+    m_now += 1000;
+    read(100, 1);
+    read(101, 1);
+    scanEnds();
+    EXPECT_EQ(state(0), TagState::Fresh);
+}
+
+TEST_F(HostTagBoard, halfReadBeforeAWriteTaken_leavesItPending) {
+    tags({tagAt("DM", 100, 2)});
+    read(100, 1);
+    read(101, 1);
+    scanEnds();
+    m_now += 1000;
+    read(100, 1);
+    m_board.writeBegun({"DM", 100, 1});
+    m_words = {{100, 5}}; // the driver shows it, though it has not been read
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Taken, m_now);
+    m_now += 1000;
+    read(101, 1);
+    scanEnds();
+    EXPECT_TRUE(m_board.at(0).pending);
+    EXPECT_EQ(*m_board.at(0).value(), (Items{0, 0}));
+    read(100, 1);
+    read(101, 1);
+    scanEnds();
+    EXPECT_FALSE(m_board.at(0).pending);
+    EXPECT_EQ(*m_board.at(0).value(), (Items{5, 0}));
+}
+
+TEST_F(HostTagBoard, halfReadAfterAWrite_counts) {
+    tags({tagAt("DM", 100, 2), tagAt("DM_bit", 100 * 16, 20, ValueType::Bool)});
+    read(100, 1);
+    m_now += 1000;
+    m_board.writeBegun({"DM", 101, 1});
+    m_board.writeEnded({"DM", 101, 1}, TagBoard::WriteEnd::Perhaps, m_now);
+    const WrittenItems otherBits({"DM", 101, 1}, 101 * 16 + 8, 4);
+    m_now += 1000;
+    read(101, 1);
+    m_board.writeBegun(otherBits);
+    m_board.writeEnded(otherBits, TagBoard::WriteEnd::Taken, m_now);
+    scanEnds();
+    EXPECT_EQ(state(0), TagState::NotRead);
+    EXPECT_EQ(state(1), TagState::Fresh) << "none of its bits was written since";
+}
+
+TEST_F(HostTagBoard, halfReadBeforeAFailedReadOfIt_isNoPartOfAFreshValue) {
+    tags({tagAt("DM", 100, 2)});
+    read(100, 1);
+    m_now += 1000;
+    fail(100, 1);
+    m_now += 1000;
+    read(101, 1);
+    scanEnds();
+    EXPECT_EQ(state(0), TagState::NotRead);
+    EXPECT_EQ(plain(m_board.at(0).reason), "no answer");
+}
+
 // --- Writes --------------------------------------------------------------------------------------
 
 TEST_F(HostTagBoard, readingWhileTheDriverWrites_isPassedOver) {

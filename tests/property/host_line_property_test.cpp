@@ -34,6 +34,8 @@ public:
         };
         m_line.fate = [this](const QByteArray&, int) { return fate(); };
         m_line.onTags = [this](const QVector<int>&) { look(); };
+        m_line.onRequest = [this](const RequestEnd& end) { noteRead(end); };
+        m_line.onWrite = [this](const WriteOutcome& outcome) { noteWritten(outcome); };
     }
 
     void tell() {
@@ -54,6 +56,7 @@ public:
     }
 
     int freshSeen() const { return m_freshSeen; }
+    int longFreshSeen() const { return m_longFreshSeen; }
     int results(WriteResult result) const {
         return static_cast<int>(std::count_if(
             m_line.writes.begin(), m_line.writes.end(),
@@ -74,6 +77,20 @@ private:
         const int value = numbered(512 + m_changes++ % 512, word);
         m_line.machine.setDm(word, value);
         note(word, value);
+    }
+
+    /// When a word was asked for that has been read, and when a write to it ended.
+    void noteRead(const RequestEnd& end) {
+        for (int word = end.address; end.ok && !end.write && word < end.address + end.length;
+             ++word) {
+            m_read[word] = m_line.clock.time - end.waited;
+        }
+    }
+    void noteWritten(const WriteOutcome& outcome) {
+        for (int item = 0; item < outcome.taken + outcome.unknown; ++item) {
+            (item < outcome.taken ? m_taken : m_unknown)[outcome.address + item] =
+                m_line.clock.time;
+        }
     }
 
     Fate fate() {
@@ -133,7 +150,8 @@ private:
     void newTags() {
         QVector<Tag> tags;
         for (int left = m_random.between(1, 8); left > 0; --left) {
-            const int count = m_random.between(1, 12);
+            const int longest = m_random.percent(20) ? WORDS : 12;
+            const int count = m_random.between(1, longest);
             const int address = m_random.below(WORDS - count + 1);
             tags.append(m_random.percent(25)
                             ? tagAt("DM_bit", 16 * address, 16 * count, ValueType::Bool)
@@ -181,6 +199,7 @@ private:
             if (value) {
                 ++m_freshSeen;
                 lookAt(tags.at(index), *value, since);
+                lookAtWrites(tags.at(index), m_line.status(index).pending);
             }
         }
     }
@@ -194,6 +213,21 @@ private:
             ASSERT_TRUE(heldLately(bits ? place / 16 : place, value.at(item) * (bits ? mask : 1),
                                    mask, since))
                 << tag.name.toStdString() << ", item " << item << " shows " << value.at(item);
+        }
+    }
+
+    /// A fresh value was read since a write to its words ended without an answer; one that is not
+    /// pending, since one was taken.
+    void lookAtWrites(const Tag& tag, bool pending) {
+        const bool bits = tag.bitRegister();
+        const int first = bits ? tag.address / 16 : tag.address;
+        const int length = bits ? tag.itemCount() / 16 : tag.itemCount();
+        m_longFreshSeen += length > m_line.settings.wordsPerFrame ? 1 : 0;
+        for (int word = first; word < first + length; ++word) {
+            ASSERT_GE(m_read[word], m_unknown[word]) << "word " << word;
+            if (!pending) {
+                ASSERT_GE(m_read[word], m_taken[word]) << "word " << word;
+            }
         }
     }
 
@@ -233,6 +267,9 @@ private:
     SimulatedLine m_line;
     std::vector<Held> m_history[WORDS];
     std::map<quint64, Items> m_written; ///< by id
+    std::map<int, qint64> m_read;       ///< by word
+    std::map<int, qint64> m_taken;      ///< by word
+    std::map<int, qint64> m_unknown;    ///< by word
     int m_changes = 0;
     int m_number = 0; ///< of the write last made
     bool m_bad = true;
@@ -240,10 +277,12 @@ private:
     std::vector<qint64> m_scanEnds = {0};
     int m_scansBefore = 0;
     int m_freshSeen = 0;
+    int m_longFreshSeen = 0; ///< of tags longer than a frame
 };
 
 TEST(HostLineProperty, anyStory_writesAreToldAsTheyWereAndTagsShowWhatThePlcHoldsThere) {
     int fresh = 0;
+    int longFresh = 0;
     std::map<WriteResult, int> results;
     for (unsigned seed = 1; seed <= 60 && !testing::Test::HasFailure(); ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
@@ -254,12 +293,14 @@ TEST(HostLineProperty, anyStory_writesAreToldAsTheyWereAndTagsShowWhatThePlcHold
         HostLineStory story(seed, settings);
         story.tell();
         fresh += story.freshSeen();
+        longFresh += story.longFreshSeen();
         for (const WriteResult result :
              {WriteResult::Taken, WriteResult::Refused, WriteResult::Unknown}) {
             results[result] += story.results(result);
         }
     }
     EXPECT_GT(fresh, 10000); // that there was something to judge
+    EXPECT_GT(longFresh, 1000);
     EXPECT_GT(results[WriteResult::Taken], 1000);
     EXPECT_GT(results[WriteResult::Refused], 50);
     EXPECT_GT(results[WriteResult::Unknown], 50);
