@@ -66,6 +66,12 @@ RequestEnd together(const RequestEnd& first, const RequestEnd& second) {
     return both;
 }
 
+WrittenItems itemsWritten(const QString& reg, int address, int count) {
+    const bool bits = isBitRegister(reg);
+    const WordRange words = wordsHolding(reg, bits, address, count);
+    return bits ? WrittenItems(words, address, count) : WrittenItems(words);
+}
+
 /// The end that the line's closing puts to a piece of which nothing has been sent.
 RequestEnd neverTried(const Piece& piece, bool write) {
     RequestEnd end;
@@ -103,9 +109,11 @@ Piece WriteTransfer::piece() const {
 }
 
 WrittenItems WriteTransfer::written() const {
-    const bool bits = isBitRegister(m_outcome.reg);
-    const WordRange words = wordsHolding(m_outcome.reg, bits, m_outcome.address, m_outcome.count);
-    return bits ? WrittenItems(words, m_outcome.address, m_outcome.count) : WrittenItems(words);
+    return itemsWritten(m_outcome.reg, m_outcome.address, m_outcome.count);
+}
+
+WrittenItems WriteTransfer::pieceWritten() const {
+    return itemsWritten(m_outcome.reg, m_outcome.address + m_outcome.taken, pieceItems());
 }
 
 /// Whether the piece is to be handed over once more. Each time it is a request of its own, because

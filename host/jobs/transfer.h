@@ -42,8 +42,9 @@ public:
 
     /// Once it has ended.
     const WriteOutcome& outcome() const { return m_outcome; }
-    /// What it changes.
+    /// What it changes, all of it and the piece in hand.
     WrittenItems written() const;
+    WrittenItems pieceWritten() const;
 
 private:
     int pieceItems() const;

@@ -87,6 +87,7 @@ private:
     void startRecipe(RecipeWork* recipe);
     void nothingToSend();
     void jobSettled(const Settled& settled);
+    void writeSettled(WriteTransfer* write, const Settled& settled);
     void blockSettled(const RequestEnd& end);
     void recipeEnded();
     void recipeBegunOnBoard(const RecipeWork& recipe);

@@ -72,28 +72,33 @@ void LineCore::requestSettled(const Settled& settled) {
     }
 }
 
+/// Of a long write some pieces may be there though others are not: each is told by itself.
+void LineCore::writeSettled(WriteTransfer* write, const Settled& settled) {
+    m_wordsInHand = WordRange();
+    TagBoard& board = m_poller.board();
+    board.setInDriversHands(m_wordsInHand);
+    const WrittenItems piece = write->pieceWritten();
+    const bool ended = write->pieceEnded(settled) == NextStep::Ended;
+    const bool perhaps = ended && write->outcome().result == WriteResult::Unknown;
+    board.wordsWritten(piece,
+                       settled.ok ? TagBoard::WriteEnd::Taken
+                       : perhaps  ? TagBoard::WriteEnd::Perhaps
+                                  : TagBoard::WriteEnd::NotExecuted,
+                       m_clock.now());
+    if (settled.ok || ended) {
+        m_statistics.exchangeEnded(write->outcome().last, m_clock.now());
+    }
+    if (ended) {
+        board.writeSettled(write->written());
+        m_notices.emplace_back(write->outcome());
+        m_queue.takeFirst();
+    }
+}
+
 void LineCore::jobSettled(const Settled& settled) {
     m_jobInHand = false;
     if (WriteTransfer* write = m_queue.first<WriteTransfer>()) {
-        m_wordsInHand = WordRange();
-        m_poller.board().setInDriversHands(m_wordsInHand);
-        const NextStep next = write->pieceEnded(settled);
-        if (settled.ok || next == NextStep::Ended) {
-            m_statistics.exchangeEnded(write->outcome().last, m_clock.now());
-        }
-        if (next == NextStep::Ended) {
-            const WriteOutcome& outcome = write->outcome();
-            // Of a long write some pieces may be there though others are not.
-            const bool there = outcome.result == WriteResult::Taken || outcome.taken > 0;
-            m_poller.board().writeEnded(write->written(),
-                                        outcome.result == WriteResult::Unknown
-                                            ? TagBoard::WriteEnd::Perhaps
-                                        : there ? TagBoard::WriteEnd::Taken
-                                                : TagBoard::WriteEnd::NotExecuted,
-                                        m_clock.now());
-            m_notices.emplace_back(write->outcome());
-            m_queue.takeFirst();
-        }
+        writeSettled(write, settled);
         return;
     }
     ReadTransfer* read = m_queue.first<ReadTransfer>();

@@ -161,6 +161,38 @@ TEST(LineWrite, noAnswerToTheSecondPiece_saysWhatIsKnownAndSendsNothingBehindIt)
     EXPECT_EQ(line.machine.dm(8), 0);
 }
 
+TEST(LineWrite, noAnswerToTheSecondPiece_leavesTheTagsOfThatPieceAloneStale) {
+    for (const bool refused : {false, true}) {
+        LineSettings settings = lineSettings();
+        settings.wordsPerFrame = 256;
+        settings.scanMs = 5000;
+        SimulatedLine line(settings);
+        line.setTags({tagAt("DM", 0), tagAt("DM", 300), tagAt("DM", 550), tagAt("DM", 255, 2)});
+        ASSERT_TRUE(line.runUntil([&] { return line.core->board().allFresh(); }));
+        int writes = 0;
+        line.fate = [&](const QByteArray& frame, int) {
+            Fate fate;
+            const bool second = isWriteFrame(frame) && ++writes > 1;
+            fate.loseReply = second && !refused;
+            fate.endCode = second && refused ? 0x2101 : 0;
+            return fate;
+        };
+        line.write("DM", 0, counting(600, 1));
+        ASSERT_TRUE(line.settle());
+        EXPECT_EQ(line.writes.at(0).taken, 256);
+        EXPECT_EQ(line.writes.at(0).unknown, refused ? 0 : 256);
+        EXPECT_EQ(line.shown(0), "0"); // written, and not read since
+        EXPECT_TRUE(line.status(0).pending);
+        EXPECT_EQ(line.shown(1), refused ? "0" : "stale");
+        EXPECT_EQ(line.status(1).reason.startsWith("perhaps written"), !refused);
+        EXPECT_FALSE(line.status(1).pending);
+        EXPECT_EQ(line.shown(2), "0"); // never sent
+        EXPECT_FALSE(line.status(2).pending);
+        EXPECT_EQ(line.shown(3), refused ? "0 0" : "stale"); // half of each
+        EXPECT_EQ(line.status(3).pending, refused);
+    }
+}
+
 // --- Refusals ------------------------------------------------------------------------------------
 
 TEST(LineWrite, refused_isToldWithItsEndCodeAndNothingIsExecuted) {
