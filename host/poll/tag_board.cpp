@@ -22,6 +22,11 @@ QString notRefreshed() {
     return QStringLiteral("not refreshed");
 }
 
+/// What went wrong, without the details that change from request to request.
+QString kindOf(const QString& reason) {
+    return reason.section(QLatin1Char(':'), 0, 0);
+}
+
 /// Leaves it empty. The result ascends and has each index once.
 QVector<int> takeOrdered(QVector<int>* indices) {
     QVector<int> taken;
@@ -176,8 +181,10 @@ void TagBoard::fail(int index, const QString& reason, qint64 since, qint64 now) 
         return;
     }
     const bool first = entry.failedAt <= entry.answeredAt;
-    if (first) {
-        entry.status.since = since;
+    const QString kind = kindOf(reason);
+    if (kindOf(entry.status.reason) != kind) {
+        const bool asTheLink = kindOf(m_linkFailure) == kind;
+        entry.status.since = asTheLink ? std::min(since, m_linkFailingSince) : since;
     }
     entry.failedAt = now;
     entry.status.reason = reason;
@@ -348,7 +355,7 @@ void TagBoard::setRefused(const QVector<RefusedRange>& refused,
 }
 
 void TagBoard::linkFails(const QString& reason, qint64 since) {
-    if (m_linkFailure.isEmpty()) {
+    if (kindOf(m_linkFailure) != kindOf(reason)) {
         m_linkFailingSince = since;
     }
     m_linkFailure = reason;

@@ -75,7 +75,8 @@ public:
                     const std::function<QString(const RequestEnd&)>& reason, qint64 now);
 
     /// The PLC does not answer: the reason of every tag that has no failure of its own. `since` is
-    /// of the first call since linkAnswers().
+    /// of the first call with a reason of that kind, which is what stands before its colon, since
+    /// linkAnswers() or a reason of another kind.
     void linkFails(const QString& reason, qint64 since);
     void linkAnswers() { m_linkFailure.clear(); }
 

@@ -194,6 +194,50 @@ TEST_F(HostTagBoard, linkThatFails_isTheReasonOfWhatGrowsOld) {
     EXPECT_EQ(plain(m_board.at(0).reason), "not refreshed");
 }
 
+TEST_F(HostTagBoard, reasonOfAnotherKind_beginsAnewAndOneOfTheSameKindGoesOn) {
+    tags({tagAt("DM", 100)});
+    read(100, 1);
+    const WordRange word = {"DM", 100, 1};
+    m_now += SECOND;
+    m_board.readFailed(word, "no answer: 1 try", m_now - 10, m_now);
+    const qint64 silent = m_now - 10;
+    m_now += 1000;
+    m_board.readFailed(word, "no answer: 3 tries", m_now - 10, m_now);
+    EXPECT_EQ(m_board.at(0).since, silent);
+    m_now += 1000;
+    m_board.readFailed(word, "port unreachable: nothing listens", m_now - 10, m_now);
+    EXPECT_EQ(m_board.at(0).since, m_now - 10);
+    m_now += 1000;
+    m_board.writeBegun(word);
+    m_board.writeEnded(word, TagBoard::WriteEnd::Perhaps, m_now);
+    EXPECT_TRUE(m_board.at(0).reason.startsWith("perhaps written: "));
+    EXPECT_EQ(m_board.at(0).since, m_now);
+}
+
+TEST_F(HostTagBoard, linkThatFailsOtherwise_beginsAnew) {
+    tags({tagAt("DM", 100)});
+    m_board.linkFails("no answer: 1 try", m_now);
+    m_board.linkFails("cannot send: no route", m_now + 5);
+    m_board.linkFails("cannot send: no interface", m_now + 7);
+    pass(10);
+    EXPECT_EQ(plain(m_board.at(0).reason), "cannot send: no interface");
+    EXPECT_EQ(m_board.at(0).since, 10 * SECOND + 5);
+}
+
+TEST_F(HostTagBoard, failureOfItsOwnWhileTheLinkFailsSo_holdsSinceTheLinkFails) {
+    tags({tagAt("DM", 100)});
+    read(100, 1);
+    const qint64 silent = m_now + 5;
+    m_board.linkFails("no answer: 1 try", silent);
+    pass(LIMIT + 1);
+    EXPECT_EQ(m_board.at(0).since, silent);
+    m_board.writeEnded({"DM", 100, 1}, TagBoard::WriteEnd::Perhaps, m_now);
+    EXPECT_EQ(m_board.at(0).since, m_now);
+    m_now += SECOND;
+    m_board.readFailed({"DM", 100, 1}, "no answer: 3 tries", m_now - 10, m_now);
+    EXPECT_EQ(m_board.at(0).since, silent);
+}
+
 // --- Tags that come in several reads -------------------------------------------------------------
 
 TEST_F(HostTagBoard, halfRead_isNotRead) {

@@ -83,7 +83,8 @@ public:
     /// Why it is not fresh: empty, or one line whose key words stand before a colon, such as
     /// "no answer: 3 tries of 500 ms to 192.168.250.1:9600".
     QString reason;
-    qint64 since = -1; ///< since when `reason` holds
+    qint64 since = -1; ///< since when `reason` holds, by its key words: what stands behind them is
+                       ///< of the last request and may change while they hold
     int endCode = -1;  ///< of the refusal, for Refused; else -1
 
     /// The value, if it may be shown as one: in the state Fresh alone.
