@@ -45,18 +45,21 @@ QString endCodeOrNothing(int endCode) {
     return endCode < 0 ? QString() : endCodeText(endCode);
 }
 
-/// "no answer for 4.2 s: 3 tries of ...": the key words, for how long, and the rest.
+} // namespace
+
 QString reasonSince(const TagStatus& status, qint64 now) {
     if (status.reason.isEmpty() || status.since < 0) {
         return status.reason;
     }
     const auto colon = status.reason.indexOf(QLatin1Char(':'));
     const auto end = colon < 0 ? status.reason.size() : colon;
-    return status.reason.left(end) + QStringLiteral(" for ") + screen::ageText(now - status.since) +
+    const QString keyWords = status.reason.left(end);
+    const QString lasted = keyWords + QStringLiteral(" for ") + screen::ageText(now - status.since);
+    // A silence may have outlived many requests; the tries that are told are those of one.
+    const bool ofOneRequest = colon >= 0 && keyWords == QLatin1String("no answer");
+    return lasted + (ofOneRequest ? QStringLiteral("; last request") : QString()) +
            status.reason.mid(end);
 }
-
-} // namespace
 
 ScreenSource::ScreenSource(WatchedTags& tags, bool force, bool unicode)
     : m_tags(tags), m_force(force), m_unicode(unicode) {}

@@ -8,6 +8,10 @@
 
 namespace panel {
 
+/// "port unreachable for 4.2 s: nothing listens on ...": the key words, for how long, and the rest.
+/// "no answer for 4.2 s; last request: 1 try of ...": where the rest is of one request alone.
+QString reasonSince(const TagStatus& status, qint64 now);
+
 class ScreenSource : public screen::ScreenModel {
 public:
     /// `tags` are borrowed. `force`: values outside the limits are written without being asked for

@@ -58,9 +58,10 @@ public:
                                  : *m_tags[0].status.number < 20 ? Limit::Below
                                                                  : Limit::Inside;
         m_tags[1].status.state = std::fmod(seconds, 20) > 15 ? TagState::Stale : TagState::Fresh;
-        m_tags[1].texts.reason = m_tags[1].status.state == TagState::Stale
-                                     ? "no answer for 2.6 s: 3 tries of 500 ms to 127.0.0.1:9600"
-                                     : "";
+        m_tags[1].texts.reason =
+            m_tags[1].status.state == TagState::Stale
+                ? "no answer for 2.6 s; last request: 3 tries of 500 ms to 127.0.0.1:9600"
+                : "";
     }
 
     qint64 now() const override { return m_steady ? m_now : m_now + m_timer.nsecsElapsed() / 1000; }
@@ -116,7 +117,8 @@ private:
         FakeTag& unread = add("flow_total");
         unread.status.state = TagState::NotRead;
         unread.status.readAt = -1;
-        unread.texts = {"", "no answer for 2.6 s: 3 tries of 500 ms to 192.168.250.77:9600"};
+        unread.texts = {
+            "", "no answer for 2.6 s; last request: 3 tries of 500 ms to 192.168.250.77:9600"};
         FakeTag& high = add("motor_temperature");
         high.status.limit = Limit::Above;
         high.label.high = 80;
