@@ -5,6 +5,7 @@
 #include <velkor/host/registers.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace velkor_host {
 namespace {
@@ -17,6 +18,10 @@ QString outOfRange(const char* name, int value, const SettingRange& range) {
                      .arg(value)
                      .arg(range.lowest)
                      .arg(range.highest);
+}
+
+bool isNoNumber(const std::optional<double>& limit) {
+    return limit && std::isnan(*limit);
 }
 
 } // namespace
@@ -99,11 +104,19 @@ QString wrongTag(const Catalogue& registers, const Tag& tag) {
     if (tag.scaling.scale == 0) {
         return QStringLiteral("its scale is 0; right is any other number");
     }
+    if (!std::isfinite(tag.scaling.scale) || !std::isfinite(tag.scaling.offset)) {
+        return QStringLiteral("its scale is %1 and its offset %2; right are finite numbers")
+            .arg(exactNumberText(tag.scaling.scale), exactNumberText(tag.scaling.offset));
+    }
+    if (isNoNumber(tag.limits.low) || isNoNumber(tag.limits.high)) {
+        return QStringLiteral("its %1 limit is no number; right is a number, or none")
+            .arg(isNoNumber(tag.limits.low) ? QStringLiteral("low") : QStringLiteral("high"));
+    }
     if (tag.limits.low && tag.limits.high && *tag.limits.low > *tag.limits.high) {
         return QStringLiteral("its low limit, %1, lies above the high one, %2")
             .arg(exactNumberText(*tag.limits.low), exactNumberText(*tag.limits.high));
     }
-    return wrongItems(registers, tag.reg, tag.address, qint64(tag.count) * itemsPerValue(tag.type));
+    return wrongItems(registers, tag.reg, tag.address, tag.itemCount());
 }
 
 QString wrongTagItems(const Tag& tag, const Items& items) {

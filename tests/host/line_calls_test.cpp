@@ -2,6 +2,7 @@
 
 #include "host/line_notice_fixture.h"
 
+#include <limits>
 #include <type_traits>
 
 using namespace line_notice_fixture;
@@ -60,6 +61,22 @@ TEST_F(LineNotice, write_otherThanZeroAndOneToABit_isNotQueued) {
     EXPECT_NE(fault.toStdString(), "");
 }
 
+TEST_F(LineNotice, tagWhoseCountWraps_isNeitherReadNorWritten) {
+    open();
+    for (const int count : {-2147483647, -2147483647 - 1, 0x40000001, 0x7FFFFFFF, 0}) {
+        Tag wrong = wordTag(1, count);
+        wrong.type = ValueType::Uint32;
+        QString fault;
+        EXPECT_EQ(line->read(wrong, &fault), 0U) << count;
+        EXPECT_NE(fault.toStdString(), "") << count;
+        if (count < 1) {
+            EXPECT_EQ(line->write(wrong, {1, 0}, &fault), 0U) << count;
+            EXPECT_NE(fault.toStdString(), "") << count;
+        }
+    }
+    EXPECT_EQ(line->pending(), 0);
+}
+
 TEST_F(LineNotice, setTags_wrongTag_saysWhichAndChangesNothing) {
     open();
     EXPECT_EQ(line->setTags({wordTag(5)}).toStdString(), "");
@@ -70,8 +87,22 @@ TEST_F(LineNotice, setTags_wrongTag_saysWhichAndChangesNothing) {
     unscaled.scaling.scale = 0;
     Tag turned = wordTag(1);
     turned.limits = {2.0, 1.0};
-    for (const Tag& wrong :
-         {wordTag(1, 0), wordTag(40000), wordTag(1, 1, "XX"), bits, unscaled, turned}) {
+    const double noNumber = std::numeric_limits<double>::quiet_NaN();
+    Tag scaledByNoNumber = wordTag(1);
+    scaledByNoNumber.scaling.scale = noNumber;
+    Tag movedByNoNumber = wordTag(1);
+    movedByNoNumber.scaling.offset = noNumber;
+    Tag scaledBeyondAll = wordTag(1);
+    scaledBeyondAll.scaling.scale = std::numeric_limits<double>::infinity();
+    Tag noLowLimit = wordTag(1);
+    noLowLimit.limits = {noNumber, 1.0};
+    Tag noHighLimit = wordTag(1);
+    noHighLimit.limits.high = noNumber;
+    Tag countThatWraps = wordTag(1, -2147483647);
+    countThatWraps.type = ValueType::Uint32;
+    for (const Tag& wrong : {wordTag(1, 0), wordTag(40000), wordTag(1, 1, "XX"), bits, unscaled,
+                             turned, scaledByNoNumber, movedByNoNumber, scaledBeyondAll, noLowLimit,
+                             noHighLimit, countThatWraps}) {
         const QString fault = line->setTags({wordTag(7), wrong});
         EXPECT_TRUE(fault.startsWith("tag 1 ")) << qPrintable(fault);
     }

@@ -118,8 +118,9 @@ public:
     /// What is polled from now on, instead of what was. All states begin with NotRead; no reading
     /// made for the old list is credited to the new one. Writes and reads under way are not
     /// touched. A text says which tag is wrong (register unknown to the driver, address out of its
-    /// range, type that does not fit, count below 1, scale of 0, limits the wrong way round); then
-    /// nothing has changed. Needs an open line.
+    /// range, type that does not fit, count below 1, scale of 0, scale or offset that is not
+    /// finite, limit that is no number, limits the wrong way round); then nothing has changed.
+    /// Needs an open line.
     QString setTags(const QVector<Tag>& tags);
     /// The list last taken by setTags(), also when closed. The reference holds as long as the line;
     /// references to tags in it until the next setTags().

@@ -9,6 +9,7 @@
 
 #include <QtCore/QString>
 
+#include <limits>
 #include <optional>
 
 namespace velkor_host {
@@ -26,8 +27,12 @@ struct Tag {
                                  ///< they are for limitOf() and parseTagText()
 
     bool bitRegister() const { return isBitRegister(reg); }
-    /// Words, or bits in a bit register.
-    int itemCount() const { return count * itemsPerValue(type); }
+    /// Words, or bits in a bit register. What an int does not hold is its nearest number.
+    int itemCount() const {
+        const qint64 items = qint64(count) * itemsPerValue(type);
+        return static_cast<int>(qBound<qint64>(std::numeric_limits<int>::min(), items,
+                                               std::numeric_limits<int>::max()));
+    }
 };
 
 /// "DM 100" or "CIO_bit 100.5"
