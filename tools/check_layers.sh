@@ -12,7 +12,7 @@
 #                                    system's sockets
 #   host/include/                    installed: includes only what is installed, Qt, libpcap and the
 #                                    C++ standard library
-#   process <- picture <- screen <- output <- watch <- files <- options <- context <- commands
+#   process <- picture <- trend <- screen <- output <- watch <- files <- options <- context <- commands
 #                                    the rooms of panel/: a room includes itself and those left of it,
 #                                    and panel/host_names.h; main.cpp includes any of them
 #   panel/                           of the host layer <velkor/host/...>, of the library nothing
@@ -31,7 +31,7 @@ fi
 cd "${1:-$(dirname "$0")/..}" || exit 2
 
 readonly layers=(driver data scan fins)
-readonly panel_rooms=(process picture screen output watch files options context commands)
+readonly panel_rooms=(process picture trend screen output watch files options context commands)
 readonly host_rooms=(values wire driver poll jobs watch line)
 breaches=0
 

@@ -3,13 +3,13 @@
 
 /// What the screen shows and what its keys do; no terminal involved.
 
-#include "panel/picture/history.h"
 #include "panel/picture/row_order.h"
 #include "panel/picture/table_picture.h"
-#include "panel/picture/trend_picture.h"
 #include "panel/screen/keys.h"
 #include "panel/screen/message_line.h"
 #include "panel/screen/screen_model.h"
+#include "panel/trend/history.h"
+#include "panel/trend/trend_picture.h"
 
 #include <QtCore/QSet>
 

@@ -1,4 +1,4 @@
-#include "panel/picture/trend_picture.h"
+#include "panel/trend/trend_picture.h"
 
 #include "screen/utf8.h"
 

@@ -1,5 +1,5 @@
-#ifndef VELKOR_PANEL_PICTURE_HISTORY_H
-#define VELKOR_PANEL_PICTURE_HISTORY_H
+#ifndef VELKOR_PANEL_TREND_HISTORY_H
+#define VELKOR_PANEL_TREND_HISTORY_H
 
 /// The last values of the tags, for the small graph and for the trend, in memory that is bounded:
 /// of up to ALL_KEPT tags the last ten minutes are kept, at four samples a second, of the tags of

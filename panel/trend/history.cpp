@@ -1,4 +1,4 @@
-#include "panel/picture/history.h"
+#include "panel/trend/history.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,12 @@
-#ifndef VELKOR_PANEL_PICTURE_TREND_PICTURE_H
-#define VELKOR_PANEL_PICTURE_TREND_PICTURE_H
+#ifndef VELKOR_PANEL_TREND_TREND_PICTURE_H
+#define VELKOR_PANEL_TREND_TREND_PICTURE_H
 
 /// A chart of the last minutes: a strip for each tag with a scale of its own, or all tags on one
 /// scale, each drawn with a letter of its own.
 
 #include "panel/picture/cells.h"
-#include "panel/picture/history.h"
 #include "panel/picture/shown.h"
+#include "panel/trend/history.h"
 
 namespace panel {
 namespace screen {
