@@ -71,8 +71,7 @@ void ScreenView::tick() {
         if (status.state != TagState::Fresh) {
             return Sample{Sample::Gap, 0};
         }
-        return status.number ? Sample{Sample::Value, static_cast<float>(*status.number)}
-                             : Sample{Sample::None, 0};
+        return status.number ? Sample{Sample::Value, *status.number} : Sample{Sample::None, 0};
     });
     if (ordersByTime() && now - m_sortedAt >= SORT_INTERVAL) {
         arrange();

@@ -11,11 +11,11 @@ namespace {
 const qint64 SLOT = History::SAMPLE_MS * qint64(1000);
 const qint64 SECOND = 1000000;
 const int BRIDGED = 3; // slots that a late timer may skip
-const float GAP = std::numeric_limits<float>::quiet_NaN();
-const float NONE = std::numeric_limits<float>::infinity();
+const double GAP = std::numeric_limits<double>::quiet_NaN();
+const double NONE = std::numeric_limits<double>::infinity();
 
-/// A sample in four bytes. A float of the PLC's that is no finite number cannot be drawn.
-float stored(const Sample& sample) {
+/// A sample in eight bytes. A float of the PLC's that is no finite number cannot be drawn.
+double stored(const Sample& sample) {
     switch (sample.kind) {
     case Sample::Value:
         return std::isfinite(sample.value) ? sample.value : NONE;
@@ -27,7 +27,7 @@ float stored(const Sample& sample) {
     return NONE;
 }
 
-Sample restored(float value) {
+Sample restored(double value) {
     return std::isnan(value)   ? Sample{Sample::Gap, 0}
            : std::isinf(value) ? Sample{Sample::None, 0}
                                : Sample{Sample::Value, value};
@@ -48,8 +48,8 @@ void History::keep(const QVector<int>& tags) {
         return;
     }
     QHash<int, Kept> kept;
-    for (const int tag : tags.mid(0, MOST_KEPT)) {
-        kept.insert(tag, m_kept.value(tag));
+    for (const int tag : tags.mid(0, ALL_KEPT)) {
+        kept.insert(tag, m_kept.take(tag));
     }
     m_kept = kept;
 }
@@ -68,22 +68,22 @@ void History::sample(qint64 now, const std::function<Sample(int)>& look) {
     }
     m_recentAt = now;
     for (int tag = 0; tag < m_tags; ++tag) {
-        const float value = stored(look(tag));
+        const double value = stored(look(tag));
         if (std::isfinite(value)) {
-            float* values = m_recent.data() + tag * RECENT;
+            double* values = m_recent.data() + tag * RECENT;
             std::copy(values + 1, values + RECENT, values);
             values[RECENT - 1] = value;
         }
     }
 }
 
-void History::Kept::store(qint64 slot, float value) {
+void History::Kept::store(qint64 slot, double value) {
     if (samples.empty()) {
         samples.assign(SAMPLES, NONE);
         first = slot;
         end = slot;
     }
-    const float skipped = slot - end < BRIDGED ? value : NONE;
+    const double skipped = slot - end < BRIDGED ? value : NONE;
     for (qint64 at = std::max(end, slot - SAMPLES + 1); at < slot; ++at) {
         samples[static_cast<std::size_t>(at % SAMPLES)] = skipped;
     }
@@ -95,9 +95,9 @@ void History::Kept::store(qint64 slot, float value) {
 QVector<double> History::recent(int tag) const {
     QVector<double> result;
     for (int index = 0; index < RECENT; ++index) {
-        const float value = m_recent.at(tag * RECENT + index);
+        const double value = m_recent.at(tag * RECENT + index);
         if (std::isfinite(value)) {
-            result.append(static_cast<double>(value));
+            result.append(value);
         }
     }
     return result;
@@ -129,7 +129,7 @@ QVector<Column> columnsOf(const QVector<Sample>& samples, int count) {
             const Sample& sample = samples.at(static_cast<int>(at));
             column.gap = column.gap || sample.kind == Sample::Gap;
             if (sample.kind == Sample::Value) {
-                const auto value = static_cast<double>(sample.value);
+                const double value = sample.value;
                 column.low = column.value ? std::min(column.low, value) : value;
                 column.high = column.value ? std::max(column.high, value) : value;
                 column.last = value;

@@ -3,7 +3,9 @@
 
 /// The last values of the tags, for the small graph and for the trend, in memory that is bounded:
 /// of up to ALL_KEPT tags the last ten minutes are kept, at four samples a second, of the tags of
-/// a longer list only from when keep() names them on.
+/// a longer list only from when keep() names them on. Values are kept as double, as a counter of 32
+/// bits needs it: 19 kB a tag for the ten minutes, and 128 bytes a tag of any list for the small
+/// graph.
 
 #include <QtCore/QHash>
 #include <QtCore/QVector>
@@ -22,7 +24,7 @@ struct Sample {
         Value
     };
     Kind kind = None;
-    float value = 0;
+    double value = 0;
 };
 
 /// What one column of a chart shows: several moments, or a part of one.
@@ -42,12 +44,11 @@ public:
     static const int SAMPLE_MS = 250;
     static const int SAMPLES = 2400;  ///< ten minutes
     static const int RECENT = 16;     ///< for the small graph, one a second
-    static const int ALL_KEPT = 1000; ///< 10 MB
-    static const int MOST_KEPT = 64;  ///< of a longer list
+    static const int ALL_KEPT = 1000; ///< 19 MB
 
     explicit History(int tags);
 
-    /// The tags of a trend, the first MOST_KEPT of them: of a longer list, others are forgotten.
+    /// The tags of a trend, the first ALL_KEPT of them: of a longer list, others are forgotten.
     void keep(const QVector<int>& tags);
 
     /// To be called four times a second. `look` tells what a tag is now. A call that comes late
@@ -62,17 +63,17 @@ public:
 
 private:
     struct Kept {
-        std::vector<float> samples; ///< a ring, as stored()
-        qint64 first = 0;           ///< slots that have been stored: from `first` on,
-        qint64 end = 0;             ///< before `end`
+        std::vector<double> samples; ///< a ring, as stored()
+        qint64 first = 0;            ///< slots that have been stored: from `first` on,
+        qint64 end = 0;              ///< before `end`
 
-        void store(qint64 slot, float value);
+        void store(qint64 slot, double value);
     };
 
     int m_tags;
     QHash<int, Kept> m_kept;
-    QVector<float> m_recent; ///< RECENT of each tag, oldest first; not finite: none yet
-    qint64 m_slot = -1;      ///< of the latest sample
+    QVector<double> m_recent; ///< RECENT of each tag, oldest first; not finite: none yet
+    qint64 m_slot = -1;       ///< of the latest sample
     qint64 m_recentAt = -1;
 };
 

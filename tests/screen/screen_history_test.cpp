@@ -12,7 +12,7 @@ const qint64 STEP = History::SAMPLE_MS * qint64(1000);
 const qint64 START = 4000 * STEP;
 
 Sample value(double number) {
-    return {Sample::Value, static_cast<float>(number)};
+    return {Sample::Value, number};
 }
 
 const Sample GAP = {Sample::Gap, 0};
@@ -38,8 +38,8 @@ TEST(History, samples_comeBackOldestFirst) {
     sample(&history, START + 2 * STEP, value(3));
     const QVector<Sample> last = history.last(0, 4);
     EXPECT_EQ(kinds(last), ".vgv");
-    EXPECT_EQ(last.at(1).value, 1.0F);
-    EXPECT_EQ(last.at(3).value, 3.0F);
+    EXPECT_EQ(last.at(1).value, 1.0);
+    EXPECT_EQ(last.at(3).value, 3.0);
 }
 
 TEST(History, lateSample_leavesNoGap) {
@@ -60,7 +60,7 @@ TEST(History, secondSampleInTheSameMoment_isLeftOut) {
     History history(1);
     sample(&history, START, value(1));
     sample(&history, START + STEP / 2, value(2));
-    EXPECT_EQ(history.last(0, 1).first().value, 1.0F);
+    EXPECT_EQ(history.last(0, 1).first().value, 1.0);
 }
 
 TEST(History, afterTenMinutes_theOldestIsForgotten) {
@@ -70,8 +70,8 @@ TEST(History, afterTenMinutes_theOldestIsForgotten) {
     }
     const QVector<Sample> last = history.last(0, History::SAMPLES + 1);
     EXPECT_EQ(last.at(0).kind, Sample::None);
-    EXPECT_EQ(last.at(1).value, 10.0F);
-    EXPECT_EQ(last.last().value, static_cast<float>(History::SAMPLES + 9));
+    EXPECT_EQ(last.at(1).value, 10.0);
+    EXPECT_EQ(last.last().value, History::SAMPLES + 9);
 }
 
 TEST(History, pauseLongerThanItHolds_forgetsAll) {
@@ -88,6 +88,16 @@ TEST(History, valueThatIsNoFiniteNumber_isNotDrawn) {
     sample(&history, START + STEP, value(std::numeric_limits<double>::infinity()));
     EXPECT_EQ(kinds(history.last(0, 2)), "..");
     EXPECT_TRUE(history.recent(0).isEmpty());
+}
+
+/// Every number of 32 bits, scaled or not.
+TEST(History, counterOf32Bits_comesBackToItsLastDigit) {
+    History history(1);
+    sample(&history, START, value(1000000001));
+    sample(&history, START + STEP, value(4294967295.0));
+    EXPECT_EQ(history.last(0, 2).at(0).value, 1000000001.0);
+    EXPECT_EQ(history.last(0, 2).at(1).value, 4294967295.0);
+    EXPECT_EQ(history.recent(0).first(), 1000000001.0);
 }
 
 TEST(History, recent_holdsOneValueASecondAndNoGaps) {
@@ -110,6 +120,18 @@ TEST(History, longList_keepsOnlyTheNamedTags) {
     EXPECT_EQ(kinds(history.last(7, 2)), "vv"); // naming it again loses nothing
     history.keep({8});
     EXPECT_EQ(kinds(history.last(7, 2)), "..");
+}
+
+TEST(History, longListWithAThousandNamedTags_keepsThemAll) {
+    History history(History::ALL_KEPT + 1);
+    QVector<int> named;
+    for (int tag = 1; tag <= History::ALL_KEPT; ++tag) {
+        named.append(tag);
+    }
+    history.keep(named);
+    sample(&history, START, value(1));
+    EXPECT_EQ(kinds(history.last(1, 1)), "v");
+    EXPECT_EQ(kinds(history.last(History::ALL_KEPT, 1)), "v");
 }
 
 TEST(History, shortList_keepsAllWhateverIsNamed) {
