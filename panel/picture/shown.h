@@ -20,6 +20,7 @@ struct TagLabel {
     QString type;              ///< "uint16", for the question for a value
     std::optional<double> low; ///< in the unit of TagNow::number
     std::optional<double> high;
+    int values = 1; ///< that it has; the charts draw the first one
 };
 
 enum class TagState { NotRead, Fresh, Stale, Refused };

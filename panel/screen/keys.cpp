@@ -123,6 +123,7 @@ QStringList helpLines() {
         QStringLiteral("t       trend of the marked tags, or of the selected one"),
         QStringLiteral("  + -   fewer or more minutes"),
         QStringLiteral("  o     all tags on one scale, or each on its own"),
+        QStringLiteral("  arrows  the other tags, when they do not all fit"),
         QStringLiteral("  t     back to the table"),
         QStringLiteral("Ctrl-L  draw the screen anew"),
         QStringLiteral("q       quit, as do Ctrl-C and Ctrl-\\"),

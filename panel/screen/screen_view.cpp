@@ -189,7 +189,8 @@ Grid ScreenView::trendWithMessage(int width, int height) {
                            m_history.last(tag, input.seconds * 1000 / History::SAMPLE_MS)});
     }
     // The last page is a full one.
-    const int most = std::max(0, static_cast<int>(m_trend.size()) - stripsThatFit(input));
+    m_trendPage = tagsThatFit(input);
+    const int most = std::max(0, static_cast<int>(m_trend.size()) - m_trendPage);
     m_trendFirst = std::min(m_trendFirst, most);
     input.first = m_trendFirst;
     return trendPicture(input);

@@ -95,7 +95,8 @@ private:
     int m_refusedTag = -1;
     QVector<int> m_trend; ///< tags of the trend
     int m_trendFirst = 0;
-    int m_span = 1; ///< of the spans of the trend
+    int m_trendPage = 1; ///< tags of the page last drawn
+    int m_span = 1;      ///< of the spans of the trend
     bool m_oneScale = false;
 };
 

@@ -190,10 +190,11 @@ void ScreenView::writeTyped() {
 void ScreenView::keyInTrend(Key key, const QString& text) {
     m_message.keyPressed(m_model.now());
     const int last = static_cast<int>(m_trend.size()) - 1;
+    const int step = key == Key::PageUp || key == Key::PageDown ? m_trendPage : 1;
     if (key == Key::Up || key == Key::PageUp) {
-        m_trendFirst = std::max(0, m_trendFirst - 1);
+        m_trendFirst = std::max(0, m_trendFirst - step);
     } else if (key == Key::Down || key == Key::PageDown) {
-        m_trendFirst = std::min(last, m_trendFirst + 1);
+        m_trendFirst = std::min(last, m_trendFirst + step);
     } else if (key == Key::Escape || text == QLatin1String("t")) {
         m_mode = Mode::Select;
     } else if (text == QLatin1String("q")) {

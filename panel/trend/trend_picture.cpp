@@ -1,6 +1,7 @@
 #include "panel/trend/trend_picture.h"
 
 #include "panel/picture/table_picture.h"
+#include "panel/trend/chart.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,24 +10,32 @@ namespace panel {
 namespace screen {
 namespace {
 
-const int LABEL_WIDTH = 10;
-const int LEAST_STRIP = 5; // lines: what it is, and four of the chart
-const int DOTS_ACROSS = 2; // of a braille character
-const int DOTS_DOWN = 4;
-const int MOST_STEPS = 20;
-const double FARTHEST = 4e38; // beyond every float; a range of doubles may be no double
+const int LABEL_WIDTH = 10; // the least, and of the chart beside it too
+const int LEAST_STRIP = 5;  // lines: what it is, and four of the chart
+// Of a page, without the x of gaps.
+const char LETTERS[] = "abcdefghijklmnopqrstuvwyzABCDEFGHIJKLMNOPQRSTUVWYZ";
+const int LETTER_COUNT = sizeof LETTERS - 1;
 
-struct Area {
-    int x = 0;
+/// One chart with the lines above it that say what is drawn.
+struct Part {
+    QVector<TrendTag> tags;
+    QString letters; ///< one for each tag; empty: the only one is drawn with dots
     int y = 0;
-    int width = 1;
-    int height = 1;
+    int height = 1;        ///< of all of it
+    int chartHeight = 1;   ///< without the line of gaps, when there are some
+    bool hasScale = false; ///< else there is no number to draw
+    Scale scale;
+    QVector<ScaleLabel> labels;
+
+    int chartY() const { return y + static_cast<int>(tags.size()); }
+    int lastY() const { return std::max(chartY(), y + height - 1); }
 };
 
 /// Of all values and limits; false when there are none.
 bool findRange(const QVector<TrendTag>& tags, double* low, double* high) {
     bool found = false;
-    const auto take = [&](double value) {
+    const auto take = [&](double any) {
+        const double value = std::max(-FARTHEST, std::min(FARTHEST, any));
         *low = found ? std::min(*low, value) : value;
         *high = found ? std::max(*high, value) : value;
         found = true;
@@ -34,181 +43,117 @@ bool findRange(const QVector<TrendTag>& tags, double* low, double* high) {
     for (const TrendTag& tag : tags) {
         for (const Sample& sample : tag.samples) {
             if (sample.kind == Sample::Value) {
-                take(static_cast<double>(sample.value));
+                take(sample.value);
             }
         }
         for (const std::optional<double>& limit : {tag.label.low, tag.label.high}) {
             if (limit && std::isfinite(*limit)) {
-                take(std::max(-FARTHEST, std::min(FARTHEST, *limit)));
+                take(*limit);
             }
         }
     }
     return found;
 }
 
-/// The line of `lines`, counted from the top, at which a value stands.
-int lineOf(const Scale& scale, double value, int lines) {
-    const double part = (scale.high - value) / (scale.high - scale.low);
-    // Not so when the range is more than a number can tell.
-    const double known = part >= 0 && part <= 1 ? part : part > 1 ? 1 : 0;
-    return static_cast<int>(std::lround(known * (lines - 1)));
-}
-
-QString numberText(double value) {
-    return QString::number(value, 'g', 6);
-}
-
-class Chart {
-public:
-    Chart(Grid* grid, const Area& area, const Scale& scale, bool unicode)
-        : m_grid(grid), m_area(area), m_scale(scale), m_unicode(unicode) {}
-
-    void drawScale() {
-        for (int line = 0; line < m_area.height; ++line) {
-            m_grid->put(m_area.x - 1, m_area.y + line, axis(false), FAINT);
-        }
-        for (int step = 0; step <= MOST_STEPS; ++step) {
-            const double value = m_scale.low + step * m_scale.step;
-            if (value > m_scale.high + m_scale.step / 2) {
-                break;
-            }
-            // Close to 0 the sum of steps is not 0.
-            const bool zero = std::fabs(value) < m_scale.step / 1000;
-            label(value, numberText(zero ? 0 : value), FAINT);
-        }
-    }
-
-    void drawLimit(const std::optional<double>& limit, const QString& name) {
-        if (!limit || !std::isfinite(*limit)) {
-            return;
-        }
-        const QString dash = m_unicode ? QString(QChar(0x2504)) : QStringLiteral("-");
-        const int y = m_area.y + lineOf(m_scale, *limit, m_area.height);
-        m_grid->put(m_area.x, y, dash.repeated(m_area.width), OUTSIDE);
-        label(*limit, name + QLatin1Char(' ') + numberText(*limit), OUTSIDE);
-    }
-
-    void drawDots(const QVector<Sample>& samples);
-    void drawStars(const QVector<Sample>& samples);
-    void drawLetters(const QVector<Sample>& samples, QChar letter);
-
-    /// On the last line, where a value was missing.
-    void drawGaps(const QVector<Sample>& samples) {
-        const QVector<Column> columns = columnsOf(samples, m_area.width);
-        for (int x = 0; x < m_area.width; ++x) {
-            if (columns.at(x).gap) {
-                m_grid->put(m_area.x + x, m_area.y + m_area.height - 1, QStringLiteral("x"),
-                            {Ink::Stale, false});
-            }
-        }
-    }
-
-private:
-    static const Style FAINT;
-    static const Style OUTSIDE;
-
-    QString axis(bool marked) const {
-        if (!m_unicode) {
-            return marked ? QStringLiteral("+") : QStringLiteral("|");
-        }
-        return QString(QChar(marked ? 0x2524 : 0x2502));
-    }
-
-    void label(double value, const QString& text, Style style) {
-        const int y = m_area.y + lineOf(m_scale, value, m_area.height);
-        m_grid->fill(m_area.x - 1 - LABEL_WIDTH, y, LABEL_WIDTH);
-        m_grid->putRight(m_area.x - 1, y, cutText(text, LABEL_WIDTH, m_unicode), style);
-        m_grid->put(m_area.x - 1, y, axis(true), FAINT);
-    }
-
-    /// Calls `dot` for each of the lines that each column's values cover, joined to the column
-    /// before when nothing was missing between.
-    template <typename Dot>
-    void walk(const QVector<Column>& columns, int lines, const Dot& dot) const {
-        for (int x = 0; x < columns.size(); ++x) {
-            const Column& column = columns.at(x);
-            if (!column.value) {
-                continue;
-            }
-            int top = lineOf(m_scale, column.high, lines);
-            int bottom = lineOf(m_scale, column.low, lines);
-            if (x > 0 && columns.at(x - 1).value && !columns.at(x - 1).gap && !column.gap) {
-                const int before = lineOf(m_scale, columns.at(x - 1).last, lines);
-                top = std::min(top, before + 1);
-                bottom = std::max(bottom, before - 1);
-            }
-            for (int line = top; line <= bottom; ++line) {
-                dot(x, line);
-            }
-        }
-    }
-
-    Grid* m_grid;
-    Area m_area;
-    Scale m_scale;
-    bool m_unicode;
-};
-
-const Style Chart::FAINT = {Ink::Faint, false};
-const Style Chart::OUTSIDE = {Ink::Outside, false};
-
-void Chart::drawDots(const QVector<Sample>& samples) {
-    static const ushort DOTS[DOTS_DOWN][DOTS_ACROSS] = {
-        {0x01, 0x08}, {0x02, 0x10}, {0x04, 0x20}, {0x40, 0x80}};
-    QVector<ushort> cells(m_area.width * m_area.height, 0);
-    walk(columnsOf(samples, m_area.width * DOTS_ACROSS), m_area.height * DOTS_DOWN,
-         [&](int x, int line) {
-             ushort& cell = cells[line / DOTS_DOWN * m_area.width + x / DOTS_ACROSS];
-             cell = static_cast<ushort>(cell | DOTS[line % DOTS_DOWN][x % DOTS_ACROSS]);
-         });
-    for (int index = 0; index < cells.size(); ++index) {
-        if (cells.at(index) != 0) {
-            m_grid->put(m_area.x + index % m_area.width, m_area.y + index / m_area.width,
-                        QString(QChar(static_cast<ushort>(0x2800 + cells.at(index)))),
-                        {Ink::Fresh, false});
-        }
-    }
-}
-
-void Chart::drawStars(const QVector<Sample>& samples) {
-    const QVector<Column> columns = columnsOf(samples, m_area.width);
-    walk(columns, m_area.height, [&](int x, int line) {
-        const bool last = line == lineOf(m_scale, columns.at(x).last, m_area.height);
-        m_grid->put(m_area.x + x, m_area.y + line, last ? QStringLiteral("*") : QStringLiteral("|"),
-                    {Ink::Fresh, false});
+bool hasGap(const QVector<TrendTag>& tags) {
+    return std::any_of(tags.begin(), tags.end(), [](const TrendTag& tag) {
+        return std::any_of(tag.samples.begin(), tag.samples.end(),
+                           [](const Sample& sample) { return sample.kind == Sample::Gap; });
     });
 }
 
-/// Where two tags meet, the columns take turns, so that both are seen.
-void Chart::drawLetters(const QVector<Sample>& samples, QChar letter) {
-    const QVector<Column> columns = columnsOf(samples, m_area.width);
-    for (int x = 0; x < columns.size(); ++x) {
-        if (!columns.at(x).value) {
-            continue;
+/// Each tag's limits bear its letter.
+void addLimits(Part* part) {
+    for (int index = 0; index < part->tags.size(); ++index) {
+        const TagLabel& label = part->tags.at(index).label;
+        const QString letter =
+            part->letters.isEmpty() ? QString() : part->letters.mid(index, 1) + QLatin1Char(' ');
+        if (label.low && std::isfinite(*label.low)) {
+            part->labels.append(limitLabel(*label.low, letter + QStringLiteral("low")));
         }
-        const int y = m_area.y + lineOf(m_scale, columns.at(x).last, m_area.height);
-        if (y >= m_grid->height() || m_area.x + x >= m_grid->width()) {
-            continue; // a window too small for a chart
-        }
-        const QString& there = m_grid->at(m_area.x + x, y).text;
-        const bool taken = !there.isEmpty() && there.at(0).isLetter();
-        if (!taken || (x + letter.unicode()) % 2 == 0) {
-            m_grid->put(m_area.x + x, y, QString(letter), {Ink::Fresh, false});
+        if (label.high && std::isfinite(*label.high)) {
+            part->labels.append(limitLabel(*label.high, letter + QStringLiteral("high")));
         }
     }
+}
+
+Part partOf(const QVector<TrendTag>& tags, const QString& letters, int y, int height) {
+    Part part;
+    part.tags = tags;
+    part.letters = letters;
+    part.y = y;
+    part.height = height;
+    const int lines = part.lastY() - part.chartY() + 1;
+    // A value on the chart's last line and a gap beside it are both to be seen.
+    part.chartHeight = hasGap(tags) ? std::max(1, lines - 1) : lines;
+    double low = 0;
+    double high = 0;
+    part.hasScale = findRange(tags, &low, &high);
+    if (part.hasScale) {
+        part.scale = roundScale(low, high, part.chartHeight / 3);
+        part.labels = stepLabels(part.scale);
+        addLimits(&part);
+    }
+    return part;
+}
+
+int chartLines(const TrendInput& input) {
+    return std::max(2, input.height - 2 - static_cast<int>(input.message.size()));
+}
+
+int tagsShown(const TrendInput& input) {
+    const int count = static_cast<int>(input.tags.size());
+    return std::max(0, std::min(tagsThatFit(input), count - input.first));
+}
+
+QVector<Part> partsOf(const TrendInput& input) {
+    const int lines = chartLines(input);
+    const int shown = tagsShown(input);
+    QVector<Part> parts;
+    if (shown > 0 && input.oneScale) {
+        QString letters; // a tag keeps its own on every page
+        for (int index = 0; index < shown; ++index) {
+            letters += QLatin1Char(LETTERS[(input.first + index) % LETTER_COUNT]);
+        }
+        parts.append(partOf(input.tags.mid(input.first, shown), letters, 1, lines));
+        return parts;
+    }
+    for (int index = 0; index < shown; ++index) {
+        const int height = lines / shown;
+        const int rest = index + 1 == shown ? lines - height * shown : 0; // the last one takes it
+        parts.append(partOf({input.tags.at(input.first + index)}, QString(), 1 + index * height,
+                            height + rest));
+    }
+    return parts;
+}
+
+/// One for all charts, which show the same time: every number has room, if the window has.
+int labelWidth(const QVector<Part>& parts, int width) {
+    int longest = LABEL_WIDTH;
+    for (const Part& part : parts) {
+        for (const ScaleLabel& label : part.labels) {
+            longest = std::max(longest, textWidth(label.text));
+        }
+    }
+    return std::min(longest, std::max(LABEL_WIDTH, width - 1 - LABEL_WIDTH));
 }
 
 QString tagName(const TrendTag& tag, bool withPlc) {
     return withPlc ? tag.label.plc + QLatin1Char(' ') + tag.label.name : tag.label.name;
 }
 
-/// "level  DM 2  46.4 l  HIGH"
+/// "level  DM 2  46.4 l  HIGH", "valves  WR 3  first of 4 drawn: 1 0 0 1"
 void drawTagLine(Grid* grid, int y, const TrendTag& tag, const QString& mark,
                  const TrendInput& input) {
-    const QString value = shownValue(tag.status, tag.value);
     const QString word = stateWord(tag.status);
-    const QString state = word.isEmpty() ? value : value + QStringLiteral("  ") + word;
-    const QString shown = cutText(state, std::max(8, input.width / 2), input.unicode);
+    const QString state = word.isEmpty() ? word : QStringLiteral("  ") + word;
+    const QString drawn = tag.label.values > 1
+                              ? QStringLiteral("first of %1 drawn: ").arg(tag.label.values)
+                              : QString();
+    const int valueRoom = input.width / 2 - textWidth(drawn) - textWidth(state);
+    const QString value =
+        cutText(shownValue(tag.status, tag.value), std::max(8, valueRoom), input.unicode);
+    const QString shown = drawn + value + state;
     const int room = input.width - textWidth(shown) - 2;
     const QString name =
         mark + tagName(tag, input.withPlc) + QStringLiteral("  ") + tag.label.address;
@@ -216,65 +161,37 @@ void drawTagLine(Grid* grid, int y, const TrendTag& tag, const QString& mark,
     grid->put(x + 2, y, shown, {stateInk(tag.status), false});
 }
 
-Area chartArea(const TrendInput& input, int y, int height) {
-    const int left = std::min(LABEL_WIDTH + 1, input.width - 1);
-    return {left, y, std::max(1, input.width - left), std::max(1, height)};
+QVector<QVector<Sample>> samplesOf(const QVector<TrendTag>& tags) {
+    QVector<QVector<Sample>> all;
+    for (const TrendTag& tag : tags) {
+        all.append(tag.samples);
+    }
+    return all;
 }
 
-void drawStrip(Grid* grid, const TrendInput& input, const TrendTag& tag, int y, int height) {
-    drawTagLine(grid, y, tag, QString(), input);
-    const Area area = chartArea(input, y + 1, height - 1);
-    double low = 0;
-    double high = 0;
-    if (!findRange({tag}, &low, &high)) {
-        grid->put(area.x, area.y, QStringLiteral("no number was read in this time"),
-                  {Ink::Faint, false});
-        Chart(grid, area, Scale(), input.unicode).drawGaps(tag.samples);
-        return;
-    }
-    Chart chart(grid, area, roundScale(low, high, area.height / 3), input.unicode);
-    chart.drawScale();
-    chart.drawLimit(tag.label.low, QStringLiteral("low"));
-    chart.drawLimit(tag.label.high, QStringLiteral("high"));
-    chart.drawGaps(tag.samples);
-    if (input.unicode) {
-        chart.drawDots(tag.samples);
-    } else {
-        chart.drawStars(tag.samples);
-    }
-}
-
-/// Each tag's limits bear its letter; a gap is of any of them.
-void drawOneScale(Grid* grid, const TrendInput& input, int y, int height) {
-    const int LETTERS = 'x' - 'a'; // x marks a gap
-    const int count =
-        std::min({static_cast<int>(input.tags.size()), LETTERS, std::max(1, height - 3)});
-    const QVector<TrendTag> tags = input.tags.mid(0, count);
+void drawPart(Grid* grid, const TrendInput& input, const Part& part, const Area& area) {
+    const int count = static_cast<int>(part.tags.size());
     for (int index = 0; index < count; ++index) {
-        drawTagLine(grid, y + index, tags.at(index), QString(QChar('a' + index)) + QLatin1Char(' '),
-                    input);
+        const QString mark =
+            part.letters.isEmpty() ? QString() : part.letters.mid(index, 1) + QLatin1Char(' ');
+        drawTagLine(grid, part.y + index, part.tags.at(index), mark, input);
     }
-    const Area area = chartArea(input, y + count, height - count);
-    double low = 0;
-    double high = 0;
-    if (!findRange(tags, &low, &high)) {
-        grid->put(area.x, area.y, QStringLiteral("no number was read in this time"),
-                  {Ink::Faint, false});
-        for (const TrendTag& tag : tags) {
-            Chart(grid, area, Scale(), input.unicode).drawGaps(tag.samples);
+    if (part.hasScale) {
+        Chart chart(grid, area, part.scale, input.unicode);
+        chart.drawScale(part.labels);
+        if (!part.letters.isEmpty()) {
+            chart.drawLetters(samplesOf(part.tags), part.letters);
+        } else if (input.unicode) {
+            chart.drawDots(part.tags.first().samples);
+        } else {
+            chart.drawStars(part.tags.first().samples);
         }
-        return;
+    } else {
+        grid->put(area.x, area.y, QStringLiteral("no number was read in this time"),
+                  {Ink::Faint, false});
     }
-    Chart chart(grid, area, roundScale(low, high, area.height / 3), input.unicode);
-    chart.drawScale();
-    for (int index = 0; index < count; ++index) {
-        const QString letter = QString(QChar('a' + index)) + QLatin1Char(' ');
-        chart.drawLimit(tags.at(index).label.low, letter + QStringLiteral("low"));
-        chart.drawLimit(tags.at(index).label.high, letter + QStringLiteral("high"));
-        chart.drawGaps(tags.at(index).samples);
-    }
-    for (int index = 0; index < count; ++index) {
-        chart.drawLetters(tags.at(index).samples, QChar('a' + index));
+    for (const TrendTag& tag : part.tags) {
+        drawGaps(grid, area, part.lastY(), tag.samples);
     }
 }
 
@@ -286,26 +203,26 @@ QString momentText(int seconds) {
                               .arg(seconds % 60, 2, 10, QLatin1Char('0'));
 }
 
-void drawTime(Grid* grid, const TrendInput& input, int y) {
-    const Area area = chartArea(input, y, 1);
+void drawTime(Grid* grid, const TrendInput& input, const Area& area) {
     for (int quarter = 0; quarter <= 4; ++quarter) {
         const QString text = momentText(input.seconds * (4 - quarter) / 4);
         const int x = area.x + (area.width - 1) * quarter / 4 - static_cast<int>(text.size()) / 2;
         const int last = input.width - static_cast<int>(text.size());
-        grid->put(std::max(0, std::min(x, last)), y, text, {Ink::Faint, false});
+        grid->put(std::max(0, std::min(x, last)), area.y, text, {Ink::Faint, false});
     }
 }
 
-void drawTitle(Grid* grid, const TrendInput& input, int shown) {
+void drawTitle(Grid* grid, const TrendInput& input) {
     const int count = static_cast<int>(input.tags.size());
+    const int shown = tagsShown(input);
     const QString title = QStringLiteral("trend of %1, last %2   x: no fresh value")
                               .arg(countText(count, "tag", "tags"),
                                    countText(input.seconds / 60, "minute", "minutes"));
     QString end;
-    if (!input.oneScale && shown < count) {
+    if (shown < count) {
         end = QStringLiteral("tags %1-%2 of %3")
                   .arg(input.first + 1)
-                  .arg(std::min(count, input.first + shown))
+                  .arg(input.first + shown)
                   .arg(count);
     }
     grid->put(0, 0, cutText(title, input.width - textWidth(end) - 2, input.unicode),
@@ -313,51 +230,29 @@ void drawTitle(Grid* grid, const TrendInput& input, int shown) {
     grid->putRight(input.width, 0, end, {Ink::Strong, false});
 }
 
-int chartLines(const TrendInput& input) {
-    return std::max(2, input.height - 2 - static_cast<int>(input.message.size()));
-}
-
 } // namespace
 
-Scale roundScale(double low, double high, int steps) {
-    if (!(high > low)) {
-        const double margin = low == 0 ? 1 : std::fabs(low) / 20;
-        low -= low == 0 ? 0 : margin;
-        high += margin;
-    }
-    const double least = (high - low) / std::max(1, steps);
-    const double power = std::pow(10, std::floor(std::log10(least)));
-    Scale scale;
-    scale.step = 10 * power;
-    for (const int factor : {5, 2, 1}) {
-        scale.step = factor * power >= least * (1 - 1e-9) ? factor * power : scale.step;
-    }
-    scale.low = std::floor(low / scale.step + 1e-9) * scale.step;
-    scale.high = std::ceil(high / scale.step - 1e-9) * scale.step;
-    return scale;
-}
-
-int stripsThatFit(const TrendInput& input) {
-    return std::max(1, chartLines(input) / LEAST_STRIP);
+int tagsThatFit(const TrendInput& input) {
+    const int lines = chartLines(input);
+    // On one scale each has a line above the chart, to which a third is left.
+    return std::max(1,
+                    input.oneScale ? std::min(LETTER_COUNT, lines * 2 / 3) : lines / LEAST_STRIP);
 }
 
 Grid trendPicture(const TrendInput& input) {
     Grid grid(input.width, input.height);
-    const int lines = chartLines(input);
-    const int count = static_cast<int>(input.tags.size());
-    const int shown = std::max(1, std::min(stripsThatFit(input), count - input.first));
-    drawTitle(&grid, input, shown);
-    if (input.oneScale) {
-        drawOneScale(&grid, input, 1, lines);
-    } else {
-        const int height = lines / shown;
-        for (int index = 0; index < shown && input.first + index < count; ++index) {
-            const int last = index + 1 == shown ? lines - height * shown : 0; // takes the rest
-            drawStrip(&grid, input, input.tags.at(input.first + index), 1 + index * height,
-                      height + last);
-        }
+    drawTitle(&grid, input);
+    const QVector<Part> parts = partsOf(input);
+    Area area;
+    area.x = std::min(labelWidth(parts, input.width) + 1, input.width - 1);
+    area.width = std::max(1, input.width - area.x);
+    for (const Part& part : parts) {
+        area.y = part.chartY();
+        area.height = part.chartHeight;
+        drawPart(&grid, input, part, area);
     }
-    drawTime(&grid, input, 1 + lines);
+    area.y = 1 + chartLines(input);
+    drawTime(&grid, input, area);
     const int messages = static_cast<int>(input.message.size());
     for (int line = 0; line < messages; ++line) {
         grid.fill(0, input.height - messages + line, input.width);

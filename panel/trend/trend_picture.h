@@ -1,8 +1,9 @@
 #ifndef VELKOR_PANEL_TREND_TREND_PICTURE_H
 #define VELKOR_PANEL_TREND_TREND_PICTURE_H
 
-/// A chart of the last minutes: a strip for each tag with a scale of its own, or all tags on one
-/// scale, each drawn with a letter of its own.
+/// A chart of the last minutes: a strip for each tag with a scale of its own, or the tags of a page
+/// on one scale, each drawn with a letter of its own. Where a value was missing, there is an "x" on
+/// a line below the chart.
 
 #include "panel/picture/cells.h"
 #include "panel/picture/shown.h"
@@ -20,8 +21,8 @@ struct TrendTag {
 
 struct TrendInput {
     QVector<TrendTag> tags;
-    int first = 0;         ///< of the strips shown
-    bool oneScale = false; ///< all tags in one chart
+    int first = 0;         ///< of those shown
+    bool oneScale = false; ///< all that are shown in one chart
     bool withPlc = false;  ///< the PLC's name is shown with a tag's
     int seconds = 120;     ///< that `samples` hold
     QStringList message;   ///< last lines
@@ -31,20 +32,10 @@ struct TrendInput {
     bool unicode = true;
 };
 
-/// Strips that fit one above the other; at least 1.
-int stripsThatFit(const TrendInput& input);
+/// Tags that are shown at a time; at least 1. The title says which these are when there are more.
+int tagsThatFit(const TrendInput& input);
 
 Grid trendPicture(const TrendInput& input);
-
-/// A scale: round numbers around lowest to highest.
-struct Scale {
-    double low = 0;
-    double high = 1;
-    double step = 1;
-};
-
-/// With about `steps` steps; `low` and `high` are finite.
-Scale roundScale(double low, double high, int steps);
 
 } // namespace screen
 } // namespace panel

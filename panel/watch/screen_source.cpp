@@ -79,6 +79,8 @@ screen::TagLabel ScreenSource::label(int tag) const {
     label.name = named.tag.name;
     label.address = tagAddressText(named.tag);
     label.type = valueTypeName(named.tag.type);
+    // The count of a text is its words.
+    label.values = named.tag.type == ValueType::String ? 1 : named.tag.count;
     label.low = named.tag.limits.low;
     label.high = named.tag.limits.high;
     return label;

@@ -198,6 +198,16 @@ TEST_F(PanelTerminal, watch_refusedWord_isShownAsSuch) {
     EXPECT_EQ(exitCode(), 0);
 }
 
+TEST_F(PanelTerminal, watch_trendOfSeveralValues_saysThatTheFirstIsDrawn) {
+    startPlc();
+    watch({"DM:5:3"});
+    ASSERT_TRUE(shows("0 0 0"));
+    type("t");
+    EXPECT_TRUE(shows("DM:5:3  DM 5  first of 3 drawn: 0 0 0"));
+    type("q");
+    EXPECT_EQ(exitCode(), 0);
+}
+
 TEST_F(PanelTerminal, watch_resized_drawsToTheNewWidth) {
     startPlc();
     watch({"DM:5"});

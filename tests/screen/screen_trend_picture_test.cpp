@@ -2,6 +2,9 @@
 
 #include "screen/utf8.h"
 
+#include <QtCore/QRegularExpression>
+#include <QtCore/QSet>
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,7 +22,7 @@ QVector<Sample> samples(const QString& kinds) {
         result.append({kind == 'v'   ? Sample::Value
                        : kind == 'x' ? Sample::Gap
                                      : Sample::None,
-                       static_cast<float>(index)});
+                       static_cast<double>(index)});
     }
     return result;
 }
@@ -55,28 +58,6 @@ QStringList chart(const TrendInput& trend) {
     return lines;
 }
 
-TEST(RoundScale, range_liesBetweenRoundNumbers) {
-    const Scale scale = roundScale(3, 47, 5);
-    EXPECT_EQ(scale.low, 0);
-    EXPECT_EQ(scale.high, 50);
-    EXPECT_EQ(scale.step, 10);
-}
-
-TEST(RoundScale, exactRange_isNotWidened) {
-    const Scale scale = roundScale(0.1, 0.3, 2);
-    EXPECT_NEAR(scale.low, 0.1, 1e-9);
-    EXPECT_NEAR(scale.high, 0.3, 1e-9);
-}
-
-TEST(RoundScale, steadyValue_liesInside) {
-    for (const double value : {0.0, 1.0, -40.0, 1e12, -3e38}) {
-        const Scale scale = roundScale(value, value, 3);
-        EXPECT_LE(scale.low, value);
-        EXPECT_GE(scale.high, value);
-        EXPECT_LT(scale.low, scale.high);
-    }
-}
-
 TEST(TrendPicture, risingValues_climbWithTheirScale) {
     // 0 to 9 on a scale from 0 to 10: a value v stands (10 - v) * 0.7 lines below the top.
     const QStringList expected{"        10+",        "          |        **", "          |       *",
@@ -96,6 +77,51 @@ TEST(TrendPicture, gap_isLeftOpenAndMarked) {
     EXPECT_EQ(plain(lines.at(7).mid(17, 2)), "xx");
 }
 
+/// Twenty samples in ten columns: the seventh column has a value and a gap, the eighth a gap alone.
+QVector<Sample> shortGap(double value) {
+    QVector<Sample> result = samples("vvvvvvvvvvvvvxxxvvvv");
+    for (Sample& sample : result) {
+        sample.value = value;
+    }
+    return result;
+}
+
+TEST(TrendPicture, gapBesideAValueOnTheLastLine_showsBoth) {
+    for (const bool unicode : {false, true}) {
+        for (const bool oneScale : {false, true}) {
+            for (const double value : {0.0, 1.0}) {
+                TrendInput trend = input({tag("switch", shortGap(value))}, unicode);
+                trend.oneScale = oneScale;
+                const QStringList lines = chart(trend);
+                EXPECT_EQ(plain(lines.at(7).mid(11)), "      xx") << unicode << oneScale << value;
+                EXPECT_NE(lines.at(value == 0 ? 6 : 0).mid(17, 1), " ")
+                    << unicode << oneScale << value;
+            }
+        }
+    }
+}
+
+TEST(TrendPicture, gapOfAnotherTagOnOneScale_hidesNoValue) {
+    TrendInput trend =
+        input({tag("closed", samples("vvvvxxxxvv")), tag("open", samples("vvvvvvvvvv"))}, false);
+    for (TrendTag& each : trend.tags) {
+        for (Sample& sample : each.samples) {
+            sample.value = 0;
+        }
+    }
+    trend.oneScale = true;
+    const Grid grid = trendPicture(trend);
+    EXPECT_EQ(plain(grid.line(8).mid(15)), "bbbbab");
+    EXPECT_EQ(plain(grid.line(9)), "               xxxx");
+}
+
+TEST(TrendPicture, gapInTheLowestWindow_isSeen) {
+    TrendInput trend = input({tag("switch", shortGap(0))}, false);
+    trend.height = 4; // title, tag, one line of chart, time
+    trend.message.clear();
+    EXPECT_EQ(plain(trendPicture(trend).line(2).mid(17, 2)), "xx");
+}
+
 TEST(TrendPicture, valuesBesideAGap_areNotJoined) {
     QVector<Sample> values = samples("vvvvvxvvvv");
     for (int index = 0; index < 5; ++index) {
@@ -107,7 +133,7 @@ TEST(TrendPicture, valuesBesideAGap_areNotJoined) {
     const QStringList lines = chart(input({tag("level", values)}, false));
     // On a scale from 0 to 10, 8 stands on the second line.
     EXPECT_EQ(plain(lines.at(1)), "          |      ****");
-    for (int y = 2; y < 7; ++y) {
+    for (int y = 2; y < 6; ++y) {
         EXPECT_FALSE(lines.at(y).mid(11).contains('|')) << plain(lines.at(y));
         EXPECT_FALSE(lines.at(y).mid(11).contains('*')) << plain(lines.at(y));
     }
@@ -124,6 +150,45 @@ TEST(TrendPicture, limits_areDrawnAndNamed) {
     const QString all = chart(input({limited}, false)).join('\n');
     EXPECT_TRUE(all.contains("   high 14+--")) << plain(all);
     EXPECT_TRUE(all.contains("     low 2+")) << plain(all);
+}
+
+TEST(TrendPicture, longLimit_hasRoomInEveryStrip) {
+    TrendTag limited = tag("level", samples("vvvvvvvv"));
+    limited.label.high = 1180.5;
+    TrendTag other = tag("speed", samples("vvvvvvvv"));
+    TrendInput trend = input({limited, other}, false);
+    trend.width = 80;
+    trend.height = 24;
+    const Grid grid = trendPicture(trend);
+    QStringList lines;
+    for (int y = 0; y < 24; ++y) {
+        lines.append(grid.line(y));
+    }
+    const QString all = lines.join('\n');
+    EXPECT_TRUE(all.contains("\nhigh 1180.5+-")) << plain(all);
+    EXPECT_TRUE(all.contains("\n          0+*")) << plain(all); // both begin at one column
+    EXPECT_EQ(lines.filter(QRegularExpression("^.{11}[+|]")).size(), 19) << plain(all);
+}
+
+TEST(TrendPicture, limitWithoutRoom_isNamedWithoutANumber) {
+    TrendTag limited = tag("level", samples("vvvvvvvv"));
+    limited.label.high = 1180.5;
+    const QString all = chart(input({limited}, false)).join('\n');
+    EXPECT_TRUE(all.contains("      high+--")) << plain(all);
+    EXPECT_FALSE(all.contains("118")) << plain(all);
+}
+
+TEST(TrendPicture, risingCounter_climbsWithTicksThatTellItsDigits) {
+    QVector<Sample> values = samples("vvvvvvvvvvvvvvv");
+    for (Sample& sample : values) {
+        sample.value += 1000000001;
+    }
+    TrendInput trend = input({tag("counter", values)}, false);
+    trend.width = 26;
+    const QStringList lines = chart(trend);
+    EXPECT_EQ(plain(lines.first()), "1000000020+");
+    EXPECT_EQ(plain(lines.last().left(13)), "1000000000+*");
+    EXPECT_TRUE(lines.at(2).endsWith('*')) << plain(lines.join('\n')); // ...015
 }
 
 TEST(TrendPicture, oneScale_drawsLimitsAndGapsToo) {
@@ -160,6 +225,17 @@ TEST(TrendPicture, headOfAStrip_tellsValueAndState) {
     EXPECT_EQ(plain(trendPicture(trend).line(1)), "level  DM 1  (7 l)  stale");
 }
 
+TEST(TrendPicture, headOfATagWithSeveralValues_saysThatTheFirstIsDrawn) {
+    TrendTag several = tag("valves", samples("vv"));
+    several.label.values = 16;
+    several.value = "1 0 0 1 0 0 0 0 0 0 1 0 0 1 0 0";
+    several.status.state = TagState::Stale;
+    TrendInput trend = input({several}, false);
+    trend.width = 80;
+    EXPECT_EQ(plain(trendPicture(trend).line(1)),
+              "valves  DM 1  first of 16 drawn: (1 0 0 1 0 0 ~  stale");
+}
+
 TEST(TrendPicture, noNumber_isSaid) {
     TrendInput trend = input({tag("text", samples("...."))}, false);
     trend.width = 60;
@@ -175,11 +251,63 @@ TEST(TrendPicture, moreStripsThanFit_sayWhichAreShown) {
     trend.width = 80;
     trend.height = 24;
     trend.first = 3;
-    EXPECT_EQ(stripsThatFit(trend), 4);
+    EXPECT_EQ(tagsThatFit(trend), 4);
     const Grid grid = trendPicture(trend);
     EXPECT_TRUE(grid.line(0).endsWith("tags 4-7 of 7"));
     EXPECT_TRUE(grid.line(1).startsWith("t3 "));
     EXPECT_EQ(plain(grid.line(23)), "m");
+}
+
+TEST(TrendPicture, tagsThatMeetOnOneScale_areAllSeen) {
+    const QVector<Sample> values = samples("vvvvvvvvvv");
+    TrendInput trend = input({tag("one", values), tag("two", values), tag("three", values)}, false);
+    for (TrendTag& each : trend.tags) {
+        for (Sample& sample : each.samples) {
+            sample.value = 0;
+        }
+    }
+    trend.oneScale = true;
+    EXPECT_EQ(plain(trendPicture(trend).line(9)), "         0+abcabcabca");
+}
+
+TEST(TrendPicture, moreTagsOnOneScaleThanFit_sayWhichAreShown) {
+    QVector<TrendTag> tags;
+    for (int index = 0; index < 22; ++index) {
+        tags.append(tag(QString("t%1").arg(index), samples("vv")));
+    }
+    TrendInput trend = input(tags, false);
+    trend.width = 80;
+    trend.height = 24;
+    trend.oneScale = true;
+    EXPECT_EQ(tagsThatFit(trend), 14);
+    Grid grid = trendPicture(trend);
+    EXPECT_TRUE(grid.line(0).endsWith("tags 1-14 of 22")) << plain(grid.line(0));
+    EXPECT_TRUE(grid.line(14).startsWith("n t13 ")) << plain(grid.line(14));
+    EXPECT_FALSE(grid.line(15).contains("t14"));
+    trend.first = 8;
+    grid = trendPicture(trend);
+    EXPECT_TRUE(grid.line(0).endsWith("tags 9-22 of 22")) << plain(grid.line(0));
+    EXPECT_TRUE(grid.line(1).startsWith("i t8 ")) << plain(grid.line(1));
+    EXPECT_TRUE(grid.line(14).startsWith("v t21 ")) << plain(grid.line(14));
+}
+
+TEST(TrendPicture, manyTagsOnOneScale_haveALetterEach) {
+    QVector<TrendTag> tags;
+    for (int index = 0; index < 60; ++index) {
+        tags.append(tag(QString("t%1").arg(index), samples("vv")));
+    }
+    TrendInput trend = input(tags, false);
+    trend.width = 80;
+    trend.height = 200;
+    trend.oneScale = true;
+    const Grid grid = trendPicture(trend);
+    EXPECT_TRUE(grid.line(0).endsWith("tags 1-50 of 60")) << plain(grid.line(0));
+    QSet<QChar> letters;
+    for (int y = 1; y <= 50; ++y) {
+        letters.insert(grid.line(y).at(0));
+    }
+    EXPECT_EQ(letters.size(), 50);
+    EXPECT_FALSE(letters.contains('x')); // that marks a gap
 }
 
 TEST(TrendPicture, oneScale_drawsEachTagWithItsLetter) {
@@ -207,9 +335,9 @@ TEST(TrendPicture, time_endsNow) {
 
 TEST(TrendPicture, anyWindowAndAnyNumbers_areDrawn) {
     TrendTag wild = tag("wild", samples("vxv.v"));
-    wild.samples[0].value = std::numeric_limits<float>::max();
-    wild.samples[2].value = std::numeric_limits<float>::lowest();
-    wild.samples[4].value = std::numeric_limits<float>::denorm_min();
+    wild.samples[0].value = std::numeric_limits<double>::max();
+    wild.samples[2].value = std::numeric_limits<double>::lowest();
+    wild.samples[4].value = std::numeric_limits<double>::denorm_min();
     wild.label.low = -std::numeric_limits<double>::max();
     wild.label.high = std::numeric_limits<double>::max();
     for (const int width : {1, 5, 11, 12, 80, 200}) {

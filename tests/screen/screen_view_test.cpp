@@ -341,6 +341,40 @@ TEST_F(View, valueGoneStale_isAGapInTheTrend) {
     EXPECT_FALSE(bottom.contains(QString("x").repeated(37))) << plain(bottom);
 }
 
+TEST_F(View, trendOnOneScale_arrowsBringTheOtherTags) {
+    QStringList all;
+    for (int index = 0; index < 22; ++index) {
+        all.append(QString("t%1").arg(index));
+    }
+    start(all);
+    for (int index = 0; index < 22; ++index) {
+        type(" ");
+        key(Key::Down);
+    }
+    type("to");
+    EXPECT_NE(title().find("tags 1-14 of 22"), std::string::npos) << title();
+    key(Key::Down);
+    EXPECT_NE(title().find("tags 2-15 of 22"), std::string::npos) << title();
+    key(Key::PageDown);
+    EXPECT_NE(title().find("tags 9-22 of 22"), std::string::npos) << title();
+    key(Key::PageUp);
+    EXPECT_NE(title().find("tags 1-14 of 22"), std::string::npos) << title();
+}
+
+TEST_F(View, counterOf32Bits_risesInTheTrend) {
+    start({"counter"});
+    for (int second = 0; second < 15; ++second) {
+        m_model.m_tags[0].status.number = 1000000001.0 + second;
+        pass(SECOND);
+    }
+    type("t+");
+    int drawn = 0;
+    for (const QString& line : lines().mid(2, 20)) {
+        drawn += line.mid(11).trimmed().isEmpty() ? 0 : 1;
+    }
+    EXPECT_GE(drawn, 15); // of twenty, on a scale from ...000 to ...015
+}
+
 TEST_F(View, textTag_isNoGapInTheTrend) {
     start({"a"});
     m_model.m_tags[0].status.number.reset();
