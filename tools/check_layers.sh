@@ -141,7 +141,7 @@ check_host_room() { # room, then the rooms it may see
         '<dlfcn.h>' | '<link.h>')
             [ "$room" = driver ] ||
                 breach "$file" "$line" "$included" 'the loader is asked by host/driver/ alone' ;;
-        '<sys/socket.h>')
+        '<sys/socket.h>' | '<netinet/in.h>')
             [ "$room" = line ] ||
                 breach "$file" "$line" "$included" 'sockets are for host/line/ alone' ;;
         *)

@@ -37,8 +37,12 @@ void BoundDriver::bind(const Settings& settings) {
         nextFrame(&dropped);
         initialise(settings.retries, settings.wordsPerFrame);
     }
+    setNodes(settings.nodes);
+}
+
+void BoundDriver::setNodes(const QVector<int>& nodes) {
     QString page = QStringLiteral("6");
-    for (const int node : settings.nodes) {
+    for (const int node : nodes) {
         page += QLatin1Char(',') + QString::number(node);
     }
     m_api.setDriverPropertyPage(page);

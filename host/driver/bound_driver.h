@@ -47,6 +47,9 @@ public:
     /// Restarts the exchange from idle with an empty cache. May be called again only while no
     /// recipe is under way.
     void bind(const Settings& settings);
+    /// Of Settings, for the frames that are built from now on: a request under way keeps those that
+    /// it was built with.
+    void setNodes(const QVector<int>& nodes);
 
     bool nextFrame(FRAME_PRO* frame) { return m_api.getSendFrame(*frame) == 1; }
     /// A ReplyResult. The reply's bytes need not outlive the call.

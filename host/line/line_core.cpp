@@ -151,6 +151,13 @@ void LineCore::portRefused() {
     }
 }
 
+void LineCore::moved(const Endpoint& local, const QVector<int>& nodes) {
+    m_driver.setNodes(nodes);
+    for (FrameWitness* witness : m_witnesses) {
+        witness->moved(local);
+    }
+}
+
 void LineCore::turn() {
     m_exchange.poll();
     const qint64 now = m_clock.now();

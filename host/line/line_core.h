@@ -50,6 +50,8 @@ public:
 
     void receive(const QByteArray& datagram);
     void portRefused();
+    /// The link sends from another address or port than before, with these nodes.
+    void moved(const Endpoint& local, const QVector<int>& nodes);
     /// Ends a try whose deadline has passed, and starts what is due. To be called at due() at the
     /// latest.
     void turn();

@@ -105,12 +105,7 @@ QString Line::Private::open() {
         return fault;
     }
     opened->registers.take(opened->driver.api());
-    nodes = settings.nodes;
-    if (nodes.isEmpty()) {
-        // These PLCs take the last octet of an IPv4 address for its node number.
-        nodes = {0, lastOctet(settings.plc.address),         0,
-                 0, lastOctet(opened->link.local().address), 0};
-    }
+    nodes = nodesFrom(opened->link.local());
     // As good as random: what is still under way to this address and port, for an earlier process
     // or line, does not pass for a reply to a frame of this one.
     const int skippedServiceIds = QRandomGenerator::system()->bounded(SERVICE_IDS);
@@ -124,10 +119,22 @@ QString Line::Private::open() {
         afterEvent();
     };
     opened->link.onPortRefused = [this] { core()->portRefused(); };
+    opened->link.onMoved = [this] {
+        const Endpoint local = connection->link.local();
+        nodes = nodesFrom(local);
+        core()->moved(local, nodes);
+    };
     connection = std::move(opened);
     core()->setTags(tags);
     afterEvent();
     return QString();
+}
+
+/// These PLCs take the last octet of an IPv4 address for its node number.
+QVector<int> Line::Private::nodesFrom(const Endpoint& local) const {
+    return settings.nodes.isEmpty()
+               ? QVector<int>{0, lastOctet(settings.plc.address), 0, 0, lastOctet(local.address), 0}
+               : settings.nodes;
 }
 
 void Line::Private::close() {

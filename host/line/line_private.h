@@ -28,6 +28,7 @@ public:
 
     QString open();
     void close();
+    QVector<int> nodesFrom(const Endpoint& local) const;
     void noteTagsNotRead();
     LineCore* core() const { return connection ? connection->core.get() : nullptr; }
 

@@ -3,7 +3,9 @@
 #include <QtNetwork/QNetworkProxy>
 
 #include <cerrno>
+#include <cstring>
 
+#include <netinet/in.h>
 #include <sys/socket.h>
 
 namespace velkor_host {
@@ -13,6 +15,12 @@ namespace {
 /// deadline and the screen.
 const int DATAGRAMS_PER_TURN = 64;
 const int LARGEST_DATAGRAM = 65535;
+/// Whether what keeps frames from the PLC may pass by itself: no route, no interface, no address.
+bool mayPass(int error) {
+    return error == ENETUNREACH || error == EHOSTUNREACH || error == ENETDOWN ||
+           error == EADDRNOTAVAIL;
+}
+
 /// More than the queue of a socket holds.
 const int MOST_QUEUED = 1000000;
 
@@ -37,12 +45,42 @@ QString UdpLink::bind(const Endpoint& local) {
 }
 
 QString UdpLink::connectTo(const Endpoint& plc) {
-    m_socket.connectToHost(plc.address, plc.port);
-    if (m_socket.state() != QAbstractSocket::ConnectedState) {
-        return QStringLiteral("no way to %1: %2").arg(endpointText(plc), m_socket.errorString());
+    m_plc = plc;
+    const int error = connectSocket();
+    if (error != 0 && !mayPass(error)) {
+        return QStringLiteral("no way to %1: %2")
+            .arg(endpointText(plc), QString::fromLocal8Bit(std::strerror(error)));
+    }
+    m_noWay = error;
+    return QString();
+}
+
+/// 0 or the system's error number. Past Qt, which closes a socket that cannot be connected.
+int UdpLink::connectSocket() {
+    sockaddr_in address = {};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(m_plc.address.toIPv4Address());
+    address.sin_port = htons(m_plc.port);
+    m_connected =
+        ::connect(descriptor(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    if (!m_connected) {
+        return errno;
     }
     throwAwayQueued();
-    return QString();
+    return 0;
+}
+
+void UdpLink::prepare() {
+    if (m_noWay == 0) {
+        return;
+    }
+    sockaddr nowhere = {};
+    nowhere.sa_family = AF_UNSPEC;
+    (void)::connect(descriptor(), &nowhere, sizeof nowhere); // it dissolves whatever there is
+    m_noWay = connectSocket();
+    if (m_connected) {
+        onMoved();
+    }
 }
 
 /// From now on the system lets the PLC's datagrams in only, but it keeps what came before that,
@@ -57,18 +95,26 @@ void UdpLink::throwAwayQueued() {
     }
 }
 
+/// Past Qt, which remembers how it was bound.
 Endpoint UdpLink::local() const {
-    return {m_socket.localAddress(), m_socket.localPort()};
+    sockaddr_in address = {};
+    socklen_t length = sizeof address;
+    if (::getsockname(descriptor(), reinterpret_cast<sockaddr*>(&address), &length) != 0) {
+        return Endpoint();
+    }
+    return {QHostAddress(ntohl(address.sin_addr.s_addr)), ntohs(address.sin_port)};
 }
 
 /// Past Qt, which does not tell most of the system's reasons.
 int UdpLink::send(const QByteArray& frame) {
-    if (handOver(frame) == 0) {
-        return 0;
+    if (m_noWay != 0 || handOver(frame) == 0) {
+        return m_noWay;
     }
     // It may have been a refusal of an earlier frame: that is told at the next call, whatever the
     // call is for, and once.
-    return handOver(frame);
+    const int error = handOver(frame);
+    m_noWay = mayPass(error) || error == EINVAL ? error : 0;
+    return error;
 }
 
 int UdpLink::handOver(const QByteArray& frame) {
@@ -94,6 +140,9 @@ void UdpLink::readDatagrams() {
                 onPortRefused();
             }
             return;
+        }
+        if (!m_connected) {
+            continue; // anybody can have sent it
         }
         onDatagram(m_buffer.left(static_cast<int>(length)));
     }

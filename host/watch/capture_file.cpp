@@ -106,6 +106,7 @@ public:
     }
     void timedOut(const QByteArray& /*frame*/) override {}
     void portRefused() override {}
+    void moved(const Endpoint& local) override { m_local = local; }
 
 private:
     static timeval now() {
@@ -120,7 +121,7 @@ private:
     }
 
     File& m_file;
-    const Endpoint m_local;
+    Endpoint m_local;
     const Endpoint m_plc;
     timeval m_leaving = {};
 };

@@ -34,11 +34,16 @@ bool Exchange::start() {
     if (m_inFlight) {
         return true;
     }
-    if (!m_source.nextFrame(&m_frame)) {
+    if (!nextFrame()) {
         return false;
     }
     sendFrame();
     return true;
+}
+
+bool Exchange::nextFrame() {
+    m_link.prepare();
+    return m_source.nextFrame(&m_frame);
 }
 
 void Exchange::beginRequest() {
@@ -241,7 +246,7 @@ void Exchange::endTry(const QByteArray& reply) {
             return;
         }
         // The frame goes out again, or what the driver has put before it.
-        if (!m_source.nextFrame(&m_frame)) {
+        if (!nextFrame()) {
             settle(false);
             return;
         }

@@ -46,6 +46,9 @@ public:
     Link(const Link&) = delete;
     Link& operator=(const Link&) = delete;
     virtual ~Link() = default;
+    /// The driver is about to be asked for a frame: the time to mend what kept the last one from
+    /// being sent, and to tell the driver by what node number it sends from now on.
+    virtual void prepare() {}
     /// 0, or why the system did not take the frame, as its error number (errno): then nothing of it
     /// has left this computer.
     virtual int send(const QByteArray& frame) = 0;
@@ -135,6 +138,7 @@ private:
     QByteArray replyForDriver(const QByteArray& datagram);
     QByteArray refusalForDriver(const QByteArray& datagram, int endCode);
     bool doomed() const;
+    bool nextFrame();
     void beginRequest();
     void sendFrame();
     void endTry(const QByteArray& reply);

@@ -79,6 +79,7 @@ public:
     }
     void timedOut(const QByteArray& /*frame*/) override {} // of these a capture holds nothing
     void portRefused() override {}
+    void moved(const Endpoint& local) override { m_capture->moved(local); }
 
 private:
     std::unique_ptr<FrameWitness> m_capture;

@@ -22,6 +22,7 @@ const int RETRIES = 3;
 
 class RecordedLink : public Link {
 public:
+    void prepare() override { ++prepared; }
     int send(const QByteArray& frame) override {
         frames.push_back(frame);
         if (onSend) {
@@ -32,6 +33,7 @@ public:
     std::function<void()> onSend;
     int error = 0; ///< of the next ones
     std::vector<QByteArray> frames;
+    int prepared = 0;
 };
 
 class DriverFrames : public FrameSource {

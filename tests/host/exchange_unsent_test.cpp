@@ -33,6 +33,20 @@ TEST_F(ExchangeUnsent, everyTry_isCountedWithTheReasonAndIsNoTimeout) {
     EXPECT_EQ(m_record.timeouts, 0);
 }
 
+TEST_F(ExchangeUnsent, link_isPreparedForEachTry) {
+    unplug();
+    write(100, 7);
+    for (int attempt = 1; attempt <= RETRIES; ++attempt) {
+        if (attempt == 1) {
+            ASSERT_TRUE(m_exchange->start());
+        } else {
+            passDeadline();
+        }
+        EXPECT_EQ(m_link.prepared, attempt);
+        EXPECT_EQ(m_link.frames.size(), std::size_t(attempt));
+    }
+}
+
 TEST_F(ExchangeUnsent, oneTryOfSeveralHasLeft_mayHaveBeenExecuted) {
     for (int left = 0; left < RETRIES; ++left) {
         m_record.settled.clear();

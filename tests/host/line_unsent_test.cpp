@@ -36,6 +36,35 @@ TEST(LineUnsent, writeOfWhichNothingLeaves_isNotReached) {
     EXPECT_TRUE(line.core->statistics().cannotSend());
 }
 
+/// Notes where the line sends from.
+class Moves : public FrameWitness {
+public:
+    void sent(const QByteArray& /*frame*/, int /*attempt*/) override {}
+    void received(const QByteArray& /*datagram*/, Verdict /*verdict*/) override {}
+    void timedOut(const QByteArray& /*frame*/) override {}
+    void portRefused() override {}
+    void moved(const Endpoint& local) override { ports.append(local.port); }
+
+    QVector<int> ports;
+};
+
+TEST(LineUnsent, lineThatHasMoved_sendsByItsNewNodeFromThenOnAndTellsWitnesses) {
+    const int SOURCE_NODE = 7; // its place in a frame
+    SimulatedLine line(lineSettings());
+    Moves moves;
+    line.core->addWitness(&moves);
+    line.onPrepare = [&] {
+        if (line.frames.empty()) {
+            line.core->moved({QHostAddress("10.1.1.77"), 9700}, {0, 1, 0, 0, 77, 0});
+        }
+    };
+    line.read("DM", 100, 1);
+    ASSERT_TRUE(line.settle());
+    EXPECT_TRUE(line.reads.at(0).ok);
+    EXPECT_EQ(line.frames.at(0).at(SOURCE_NODE), 77);
+    EXPECT_EQ(moves.ports, QVector<int>{9700});
+}
+
 /// The one that has left may have been executed, whichever it was, though its reply is lost.
 TEST(LineUnsent, writeOfWhichOneTryLeaves_isUnknown) {
     for (int left = 1; left <= 3; ++left) {

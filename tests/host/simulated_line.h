@@ -102,7 +102,14 @@ public:
     int freshTags() const;
     void close();
 
+    void prepare() override {
+        if (onPrepare) {
+            onPrepare();
+        }
+    }
     int send(const QByteArray& frame) override;
+    /// Called before the driver is asked for a frame.
+    std::function<void()> onPrepare;
 
     /// Decides what becomes of a frame; `number` counts the frames from 1.
     std::function<Fate(const QByteArray& frame, int number)> fate;

@@ -96,6 +96,8 @@ public:
     Line& operator=(const Line&) = delete;
 
     /// Loads the driver and opens the socket; sends nothing yet. On a fault the line stays closed.
+    /// That this computer has no route to the PLC, now or later, is none: requests fail with
+    /// "cannot send" until there is one.
     QString open();
     /// Ends everything: each write, read and recipe that is not settled is told with what is known
     /// by then (a write as Refused, Unknown or NotReached, a read as not ok, a recipe as GivenUp or
@@ -110,9 +112,13 @@ public:
 
     /// As handed to the constructor. The reference holds as long as the line.
     const LineSettings& settings() const;
-    /// As used: DNA, DA1, DA2, SNA, SA1, SA2. Empty before the first open().
+    /// As used: DNA, DA1, DA2, SNA, SA1, SA2. Empty before the first open(). Where they are not
+    /// set, SA1 is 0 while there is no route to the PLC, and another when this computer sends from
+    /// another address.
     QVector<int> nodes() const;
-    /// The address and port that the socket was given. A null address when closed.
+    /// The address and port that the socket sends from. A null address when closed; 0.0.0.0 while
+    /// there is no route to the PLC, unless LineSettings::local has an address. Both may become
+    /// others when a frame could not be sent for want of a route, a port that was asked for not.
     Endpoint localEndpoint() const;
 
     /// What is polled from now on, instead of what was. All states begin with NotRead; no reading

@@ -49,6 +49,8 @@ public:
     /// The PLC's computer has said that nothing listens at the PLC's port ("port unreachable"). Of
     /// which frame it does not say: perhaps of one sent earlier than the last.
     virtual void portRefused() = 0;
+    /// The line sends from another address or port than before: see Line::localEndpoint().
+    virtual void moved(const Endpoint& local) { Q_UNUSED(local) }
 };
 
 /// "send sid=5 0101 read DM 100 count=2, 18 bytes" and so on; without the time.
