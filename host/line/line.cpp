@@ -66,8 +66,8 @@ const QVector<Tag>& Line::tags() const {
 }
 
 const TagStatus& Line::status(int index) const {
-    if (index >= 0 && index < d->lastBoard().size()) {
-        return d->lastBoard().at(index);
+    if (index >= 0 && index < d->tags.size()) {
+        return d->connection ? d->core()->status(index) : d->board.at(index);
     }
     static const TagStatus none = [] {
         TagStatus status;
@@ -87,7 +87,7 @@ int Line::tagIndex(const QString& name) const {
 }
 
 bool Line::allFresh() const {
-    return d->lastBoard().allFresh();
+    return d->connection ? d->core()->allFresh() : d->board.allFresh();
 }
 
 quint64 Line::write(const QString& reg, int address, const Items& items, QString* fault,

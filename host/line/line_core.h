@@ -38,6 +38,10 @@ public:
 
     void setTags(const QVector<Tag>& tags);
     const TagBoard& board() const { return m_poller.board(); }
+    /// As they are now, also where the event loop has been held up and nobody has looked at the
+    /// time.
+    const TagStatus& status(int index);
+    bool allFresh();
 
     void write(quint64 id, const QString& reg, int address, const Items& items);
     void read(quint64 id, const QString& reg, int address, int count);

@@ -175,6 +175,20 @@ void LineCore::noteOverdueRead(qint64 now) {
     }
 }
 
+const TagStatus& LineCore::status(int index) {
+    m_poller.board().growOlder(index, m_clock.now());
+    return board().at(index);
+}
+
+bool LineCore::allFresh() {
+    for (int index = 0; index < board().size(); ++index) {
+        if (status(index).state != TagState::Fresh) {
+            return false;
+        }
+    }
+    return true;
+}
+
 void LineCore::tellTags() {
     const QVector<int> changed = m_poller.board().takeChanged();
     if (!changed.isEmpty()) {

@@ -44,7 +44,6 @@ public:
     void collect();
     void deliver();
     int outcomesNotTold() const;
-    const TagBoard& lastBoard() const { return connection ? core()->board() : board; }
 
     Line* line; ///< null once it has been destroyed
     LineSettings settings;

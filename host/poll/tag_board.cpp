@@ -197,12 +197,16 @@ void TagBoard::fail(int index, const QString& reason, qint64 since, qint64 now) 
 void TagBoard::timePasses(qint64 now, qint64 staleAfter) {
     m_staleAfter = staleAfter;
     for (int index = 0; index < size(); ++index) {
-        Entry& entry = m_entries[index];
-        if (now - entry.status.readAt > staleAfter) {
-            entry.grownOld = entry.status.readAt;
-        }
-        judge(index, now);
+        growOlder(index, now);
     }
+}
+
+void TagBoard::growOlder(int index, qint64 now) {
+    Entry& entry = m_entries[index];
+    if (now - entry.status.readAt > m_staleAfter) {
+        entry.grownOld = entry.status.readAt;
+    }
+    judge(index, now);
 }
 
 void TagBoard::judge(int index, qint64 now) {

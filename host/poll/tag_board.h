@@ -44,6 +44,8 @@ public:
     /// Lets values grow old. What has grown old stays so until it is read again, also with a
     /// longer limit.
     void timePasses(qint64 now, qint64 staleAfter);
+    /// Of one tag, with the limit of before.
+    void growOlder(int index, qint64 now);
 
     /// The driver has announced a change of a word, or of a bit of a bit register.
     void valueChanged(const QString& reg, int address);

@@ -290,6 +290,18 @@ TEST(LinePoll, tagThatIsWrittenWithoutEnd_isStillRead) {
     EXPECT_GT(line.status(0).changes, 10);
 }
 
+TEST(LinePoll, eventLoopHeldUp_valueIsAsOldAsItIsWhenAskedFor) {
+    SimulatedLine line(lineSettings());
+    line.setTags({tagAt("DM", 100), tagAt("DM", 200)});
+    ASSERT_TRUE(line.runUntil([&] { return line.freshTags() == 2; }, SECOND));
+    EXPECT_TRUE(line.core->allFresh());
+    line.clock.time += 2 * SECOND; // and nobody has called turn()
+    EXPECT_EQ(line.core->status(1).state, TagState::Stale);
+    EXPECT_FALSE(line.core->status(1).value());
+    EXPECT_FALSE(line.core->allFresh());
+    EXPECT_TRUE(line.runUntil([&] { return line.core->allFresh(); }, SECOND));
+}
+
 TEST(LinePoll, valueShown_isNeverOneThatThePlcDidNotHold) {
     // While a write is in the driver's hands its cache shows what is being written.
     SimulatedLine line(lineSettings());
