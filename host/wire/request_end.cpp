@@ -31,8 +31,10 @@ QString modeChangeText(const RequestEnd& end) {
                    ? QStringLiteral("; the change to MONITOR mode: ") + cannotSendText(end)
                    : QString();
     }
-    if (decidingEndCode(end) != end.endCode) {
-        return QStringLiteral(", to the change to MONITOR mode");
+    if (modeChangeRefused(end) && decidingEndCode(end) == end.modeChangeEnd) {
+        return end.modeChangeEnd == end.endCode
+                   ? QStringLiteral(", and the same to the change to MONITOR mode")
+                   : QStringLiteral(", to the change to MONITOR mode");
     }
     if (modeChangeRefused(end)) {
         return QString(); // it has no part in this refusal: see besidesText()
@@ -115,9 +117,17 @@ bool nothingHasComeYet(const RequestEnd& end) {
     return end.silent + end.refusedPort + end.refusals + end.wrongLength == 0 && end.endCode < 0;
 }
 
+/// Whose answer it is: an error on the way is not the PLC's, and of a code that nobody knows, or
+/// that tells of an answer that has not come, it is not known whether anything was refused.
+QString whoSays(int endCode) {
+    return isErrorOnTheWay(endCode)   ? QStringLiteral("an error on the way to the PLC")
+           : isSurelyNotDone(endCode) ? QStringLiteral("the PLC refused")
+                                      : QStringLiteral("the answer is an error");
+}
+
 QString refusalReason(int endCode, const RequestEnd& end, const LineSettings& settings,
                       const SettingNames& names) {
-    QString text = QStringLiteral("the PLC refused: end code ") + endCodeText(endCode);
+    QString text = whoSays(endCode) + QStringLiteral(": end code ") + endCodeText(endCode);
     const bool asked = end.modeChange || end.modeChangeUnsent > 0;
     if (!asked && isModeRefusal(endCode) && settings.allowModeChange &&
         settings.retries < LineSettings::MODE_CHANGE_RETRIES) {
@@ -208,8 +218,11 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
     }
     const int endCode = decidingEndCode(end);
     if (endCode >= 0) {
-        return QStringLiteral("refused: end code %1 when %2 %3")
-            .arg(endCodeText(endCode),
+        return QStringLiteral("%1: end code %2 when %3 %4")
+            .arg(isErrorOnTheWay(endCode)   ? QStringLiteral("error on the way")
+                 : isSurelyNotDone(endCode) ? QStringLiteral("refused")
+                                            : QStringLiteral("error"),
+                 endCodeText(endCode),
                  end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
                  requestText(end));
     }

@@ -241,6 +241,33 @@ TEST(FailureReason, otherRefusalBehindARefusedModeChange_isWhatDecides) {
               "change to MONITOR mode: end code 2002 protected");
 }
 
+TEST(FailureReason, modeChangeRefusedWithTheSameCode_isTold) {
+    RequestEnd end = refusedWrite(0x2203);
+    end.modeChange = true;
+    end.modeChangeEnd = 0x2203;
+    EXPECT_EQ(plain(failureReason(end, settings())),
+              "the PLC refused: end code 2203 wrong mode: the PLC is in PROGRAM mode, and the same "
+              "to the change to MONITOR mode (3 tries)");
+    end.modeChangeEnd = 0x2002;
+    EXPECT_EQ(plain(failureReason(end, settings())),
+              "the PLC refused: end code 2002 protected, to the change to MONITOR mode (3 tries)");
+}
+
+TEST(FailureReason, errorThatThePlcHasNotMade_isNoRefusalOfIts) {
+    for (const int endCode : {0x0001, 0x0103, 0x0205, 0x8000, 0x0501}) {
+        EXPECT_TRUE(failureReason(refusedWrite(endCode), settings())
+                        .startsWith("an error on the way to the PLC: end code "))
+            << endCode;
+    }
+    EXPECT_TRUE(failureReason(refusedWrite(0x7711), settings())
+                    .startsWith("the answer is an error: end code 7711"));
+    EXPECT_TRUE(
+        shortReason(refusedRead(0x0205), settings()).startsWith("error on the way: end code 0205"));
+    EXPECT_TRUE(shortReason(refusedRead(0x7711), settings()).startsWith("error: end code 7711"));
+    EXPECT_TRUE(shortReason(refusedRead(0x2101), settings()).startsWith("refused: end code 2101"));
+    EXPECT_TRUE(failureReason(refusedWrite(0x2101), settings()).startsWith("the PLC refused: "));
+}
+
 TEST(FailureReason, refusalBehindOtherTroubles_tellsThem) {
     RequestEnd end = refusedRead(0x1103);
     end.tries = 7;

@@ -82,8 +82,9 @@ VELKOR_HOST_EXPORT QString failureReason(const RequestEnd& end, const LineSettin
                                          const SettingNames& names = SettingNames());
 
 /// The same for a line of limited width, the key words first: "no answer: ...", "cannot send:
-/// ...", "port unreachable: ...", "refused: ...", "wrong length: ...", "not sent: ...". Empty when
-/// nothing has failed.
+/// ...", "port unreachable: ...", "refused: ...", "error on the way: ..." (an end code that is not
+/// the PLC's), "error: ..." (one that is not known), "wrong length: ...", "not sent: ...". Empty
+/// when nothing has failed.
 VELKOR_HOST_EXPORT QString shortReason(const RequestEnd& end, const LineSettings& settings);
 
 /// The likely causes, the likeliest first; none when the PLC has had no chance to answer, or
