@@ -229,6 +229,10 @@ CsvTable::CsvTable(const CsvContent& content, const QStringList& required,
     }
 }
 
+bool CsvTable::endsBefore(const CsvRow& row, const QString& column) const {
+    return m_columns.indexOf(column) >= row.fields.size();
+}
+
 CsvField CsvTable::field(const CsvRow& row, const QString& column) const {
     const auto index = m_columns.indexOf(column);
     if (index < 0 || index >= row.fields.size()) {

@@ -76,6 +76,8 @@ public:
 
     /// The field of a column, trimmed; empty, at the row's start, where there is none.
     CsvField field(const CsvRow& row, const QString& column) const;
+    /// The table has this column, and the row is too short for it.
+    bool endsBefore(const CsvRow& row, const QString& column) const;
 
 private:
     QStringList m_columns;

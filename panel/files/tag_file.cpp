@@ -174,12 +174,24 @@ private:
         m_list.tags.append(tag);
     }
 
+    /// A line that was cut would lose scale or limits, and nobody would notice.
+    bool lineEndsEarly(const CsvRow& row) {
+        for (const char* name : {"scale", "offset", "decimals", "low", "high"}) {
+            if (m_table.endsBefore(row, QString::fromLatin1(name))) {
+                return fault(row.fields.last(), QString::fromLatin1(name),
+                             QStringLiteral("the line ends before it; right is a comma for each "
+                                            "field that is left empty"));
+            }
+        }
+        return false;
+    }
+
     /// Scale, offset, decimals and limits. True: one of them is wrong.
     bool readNumbers(const CsvRow& row, PanelTag* tag) {
         const auto column = [&](const char* name) {
             return m_table.field(row, QString::fromLatin1(name));
         };
-        bool bad = false;
+        bool bad = lineEndsEarly(row);
         bool given = false;
         const auto number = [&](const char* name, std::optional<double>* value) {
             const CsvField field = column(name);

@@ -146,6 +146,17 @@ TEST(ReadTags, emptyScaleAndLimits_leaveTheValueAsItIs) {
     EXPECT_FALSE(list.tags.first().tag.limits.high);
 }
 
+TEST(ReadTags, lineThatEndsBeforeScaleOrLimits_isAFault) {
+    for (const char* cut : {"level,DM,0,uint16", "level,DM,0,uint16,0.1,-5,1,0"}) {
+        const TagList list = readScaled(cut);
+        ASSERT_EQ(list.errors.size(), 1) << cut;
+        EXPECT_TRUE(list.errors.first().text.contains("the line ends before it")) << cut;
+        EXPECT_TRUE(list.tags.isEmpty());
+    }
+    EXPECT_EQ(readScaled("level,DM,0,uint16,0.1,-5,1,0,200").errors.size(), 0);
+    EXPECT_EQ(read("a,DM,0,\n").errors.size(), 0); // a file without such columns
+}
+
 TEST(ReadTags, oneNameInTwoPlcs_isFine) {
     const TagList list = readScaled("a,DM,0,,,,,,,,left\na,DM,0,,,,,,,,right\n", {"left", "right"});
     ASSERT_EQ(list.errors.size(), 0) << plain(list.errors.first().text);
