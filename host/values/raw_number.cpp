@@ -8,9 +8,10 @@ namespace {
 
 /// How far a scaled value may be from a raw number and still mean it: decimal fractions such as
 /// 70.6 / 0.1 are not exact in binary. The second is in units of value and offset, whose last
-/// digits the division by a small scale brings to the front.
+/// digits the division by a small scale brings to the front: a value is shown with 15 digits, so
+/// that what is typed as it was shown is half a unit of the last one away, 5e-15 of it at most.
 const double TOLERANCE = 1e-9;
-const double RELATIVE_TOLERANCE = 2e-15;
+const double RELATIVE_TOLERANCE = 6e-15;
 
 } // namespace
 

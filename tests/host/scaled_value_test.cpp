@@ -24,6 +24,25 @@ struct ScaledCase {
     const char* text;
 };
 
+/// Scales that are no short decimal fraction: what is shown has been rounded.
+TEST(ScaledValue, parseScaled_whatWasShownOfAnyNumber_givesItBackAndIsWithinALimitOfIt) {
+    const double scales[] = {1.0 / 3, 100.0 / 27648, 0.0036168981481481482, 7.0 / 9, 1e-5 / 3};
+    quint32 number = 1; // numbers of all lengths: a linear congruential generator's, cut
+    for (int round = 0; round < 20000; ++round) {
+        number = number * 1664525U + 1013904223U;
+        const quint32 raw = number >> (round % 24);
+        const Items items{static_cast<quint16>(raw), static_cast<quint16>(raw >> 16)};
+        const Scaling scaling = by(scales[round % 5]);
+        const QString shown = formatScaled(ValueType::Uint32, items, scaling);
+        Items parsed;
+        ASSERT_EQ(plain(parseScaled(ValueType::Uint32, {shown}, scaling, 0, &parsed)), "") << raw;
+        ASSERT_EQ(parsed, items) << raw;
+        Limits limits;
+        limits.low = limits.high = shown.toDouble();
+        ASSERT_EQ(limitOf(ValueType::Uint32, items, scaling, limits), Limit::Inside) << raw;
+    }
+}
+
 class ScaledText : public testing::TestWithParam<ScaledCase> {};
 
 TEST_P(ScaledText, formatScaled_knownWords_givesTheValue) {
