@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds velkor and runs every test. Installs what is missing; asks nothing.
-# Usage: ./test.sh [preset]   (release, debug, asan, qt6, clang-qt6 or arm; default release)
+# Usage: ./test.sh [preset]   (release, debug, asan, qt6, clang-qt6, asan-qt6 or arm; default release)
 set -eu
 cd "$(dirname "$0")"
 preset=${1:-release}
