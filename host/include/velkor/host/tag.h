@@ -30,8 +30,9 @@ struct Tag {
     /// Words, or bits in a bit register. What an int does not hold is its nearest number.
     int itemCount() const {
         const qint64 items = qint64(count) * itemsPerValue(type);
-        return static_cast<int>(qBound<qint64>(std::numeric_limits<int>::min(), items,
-                                               std::numeric_limits<int>::max()));
+        const qint64 lowest = std::numeric_limits<int>::min();
+        const qint64 highest = std::numeric_limits<int>::max();
+        return static_cast<int>(qBound(lowest, items, highest));
     }
 };
 
