@@ -176,7 +176,8 @@ QStringList sendCauses(const RequestEnd& end, const Place& place) {
     const QString firewall =
         QStringLiteral("a firewall of this computer that lets nothing out to the PLC");
     if (end.sendError == EPERM || end.sendError == EACCES) {
-        return known ? QStringList{firewall} : QStringList{firewall, addressCause(place)};
+        QStringList causes{firewall};
+        return known ? causes : causes << addressCause(place);
     }
     QStringList causes{
         QStringLiteral("this computer's network: a cable that is not plugged in, an interface "
