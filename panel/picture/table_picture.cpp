@@ -204,14 +204,20 @@ QStringList linesOf(const QStringList& parts, int width, bool unicode) {
             cutText(parts.mid(first).join(gap), width, unicode)};
 }
 
+/// How old it is matters where nothing has come since.
+QString lastEndCode(const PlcStatus& plc, qint64 now) {
+    if (plc.lastEndCode.isEmpty()) {
+        return QStringLiteral("none yet");
+    }
+    return plc.silentSince < 0 ? plc.lastEndCode
+                               : QStringLiteral("%1, %2 ago")
+                                     .arg(plc.lastEndCode, ageText(now - plc.lastEndCodeAt));
+}
+
 QStringList linesOfOne(const PlcStatus& plc, int width, bool unicode, qint64 now) {
     const QString trip = QStringLiteral("round trip %1 (99 %: %2)")
                              .arg(milliseconds(plc.roundTrip), milliseconds(plc.roundTrip99));
-    QString code = QStringLiteral("last end code ") +
-                   (plc.lastEndCode.isEmpty() ? QStringLiteral("none yet") : plc.lastEndCode);
-    if (plc.silentSince >= 0 && !plc.lastEndCode.isEmpty()) {
-        code += QStringLiteral(", %1 ago").arg(ageText(now - plc.lastEndCodeAt));
-    }
+    const QString code = QStringLiteral("last end code ") + lastEndCode(plc, now);
     return linesOf(QStringList(trip) + counts(plc), width, unicode) +
            linesOf(QStringList(code) + troubles(plc, now), width, unicode);
 }
@@ -220,7 +226,7 @@ QStringList linesOfOne(const PlcStatus& plc, int width, bool unicode, qint64 now
 QString lineOfMany(const PlcStatus& plc, int nameWidth, qint64 now) {
     const QString name = cutText(plc.name, nameWidth, false);
     QStringList parts = troubles(plc, now);
-    parts.append(plc.lastEndCode.isEmpty() ? QStringLiteral("none yet") : plc.lastEndCode);
+    parts.append(lastEndCode(plc, now));
     parts.append(milliseconds(plc.roundTrip));
     parts += counts(plc);
     parts.append(plc.endpoint);

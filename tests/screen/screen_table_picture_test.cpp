@@ -271,10 +271,11 @@ TEST(StatusLines, manyPlcs_silentOnesComeFirstAndTheRestIsCounted) {
         plcs[index].lastEndCode = "0000 normal";
     }
     plcs[5].silentSince = 7 * SECOND;
+    plcs[5].lastEndCodeAt = 6 * SECOND;
     plcs[6].silentSince = 7 * SECOND;
     const QStringList lines = statusLines(plcs, 200, 2, true, 10 * SECOND);
     ASSERT_EQ(lines.size(), 2);
-    EXPECT_TRUE(lines.at(0).startsWith("P5   no answer for 3.0 s   0000 normal"))
+    EXPECT_TRUE(lines.at(0).startsWith("P5   no answer for 3.0 s   0000 normal, 4.0 s ago"))
         << plain(lines.at(0));
     EXPECT_EQ(plain(lines.at(1)), "and 7 PLCs more, 1 of them silent");
     EXPECT_EQ(statusLines(plcs, 200, 8, true, 10 * SECOND).size(), 8);
