@@ -117,17 +117,18 @@ bool nothingHasComeYet(const RequestEnd& end) {
     return end.silent + end.refusedPort + end.refusals + end.wrongLength == 0 && end.endCode < 0;
 }
 
-/// Whose answer it is: an error on the way is not the PLC's, and of a code that nobody knows, or
+/// Whose answer an error is: one on the way is not the PLC's, and of a code that nobody knows, or
 /// that tells of an answer that has not come, it is not known whether anything was refused.
-QString whoSays(int endCode) {
-    return isErrorOnTheWay(endCode)   ? QStringLiteral("an error on the way to the PLC")
-           : isSurelyNotDone(endCode) ? QStringLiteral("the PLC refused")
-                                      : QStringLiteral("the answer is an error");
+const char* whoSays(int endCode, const char* onTheWay, const char* thePlc,
+                    const char* nobodyKnows) {
+    return isErrorOnTheWay(endCode) ? onTheWay : isSurelyNotDone(endCode) ? thePlc : nobodyKnows;
 }
 
 QString refusalReason(int endCode, const RequestEnd& end, const LineSettings& settings,
                       const SettingNames& names) {
-    QString text = whoSays(endCode) + QStringLiteral(": end code ") + endCodeText(endCode);
+    QString text = QString::fromLatin1(whoSays(endCode, "an error on the way to the PLC",
+                                               "the PLC refused", "the answer is an error")) +
+                   QStringLiteral(": end code ") + endCodeText(endCode);
     const bool asked = end.modeChange || end.modeChangeUnsent > 0;
     if (!asked && isModeRefusal(endCode) && settings.allowModeChange &&
         settings.retries < LineSettings::MODE_CHANGE_RETRIES) {
@@ -219,9 +220,7 @@ QString shortReason(const RequestEnd& end, const LineSettings& settings) {
     const int endCode = decidingEndCode(end);
     if (endCode >= 0) {
         return QStringLiteral("%1: end code %2 when %3 %4")
-            .arg(isErrorOnTheWay(endCode)   ? QStringLiteral("error on the way")
-                 : isSurelyNotDone(endCode) ? QStringLiteral("refused")
-                                            : QStringLiteral("error"),
+            .arg(QString::fromLatin1(whoSays(endCode, "error on the way", "refused", "error")),
                  endCodeText(endCode),
                  end.write ? QStringLiteral("writing") : QStringLiteral("reading"),
                  requestText(end));
